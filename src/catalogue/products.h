@@ -1,0 +1,29 @@
+#pragma once
+
+#include "catalogue/product.h"
+#include "common/uninstall_callback.h"
+
+#include <string>
+
+namespace prodsweep {
+
+// What a catalogue file says. Made anew for each call of an export.
+class CProducts
+{
+public:
+    // Reads a catalogue and appends its products to those already held. One product at fault fails the
+    // whole file. callback may be null; it hears event 0 with how the load ended.
+    [[nodiscard]] bool Load(const wchar_t* path, int kind, UninstallCallback callback);
+
+    // Appends copies of the installed products, in catalogue order. Always true.
+    bool GetInstalledProducts(ProductList& installed, int kind) const;
+
+    // The first product of that very name.
+    [[nodiscard]] bool GetProductInfo(const std::wstring& name, CProduct& info) const;
+    [[nodiscard]] static bool IsProductInList(const ProductList& list, const std::wstring& name);
+
+    ProductList products;
+    bool exec_all = true; // only the exact text "false" in the file makes it false
+};
+
+} // namespace prodsweep

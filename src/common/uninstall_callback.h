@@ -1,0 +1,9 @@
+#pragma once
+
+#include <prodsweep/prodsweep.h>
+
+namespace prodsweep {
+
+using ::UninstallCallback;
+
+} // namespace prodsweep

@@ -1,0 +1,44 @@
+#include "environment/path.h"
+
+#include "environment/log.h"
+
+#include <windows.h>
+
+#include <shlwapi.h>
+
+// The header of the module that this code is linked into; the linker provides it.
+extern "C" IMAGE_DOS_HEADER __ImageBase;
+
+namespace prodsweep {
+
+bool CPath::GetCurrentPath(std::wstring& folder)
+{
+    wchar_t buffer[MAX_PATH] = {};
+    if (GetModuleFileNameW(reinterpret_cast<HMODULE>(&__ImageBase), buffer, MAX_PATH) == 0)
+    {
+        const DWORD error = GetLastError();
+        LOG(LogError, L"GetModuleFileName failed 0x%x", error);
+        return false;
+    }
+    // A path that fills the buffer may come without a terminator.
+    buffer[MAX_PATH - 1] = L'\0';
+    const std::wstring path = buffer;
+    const std::size_t separator = path.rfind(L'\\');
+    if (separator == std::wstring::npos)
+    {
+        LOG(LogError, L"path \"%s\" ???", path.c_str());
+        return false;
+    }
+    folder = path.substr(0, separator + 1);
+    return true;
+}
+
+std::wstring& CPath::Canonicalise(std::wstring& path)
+{
+    wchar_t canonical[MAX_PATH] = {};
+    if (PathCanonicalizeW(canonical, path.c_str()))
+        path = canonical;
+    return path;
+}
+
+} // namespace prodsweep

@@ -1,0 +1,70 @@
+#include "environment/path.h"
+
+#include "environment/log.h"
+#include "support/import_patch.h"
+#include "support/log_recorder.h"
+
+#include <gtest/gtest.h>
+#include <windows.h>
+
+namespace prodsweep {
+namespace {
+
+DWORD WINAPI FailToNameTheModule(HMODULE, wchar_t*, DWORD)
+{
+    SetLastError(ERROR_GEN_FAILURE);
+    return 0;
+}
+
+DWORD WINAPI NameWithoutBackslash(HMODULE, wchar_t* name, DWORD size)
+{
+    return static_cast<DWORD>(wcslen(wcsncpy(name, L"prodsweep.dll", size)));
+}
+
+TEST(CPathTest, CurrentPathIsTheModulesFolderWithItsTrailingBackslash)
+{
+    std::wstring folder;
+    ASSERT_TRUE(CPath::GetCurrentPath(folder));
+    EXPECT_EQ(L'\\', folder.back());
+    EXPECT_NE(INVALID_FILE_ATTRIBUTES, GetFileAttributesW((folder + L"environment_tests.exe").c_str()));
+}
+
+TEST(CPathTest, ModuleWithoutANameIsLoggedAndLeavesTheTextAlone)
+{
+    const test::LogRecorder log;
+    const test::ImportPatch patch(nullptr, "GetModuleFileNameW", FailToNameTheModule);
+    std::wstring folder = L"before";
+
+    EXPECT_FALSE(CPath::GetCurrentPath(folder));
+
+    EXPECT_EQ(L"before", folder);
+    EXPECT_TRUE(log.Has(LogError, "CPath::GetCurrentPath", L"GetModuleFileName failed 0x1f"));
+}
+
+TEST(CPathTest, ModuleNameWithoutABackslashIsLoggedAndFails)
+{
+    const test::LogRecorder log;
+    const test::ImportPatch patch(nullptr, "GetModuleFileNameW", NameWithoutBackslash);
+    std::wstring folder = L"before";
+
+    EXPECT_FALSE(CPath::GetCurrentPath(folder));
+
+    EXPECT_EQ(L"before", folder);
+    EXPECT_TRUE(log.Has(LogError, "CPath::GetCurrentPath", L"path \"prodsweep.dll\" ???"));
+}
+
+TEST(CPathTest, CanonicaliseFoldsDots)
+{
+    std::wstring path = L"C:\\App\\.\\bin\\..\\file.txt";
+    EXPECT_EQ(L"C:\\App\\file.txt", CPath::Canonicalise(path));
+}
+
+TEST(CPathTest, TextThatCannotBeCanonicalisedStaysAsItIs)
+{
+    std::wstring path(MAX_PATH + 10, L'x');
+    const std::wstring before = path;
+    EXPECT_EQ(before, CPath::Canonicalise(path));
+}
+
+} // namespace
+} // namespace prodsweep

@@ -1,0 +1,43 @@
+#!/usr/bin/env python3
+"""summary.py BUILD STATUS: what a test run came to, from the reports that the test programs left.
+
+Each test program writes NAME.json (the format of GoogleTest). STATUS is ctest's exit status: a program
+that crashed, hung or never started leaves no report, and must not pass for that.
+"""
+import json
+import pathlib
+import sys
+
+
+def tests_of(report):
+    for suite in report.get("testsuites", []):
+        for test in suite.get("testsuite", []):
+            if test.get("status", "RUN") == "RUN":
+                yield suite["name"], test
+
+
+def main():
+    build, status = pathlib.Path(sys.argv[1]), int(sys.argv[2])
+    passed, failed = 0, []
+    for path in sorted((build / "tests").glob("*.json")):
+        report = json.loads(path.read_text(encoding="utf-8", errors="replace"))
+        count = 0
+        for suite, test in tests_of(report):
+            if test.get("failures"):
+                failed.append((f"{path.stem}: {suite}.{test['name']}", test["failures"]))
+            else:
+                count += 1
+        passed += count
+        print(f"{path.stem:24} {count:5} passed  {report.get('time', '')}")
+    for name, failures in failed:
+        print(f"\nFAILED {name}")
+        for failure in failures:
+            print("  " + failure["failure"].replace("\n", "\n  "))
+    if status != 0 and not failed:
+        print((build / "tests.log").read_text(encoding="utf-8", errors="replace")[-6000:])
+        failed.append(("a test program did not end as it should", []))
+    print(f"\n{passed} passed, {len(failed)} failed")
+    return 1 if failed or passed == 0 or status != 0 else 0
+
+
+sys.exit(main())
