@@ -37,186 +37,186 @@ extern "C"
 {
 #endif
 
-/* Product kinds: ProductEntry.Kind and the kind argument of the removal exports. */
-enum ProdsweepKind
-{
-    PRODSWEEP_KIND_OWN = 1,  /* "products.xml", descriptors in the folder "intern" */
-    PRODSWEEP_KIND_OTHER = 2 /* "detection.xml", descriptors in the folder "extern" */
-};
+    /* Product kinds: ProductEntry.Kind and the kind argument of the removal exports. */
+    enum ProdsweepKind
+    {
+        PRODSWEEP_KIND_OWN = 1,  /* "products.xml", descriptors in the folder "intern" */
+        PRODSWEEP_KIND_OTHER = 2 /* "detection.xml", descriptors in the folder "extern" */
+    };
 
-/* Selection flags of the listing exports. Other bits are ignored; without a bit the list is empty. */
-enum ProdsweepFlags
-{
-    PRODSWEEP_LIST_OWN = 1,
-    PRODSWEEP_LIST_OTHER = 2,
-    PRODSWEEP_LIST_ALL = 3
-};
+    /* Selection flags of the listing exports. Other bits are ignored; without a bit the list is empty. */
+    enum ProdsweepFlags
+    {
+        PRODSWEEP_LIST_OWN = 1,
+        PRODSWEEP_LIST_OTHER = 2,
+        PRODSWEEP_LIST_ALL = 3
+    };
 
-/* One product. Element of the array of the listing exports, and input of the removal exports. */
-typedef struct ProductEntry
-{
-    BSTR Name;         /* the product's name in its catalogue, by which it is selected */
-    BSTR File;         /* full path of its uninstall descriptor; not read by the removal exports */
-    int32_t Kind;      /* PRODSWEEP_KIND_... */
-    int32_t Reserved1; /* zero */
-    SAFEARRAY* Guids;  /* null, or an array of BSTR (GetInstalledProducts) or of GuidEntry (...Ex) */
-    int32_t Force;     /* removal only: not 0 removes without asking whether it is installed */
-    int32_t Reserved2; /* zero */
-} ProductEntry;
+    /* One product. Element of the array of the listing exports, and input of the removal exports. */
+    typedef struct ProductEntry
+    {
+        BSTR Name;         /* the product's name in its catalogue, by which it is selected */
+        BSTR File;         /* full path of its uninstall descriptor; not read by the removal exports */
+        int32_t Kind;      /* PRODSWEEP_KIND_... */
+        int32_t Reserved1; /* zero */
+        SAFEARRAY* Guids;  /* null, or an array of BSTR (GetInstalledProducts) or of GuidEntry (...Ex) */
+        int32_t Force;     /* removal only: not 0 removes without asking whether it is installed */
+        int32_t Reserved2; /* zero */
+    } ProductEntry;
 
-/* One detected version of a product, from GetInstalledProductsEx. */
-typedef struct GuidEntry
-{
-    BSTR Guid;           /* the last part of the version's registry key, mostly a product code; may be null */
-    SAFEARRAY* Children; /* array of ChildEntry, ascending by name; may be null */
-} GuidEntry;
+    /* One detected version of a product, from GetInstalledProductsEx. */
+    typedef struct GuidEntry
+    {
+        BSTR Guid;           /* the last part of the version's registry key, mostly a product code; may be null */
+        SAFEARRAY* Children; /* array of ChildEntry, ascending by name; may be null */
+    } GuidEntry;
 
-/* What the catalogue says below a version element: one entry per element name. */
-typedef struct ChildEntry
-{
-    BSTR Name;         /* the element's name */
-    SAFEARRAY* Values; /* array of BSTR: the texts of all elements of that name, in document order */
-} ChildEntry;
+    /* What the catalogue says below a version element: one entry per element name. */
+    typedef struct ChildEntry
+    {
+        BSTR Name;         /* the element's name */
+        SAFEARRAY* Values; /* array of BSTR: the texts of all elements of that name, in document order */
+    } ChildEntry;
 
-/* What a removal tells while it runs, on the thread of the export. The value is null, unless said. */
-enum ProdsweepEvent
-{
-    PRODSWEEP_EVENT_CATALOGUE = 0,  /* a catalogue was read; code: enum ProdsweepLoadCode */
-    PRODSWEEP_EVENT_DESCRIPTOR = 1, /* a descriptor was read; code: enum ProdsweepLoadCode */
-    PRODSWEEP_EVENT_FILES = 2,      /* 2 to 12: a stage has ended; code 0 done, 2 something failed */
-    PRODSWEEP_EVENT_FOLDERS = 3,
-    PRODSWEEP_EVENT_SHORTCUTS = 4,
-    PRODSWEEP_EVENT_REG_KEYS = 5,
-    PRODSWEEP_EVENT_REG_VALUES = 6,
-    PRODSWEEP_EVENT_TOOLS = 7,
-    PRODSWEEP_EVENT_PROCESSES = 8,
-    PRODSWEEP_EVENT_DISABLE_DRIVER = 9,
-    PRODSWEEP_EVENT_DISABLE_SERVICE = 10,
-    PRODSWEEP_EVENT_STOP_DRIVER = 11,
-    PRODSWEEP_EVENT_STOP_SERVICE = 12,
-    PRODSWEEP_EVENT_PRODUCT = 13, /* a product's removal begins; value: its name, const wchar_t* */
-    PRODSWEEP_EVENT_START = 14    /* follows PRODSWEEP_EVENT_PRODUCT */
-};
+    /* What a removal tells while it runs, on the thread of the export. The value is null, unless said. */
+    enum ProdsweepEvent
+    {
+        PRODSWEEP_EVENT_CATALOGUE = 0,  /* a catalogue was read; code: enum ProdsweepLoadCode */
+        PRODSWEEP_EVENT_DESCRIPTOR = 1, /* a descriptor was read; code: enum ProdsweepLoadCode */
+        PRODSWEEP_EVENT_FILES = 2,      /* 2 to 12: a stage has ended; code 0 done, 2 something failed */
+        PRODSWEEP_EVENT_FOLDERS = 3,
+        PRODSWEEP_EVENT_SHORTCUTS = 4,
+        PRODSWEEP_EVENT_REG_KEYS = 5,
+        PRODSWEEP_EVENT_REG_VALUES = 6,
+        PRODSWEEP_EVENT_TOOLS = 7,
+        PRODSWEEP_EVENT_PROCESSES = 8,
+        PRODSWEEP_EVENT_DISABLE_DRIVER = 9,
+        PRODSWEEP_EVENT_DISABLE_SERVICE = 10,
+        PRODSWEEP_EVENT_STOP_DRIVER = 11,
+        PRODSWEEP_EVENT_STOP_SERVICE = 12,
+        PRODSWEEP_EVENT_PRODUCT = 13, /* a product's removal begins; value: its name, const wchar_t* */
+        PRODSWEEP_EVENT_START = 14    /* follows PRODSWEEP_EVENT_PRODUCT */
+    };
 
-/* The code of PRODSWEEP_EVENT_CATALOGUE and PRODSWEEP_EVENT_DESCRIPTOR. */
-enum ProdsweepLoadCode
-{
-    PRODSWEEP_LOAD_DONE = 0,
-    PRODSWEEP_LOAD_NOT_READABLE = 1, /* missing, or not well-formed */
-    PRODSWEEP_LOAD_AT_FAULT = 2,     /* well-formed, but not what was expected */
-    PRODSWEEP_LOAD_NO_PARSER = 3     /* MSXML could not be created */
-};
+    /* The code of PRODSWEEP_EVENT_CATALOGUE and PRODSWEEP_EVENT_DESCRIPTOR. */
+    enum ProdsweepLoadCode
+    {
+        PRODSWEEP_LOAD_DONE = 0,
+        PRODSWEEP_LOAD_NOT_READABLE = 1, /* missing, or not well-formed */
+        PRODSWEEP_LOAD_AT_FAULT = 2,     /* well-formed, but not what was expected */
+        PRODSWEEP_LOAD_NO_PARSER = 3     /* MSXML could not be created */
+    };
 
-/* value is only valid during the call. The callback must return; it may not start a second removal. */
-typedef void (*UninstallCallback)(int32_t event, int32_t code, const void* value);
+    /* value is only valid during the call. The callback must return; it may not start a second removal. */
+    typedef void (*UninstallCallback)(int32_t event, int32_t code, const void* value);
 
-/*
- * The listing exports. *products receives an array of ProductEntry (one dimension, lower bound 0,
- * unlocked): kind 1 first, then kind 2, each in the order of its catalogue.
- *
- * GetProducts           every product of the catalogues; Guids is null.
- * GetInstalledProducts  the installed ones; Guids: one BSTR per detected version, or null.
- * GetInstalledProductsEx  the same; Guids: one GuidEntry per distinct key of a detected version.
- *
- * False when a requested catalogue can't be read or memory is short; *products is then undefined.
- */
-PRODSWEEP_API bool GetProducts(SAFEARRAY** products, int flags);
-PRODSWEEP_API bool GetInstalledProducts(SAFEARRAY** products, int flags);
-PRODSWEEP_API bool GetInstalledProductsEx(SAFEARRAY** products, int flags);
+    /*
+     * The listing exports. *products receives an array of ProductEntry (one dimension, lower bound 0,
+     * unlocked): kind 1 first, then kind 2, each in the order of its catalogue.
+     *
+     * GetProducts           every product of the catalogues; Guids is null.
+     * GetInstalledProducts  the installed ones; Guids: one BSTR per detected version, or null.
+     * GetInstalledProductsEx  the same; Guids: one GuidEntry per distinct key of a detected version.
+     *
+     * False when a requested catalogue can't be read or memory is short; *products is then undefined.
+     */
+    PRODSWEEP_API bool GetProducts(SAFEARRAY** products, int flags);
+    PRODSWEEP_API bool GetInstalledProducts(SAFEARRAY** products, int flags);
+    PRODSWEEP_API bool GetInstalledProductsEx(SAFEARRAY** products, int flags);
 
-/*
- * The removal exports. callback may be null. *restart tells that a restart of the machine is needed
- * to finish; preset it to false, for it is written only when a removal was reached.
- *
- * UninstallProducts     the products of an array as the listing exports give it, which stays the
- *                       caller's. Pass products of one kind only: with both, kind 2 fails.
- *                       *restart is always false here; use UninstallProduct to learn of a restart.
- * UninstallProduct      one product, by Name and Kind (and Force).
- * UninstallForceAll     every product of a catalogue, installed or not.
- * UninstallAllInstalled every installed product of a catalogue.
- */
-PRODSWEEP_API bool UninstallProducts(SAFEARRAY* products, bool* restart, UninstallCallback callback);
-PRODSWEEP_API bool UninstallProduct(const ProductEntry* product, bool* restart, UninstallCallback callback);
-PRODSWEEP_API bool UninstallForceAll(int kind, bool* restart, UninstallCallback callback);
-PRODSWEEP_API bool UninstallAllInstalled(int kind, bool* restart, UninstallCallback callback);
+    /*
+     * The removal exports. callback may be null. *restart tells that a restart of the machine is needed
+     * to finish; preset it to false, for it is written only when a removal was reached.
+     *
+     * UninstallProducts     the products of an array as the listing exports give it, which stays the
+     *                       caller's. Pass products of one kind only: with both, kind 2 fails.
+     *                       *restart is always false here; use UninstallProduct to learn of a restart.
+     * UninstallProduct      one product, by Name and Kind (and Force).
+     * UninstallForceAll     every product of a catalogue, installed or not.
+     * UninstallAllInstalled every installed product of a catalogue.
+     */
+    PRODSWEEP_API bool UninstallProducts(SAFEARRAY* products, bool* restart, UninstallCallback callback);
+    PRODSWEEP_API bool UninstallProduct(const ProductEntry* product, bool* restart, UninstallCallback callback);
+    PRODSWEEP_API bool UninstallForceAll(int kind, bool* restart, UninstallCallback callback);
+    PRODSWEEP_API bool UninstallAllInstalled(int kind, bool* restart, UninstallCallback callback);
 
-/* Progress of the product being removed, in per cent from 0; may pass 100. Any thread, any moment. */
-PRODSWEEP_API int32_t GetProgressPercent(void);
+    /* Progress of the product being removed, in per cent from 0; may pass 100. Any thread, any moment. */
+    PRODSWEEP_API int32_t GetProgressPercent(void);
 
 #ifdef __cplusplus
 #define PRODSWEEP_ASSERT_LAYOUT(condition) static_assert(condition, "layout of the exported interface")
 #else
 #define PRODSWEEP_ASSERT_LAYOUT(condition) _Static_assert(condition, "layout of the exported interface")
 #endif
-PRODSWEEP_ASSERT_LAYOUT(sizeof(bool) == 1);
-PRODSWEEP_ASSERT_LAYOUT(sizeof(ProductEntry) == 40);
-PRODSWEEP_ASSERT_LAYOUT(offsetof(ProductEntry, Name) == 0);
-PRODSWEEP_ASSERT_LAYOUT(offsetof(ProductEntry, File) == 8);
-PRODSWEEP_ASSERT_LAYOUT(offsetof(ProductEntry, Kind) == 16);
-PRODSWEEP_ASSERT_LAYOUT(offsetof(ProductEntry, Guids) == 24);
-PRODSWEEP_ASSERT_LAYOUT(offsetof(ProductEntry, Force) == 32);
-PRODSWEEP_ASSERT_LAYOUT(sizeof(GuidEntry) == 16);
-PRODSWEEP_ASSERT_LAYOUT(offsetof(GuidEntry, Guid) == 0);
-PRODSWEEP_ASSERT_LAYOUT(offsetof(GuidEntry, Children) == 8);
-PRODSWEEP_ASSERT_LAYOUT(sizeof(ChildEntry) == 16);
-PRODSWEEP_ASSERT_LAYOUT(offsetof(ChildEntry, Name) == 0);
-PRODSWEEP_ASSERT_LAYOUT(offsetof(ChildEntry, Values) == 8);
+    PRODSWEEP_ASSERT_LAYOUT(sizeof(bool) == 1);
+    PRODSWEEP_ASSERT_LAYOUT(sizeof(ProductEntry) == 40);
+    PRODSWEEP_ASSERT_LAYOUT(offsetof(ProductEntry, Name) == 0);
+    PRODSWEEP_ASSERT_LAYOUT(offsetof(ProductEntry, File) == 8);
+    PRODSWEEP_ASSERT_LAYOUT(offsetof(ProductEntry, Kind) == 16);
+    PRODSWEEP_ASSERT_LAYOUT(offsetof(ProductEntry, Guids) == 24);
+    PRODSWEEP_ASSERT_LAYOUT(offsetof(ProductEntry, Force) == 32);
+    PRODSWEEP_ASSERT_LAYOUT(sizeof(GuidEntry) == 16);
+    PRODSWEEP_ASSERT_LAYOUT(offsetof(GuidEntry, Guid) == 0);
+    PRODSWEEP_ASSERT_LAYOUT(offsetof(GuidEntry, Children) == 8);
+    PRODSWEEP_ASSERT_LAYOUT(sizeof(ChildEntry) == 16);
+    PRODSWEEP_ASSERT_LAYOUT(offsetof(ChildEntry, Name) == 0);
+    PRODSWEEP_ASSERT_LAYOUT(offsetof(ChildEntry, Values) == 8);
 #undef PRODSWEEP_ASSERT_LAYOUT
 
-/* The helpers below need oleaut32 only, not the import library. They read arrays straight from
- * pvData, as nobody else holds a lock on an array that was handed out. A null array is no error,
- * and neither is one without data, which a shortage of memory may leave behind. */
+    /* The helpers below need oleaut32 only, not the import library. They read arrays straight from
+     * pvData, as nobody else holds a lock on an array that was handed out. A null array is no error,
+     * and neither is one without data, which a shortage of memory may leave behind. */
 
-static inline void ProdsweepFreeStrings(SAFEARRAY* strings)
-{
-    if (strings == NULL)
-        return;
-    BSTR* texts = (BSTR*)strings->pvData;
-    for (ULONG i = 0; texts != NULL && i < strings->rgsabound[0].cElements; ++i)
-        SysFreeString(texts[i]);
-    SafeArrayDestroy(strings);
-}
-
-static inline void ProdsweepFreeGuids(SAFEARRAY* guids)
-{
-    if (guids == NULL)
-        return;
-    /* The two listing exports give elements of different size; the size tells them apart. */
-    if (guids->cbElements != sizeof(GuidEntry))
+    static inline void ProdsweepFreeStrings(SAFEARRAY* strings)
     {
-        ProdsweepFreeStrings(guids);
-        return;
+        if (strings == NULL)
+            return;
+        BSTR* texts = (BSTR*)strings->pvData;
+        for (ULONG i = 0; texts != NULL && i < strings->rgsabound[0].cElements; ++i)
+            SysFreeString(texts[i]);
+        SafeArrayDestroy(strings);
     }
-    GuidEntry* entries = (GuidEntry*)guids->pvData;
-    for (ULONG i = 0; entries != NULL && i < guids->rgsabound[0].cElements; ++i)
+
+    static inline void ProdsweepFreeGuids(SAFEARRAY* guids)
     {
-        SAFEARRAY* children = entries[i].Children;
-        ChildEntry* names = children == NULL ? NULL : (ChildEntry*)children->pvData;
-        for (ULONG k = 0; names != NULL && k < children->rgsabound[0].cElements; ++k)
+        if (guids == NULL)
+            return;
+        /* The two listing exports give elements of different size; the size tells them apart. */
+        if (guids->cbElements != sizeof(GuidEntry))
         {
-            SysFreeString(names[k].Name);
-            ProdsweepFreeStrings(names[k].Values);
+            ProdsweepFreeStrings(guids);
+            return;
         }
-        SafeArrayDestroy(children);
-        SysFreeString(entries[i].Guid);
+        GuidEntry* entries = (GuidEntry*)guids->pvData;
+        for (ULONG i = 0; entries != NULL && i < guids->rgsabound[0].cElements; ++i)
+        {
+            SAFEARRAY* children = entries[i].Children;
+            ChildEntry* names = children == NULL ? NULL : (ChildEntry*)children->pvData;
+            for (ULONG k = 0; names != NULL && k < children->rgsabound[0].cElements; ++k)
+            {
+                SysFreeString(names[k].Name);
+                ProdsweepFreeStrings(names[k].Values);
+            }
+            SafeArrayDestroy(children);
+            SysFreeString(entries[i].Guid);
+        }
+        SafeArrayDestroy(guids);
     }
-    SafeArrayDestroy(guids);
-}
 
-/* Frees an array of a listing export with everything in it. */
-static inline void ProdsweepFreeProducts(SAFEARRAY* products)
-{
-    if (products == NULL)
-        return;
-    ProductEntry* entries = (ProductEntry*)products->pvData;
-    for (ULONG i = 0; entries != NULL && i < products->rgsabound[0].cElements; ++i)
+    /* Frees an array of a listing export with everything in it. */
+    static inline void ProdsweepFreeProducts(SAFEARRAY* products)
     {
-        SysFreeString(entries[i].Name);
-        SysFreeString(entries[i].File);
-        ProdsweepFreeGuids(entries[i].Guids);
+        if (products == NULL)
+            return;
+        ProductEntry* entries = (ProductEntry*)products->pvData;
+        for (ULONG i = 0; entries != NULL && i < products->rgsabound[0].cElements; ++i)
+        {
+            SysFreeString(entries[i].Name);
+            SysFreeString(entries[i].File);
+            ProdsweepFreeGuids(entries[i].Guids);
+        }
+        SafeArrayDestroy(products);
     }
-    SafeArrayDestroy(products);
-}
 
 #ifdef __cplusplus
 }

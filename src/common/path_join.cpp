@@ -9,9 +9,6 @@ std::wstring& AddSeparator(std::wstring& text)
     return text;
 }
 
-std::wstring& PathJoin(std::wstring& left, std::wstring_view right)
-{
-    return AddSeparator(left).append(right);
-}
+std::wstring& PathJoin(std::wstring& left, std::wstring_view right) { return AddSeparator(left).append(right); }
 
 } // namespace prodsweep

@@ -7,9 +7,9 @@
 namespace prodsweep {
 
 // Levels of the log records. The writer decides which of them it lets through.
-constexpr int LogError = 4;     // something failed that decides the operation
-constexpr int LogWarning = 8;   // tolerated, or a step that may fail by design
-constexpr int LogTrace = 0x10;  // entry and exit, names being handled, probes for what is absent
+constexpr int LogError = 4;      // something failed that decides the operation
+constexpr int LogWarning = 8;    // tolerated, or a step that may fail by design
+constexpr int LogTrace = 0x10;   // entry and exit, names being handled, probes for what is absent
 constexpr int LogSkipped = 0x20; // an operation meant for the other kind of operating system
 
 // The binding to "log.dll", made on demand and shared by all threads.
@@ -99,16 +99,16 @@ struct FunctionName
 
 // LOG(level, L"format", arguments...): one record under the name of the function that it stands in.
 // Arguments are evaluated only when a binding exists.
-#define LOG(level, ...)                                                                                               \
-    do                                                                                                                \
-    {                                                                                                                 \
-        if (::prodsweep::LogIsBound())                                                                                \
-        {                                                                                                             \
-            static constexpr ::prodsweep::FunctionName<::prodsweep::CutFunctionName(PRODSWEEP_FUNCTION).size()>       \
-                logFunction(::prodsweep::CutFunctionName(PRODSWEEP_FUNCTION));                                        \
-            const int logLevel = (level);                                                                             \
-            const ::prodsweep::LogRefScope logScope;                                                                  \
-            ::prodsweep::LogMessage(logScope.Binding(), 0, &logLevel, logFunction.narrow, logFunction.wide,           \
-                                    __VA_ARGS__);                                                                     \
-        }                                                                                                             \
+#define LOG(level, ...)                                                                                                \
+    do                                                                                                                 \
+    {                                                                                                                  \
+        if (::prodsweep::LogIsBound())                                                                                 \
+        {                                                                                                              \
+            static constexpr ::prodsweep::FunctionName<::prodsweep::CutFunctionName(PRODSWEEP_FUNCTION).size()>        \
+                logFunction(::prodsweep::CutFunctionName(PRODSWEEP_FUNCTION));                                         \
+            const int logLevel = (level);                                                                              \
+            const ::prodsweep::LogRefScope logScope;                                                                   \
+            ::prodsweep::LogMessage(logScope.Binding(), 0, &logLevel, logFunction.narrow, logFunction.wide,            \
+                                    __VA_ARGS__);                                                                      \
+        }                                                                                                              \
     } while (false)

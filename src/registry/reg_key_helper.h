@@ -44,11 +44,10 @@ public:
     static LSTATUS DeleteKeyEx(HKEY hive, const wchar_t* subkey, REGSAM access);
     // value may be a pattern: "abc*", "*abc" or "*abc*".
     static int DeleteValue(const wchar_t* key, const wchar_t* value, bool x32view, IUsed* used);
-    static int DeleteValue(HKEY hive, const std::wstring& subkey, const std::wstring& value, bool x32view,
-                           IUsed* used, bool* inUse);
+    static int DeleteValue(HKEY hive, const std::wstring& subkey, const std::wstring& value, bool x32view, IUsed* used,
+                           bool* inUse);
     // Deletes each key of the tree that has a text value holding (complete: equal to) a search text.
-    static int DelKeySearch(const wchar_t* key, const WideStringList& search, bool complete, bool x32view,
-                            IUsed* used);
+    static int DelKeySearch(const wchar_t* key, const WideStringList& search, bool complete, bool x32view, IUsed* used);
     static int DelKeySearch(HKEY hive, const std::wstring& subkey, const WideStringList& search, bool complete,
                             bool x32view, IUsed* used, bool* inUse);
 

@@ -15,8 +15,7 @@ public:
     template <class Function>
     ImportPatch(HMODULE module, const char* function, Function* replacement)
         : ImportPatch(module, function, reinterpret_cast<void*>(replacement), 0)
-    {
-    }
+    {}
     ~ImportPatch();
     ImportPatch(const ImportPatch&) = delete;
     ImportPatch& operator=(const ImportPatch&) = delete;

@@ -29,10 +29,7 @@ std::string Line(int level, const std::string& function, const std::wstring& tex
 
 } // namespace
 
-LogRecorder::LogRecorder()
-{
-    Clear();
-}
+LogRecorder::LogRecorder() { Clear(); }
 
 void LogRecorder::Clear()
 {

@@ -28,8 +28,7 @@ public:
     [[nodiscard]] int Count(int level, const std::string& function, const std::wstring& text) const;
 
     // Was this very line written? The answer shows what was written instead.
-    [[nodiscard]] testing::AssertionResult Has(int level, const std::string& function,
-                                               const std::wstring& text) const;
+    [[nodiscard]] testing::AssertionResult Has(int level, const std::string& function, const std::wstring& text) const;
     // Was nothing written at this level?
     [[nodiscard]] testing::AssertionResult HasNoneAt(int level) const;
 };

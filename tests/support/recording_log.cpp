@@ -25,40 +25,39 @@ bool paused = false;
 
 extern "C"
 {
-
-__declspec(dllexport) int LogWrite(unsigned short, const int* level, const char* function, const wchar_t* functionWide,
-                                   const wchar_t* format, va_list arguments)
-{
-    const std::lock_guard lock(guard);
-    if (paused)
+    __declspec(dllexport) int LogWrite(unsigned short, const int* level, const char* function,
+                                       const wchar_t* functionWide, const wchar_t* format, va_list arguments)
+    {
+        const std::lock_guard lock(guard);
+        if (paused)
+            return 0;
+        std::wstring text(70000, L'\0');
+        const int length = _vsnwprintf(text.data(), text.size(), format, arguments);
+        text.resize(length < 0 ? text.size() : static_cast<std::size_t>(length));
+        records.push_back({*level, function, functionWide, text});
         return 0;
-    std::wstring text(70000, L'\0');
-    const int length = _vsnwprintf(text.data(), text.size(), format, arguments);
-    text.resize(length < 0 ? text.size() : static_cast<std::size_t>(length));
-    records.push_back({*level, function, functionWide, text});
-    return 0;
-}
+    }
 
-__declspec(dllexport) void RecordingClear()
-{
-    const std::lock_guard lock(guard);
-    records.clear();
-    paused = false;
-}
+    __declspec(dllexport) void RecordingClear()
+    {
+        const std::lock_guard lock(guard);
+        records.clear();
+        paused = false;
+    }
 
-__declspec(dllexport) void RecordingPause()
-{
-    const std::lock_guard lock(guard);
-    paused = true;
-}
+    __declspec(dllexport) void RecordingPause()
+    {
+        const std::lock_guard lock(guard);
+        paused = true;
+    }
 
-__declspec(dllexport) bool RecordingAt(std::size_t index, RecordedLine* line)
-{
-    const std::lock_guard lock(guard);
-    if (index >= records.size())
-        return false;
-    const Record& record = records[index];
-    *line = {record.level, record.function.c_str(), record.functionWide.c_str(), record.text.c_str()};
-    return true;
-}
+    __declspec(dllexport) bool RecordingAt(std::size_t index, RecordedLine* line)
+    {
+        const std::lock_guard lock(guard);
+        if (index >= records.size())
+            return false;
+        const Record& record = records[index];
+        *line = {record.level, record.function.c_str(), record.functionWide.c_str(), record.text.c_str()};
+        return true;
+    }
 }

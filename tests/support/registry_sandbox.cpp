@@ -19,8 +19,8 @@ std::wstring NewHome()
 UniqueRegKey Make(HKEY hive, const std::wstring& subkey, REGSAM view)
 {
     HKEY key = nullptr;
-    EXPECT_EQ(ERROR_SUCCESS, RegCreateKeyExW(hive, subkey.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS | view, nullptr, &key,
-                                             nullptr));
+    EXPECT_EQ(ERROR_SUCCESS,
+              RegCreateKeyExW(hive, subkey.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS | view, nullptr, &key, nullptr));
     return UniqueRegKey(key);
 }
 
@@ -82,7 +82,8 @@ bool RegistrySandbox::HasKey(const std::wstring& relative) const
 bool RegistrySandbox::HasValue(const std::wstring& relative, const std::wstring& value) const
 {
     const UniqueRegKey key = Open(hive, relative.empty() ? subkey : Subkey(relative), view);
-    return key != nullptr && RegQueryValueExW(key.get(), value.c_str(), nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
+    return key != nullptr &&
+           RegQueryValueExW(key.get(), value.c_str(), nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
 }
 
 bool RegistrySandbox::CanariesIntact() const

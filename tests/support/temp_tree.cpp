@@ -42,10 +42,7 @@ TempTree::TempTree() : home(NewHome()), root(home + L"\\tree")
     WriteFileText(home + L"\\tree.txt", "canary");
 }
 
-TempTree::~TempTree()
-{
-    RemoveTree(home);
-}
+TempTree::~TempTree() { RemoveTree(home); }
 
 std::wstring TempTree::AddFile(const std::wstring& relative, DWORD attributes, const std::string& content)
 {
@@ -69,10 +66,7 @@ bool TempTree::CanariesIntact() const
     return Exists(home + L"\\tree-canary\\file.txt") && Exists(home + L"\\tree.txt");
 }
 
-bool Exists(const std::wstring& path)
-{
-    return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
-}
+bool Exists(const std::wstring& path) { return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
 
 void RemoveTree(const std::wstring& path)
 {
