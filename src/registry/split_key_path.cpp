@@ -1,0 +1,71 @@
+#include "registry/split_key_path.h"
+
+#include "environment/log.h"
+
+#include <cwchar>
+
+namespace prodsweep {
+namespace {
+
+struct Hive
+{
+    const wchar_t* longName;
+    const wchar_t* shortName;
+    HKEY key;
+};
+
+// The only place that knows how hives are spelled.
+const Hive hiveRows[] = {
+    {L"HKEY_LOCAL_MACHINE", L"HKLM", HKEY_LOCAL_MACHINE},
+    {L"HKEY_CURRENT_CONFIG", L"HKCC", HKEY_CURRENT_CONFIG},
+    {L"HKEY_CLASSES_ROOT", L"HKCR", HKEY_CLASSES_ROOT},
+    {L"HKEY_CURRENT_USER", L"HKCU", HKEY_CURRENT_USER},
+    {L"HKEY_USERS", L"HKU", HKEY_USERS},
+    {L"HKEY_PERFORMANCE_DATA", L"HKPD", HKEY_PERFORMANCE_DATA},
+    {L"HKEY_DYN_DATA", L"HKDD", HKEY_DYN_DATA},
+};
+
+} // namespace
+
+std::map<std::wstring, HKEY> CSplitKeyPath::hives;
+std::map<HKEY, std::wstring> CSplitKeyPath::names;
+
+CSplitKeyPath::CSplitKeyPath()
+{
+    if (!hives.empty())
+        return;
+    for (const auto spelling : {&Hive::longName, &Hive::shortName})
+    {
+        for (const Hive& row : hiveRows)
+        {
+            hives.emplace(row.*spelling, row.key);
+            // The long spellings come first and emplace replaces nothing, so the way back always
+            // gives the long name.
+            names.emplace(row.key, row.*spelling);
+        }
+    }
+}
+
+bool CSplitKeyPath::Split(const wchar_t* path, HKEY& hive, std::wstring& subkey) const
+{
+    const wchar_t* const separator = std::wcspbrk(path, L"\\/");
+    // Deliberate: spelled exactly as in the table, although the registry itself ignores case.
+    const auto found = separator != nullptr ? hives.find(std::wstring(path, separator)) : hives.end();
+    if (found == hives.end())
+    {
+        LOG(LogError, L"unknown base key \"%s\"", path);
+        return false;
+    }
+    hive = found->second;
+    // Nothing else is normalised: a second separator stays, and so does every "/" further on.
+    subkey.assign(separator + 1);
+    return true;
+}
+
+const wchar_t* HiveName(HKEY hive)
+{
+    const auto found = CSplitKeyPath::names.find(hive);
+    return found != CSplitKeyPath::names.end() ? found->second.c_str() : nullptr;
+}
+
+} // namespace prodsweep
