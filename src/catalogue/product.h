@@ -14,12 +14,21 @@ constexpr int ProductKindOther = 2; // other makers' products: "detection.xml", 
 class CProduct
 {
 public:
+    // Reads a product element; every child node of it is taken for a version. False (logged) when an
+    // attribute is missing or a version is at fault.
     [[nodiscard]] bool Load(IXMLDOMNode* node, int kind);
+
+    // The maker's own products go by their registry marks alone; those of others also by the other
+    // registry view.
     [[nodiscard]] bool IsInstalled(int kind) const;
 
     std::wstring name;
-    std::wstring file; // full path of the uninstall descriptor
+    std::wstring file; // full path of the uninstall descriptor, which need not exist
     VersionList versions;
+
+private:
+    // A step of the function of the same name; a log record carries the name of the function it stands in.
+    [[nodiscard]] bool Load(IXMLDOMNode* node);
 };
 
 using ProductList = std::vector<CProduct>;

@@ -13,7 +13,8 @@ class CProductVersion
 {
 public:
     // Reads a version element and resolves it to a key path, if need be by searching the system's
-    // uninstall entries. False (logged) without a usable name or with a key path that lacks its value.
+    // uninstall entries. False (logged) without a name, or with a "keypath" that lacks its "keyvalue".
+    // True with an empty keyPath when nothing usable was found.
     [[nodiscard]] bool Load(IXMLDOMNode* node);
 
     // Looks only where the process's own bitness leads.
@@ -29,7 +30,16 @@ public:
     std::map<std::wstring, std::vector<std::wstring>> ChildValues;
 
 private:
+    // Steps of the functions of the same name; a log record carries the name of the function it stands in.
+    void Load(IXMLDOMNodeList* children);
+    [[nodiscard]] bool SearchForProductCode(REGSAM access);
+
+    // Resolves prodName to the key path of an uninstall entry with that display name, whichever view it
+    // is in. False, with keyPath untouched, when there is none.
     [[nodiscard]] bool SearchForProductCode();
+
+    // Below HKEY_LOCAL_MACHINE, with the separator that an entry's name follows.
+    static constexpr const wchar_t* uninstallKey = L"Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\";
 };
 
 using VersionList = std::vector<CProductVersion>;

@@ -2,6 +2,7 @@
 
 #include "catalogue/product.h"
 #include "common/uninstall_callback.h"
+#include "environment/xml_helper.h"
 
 #include <string>
 
@@ -24,6 +25,12 @@ public:
 
     ProductList products;
     bool exec_all = true; // only the exact text "false" in the file makes it false
+
+private:
+    // Steps of the function of the same name; a log record carries the name of the function it stands in.
+    [[nodiscard]] bool Load(IXMLDOMDocument* document, const wchar_t* path, int kind);
+    [[nodiscard]] static bool Load(IXMLDOMDocument* document, UniqueXmlNodeList& children, long& count);
+    [[nodiscard]] bool Load(IXMLDOMNodeList* children, long index, int kind);
 };
 
 } // namespace prodsweep
