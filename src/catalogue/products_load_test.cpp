@@ -2,6 +2,7 @@
 
 #include "environment/log.h"
 #include "support/callback_recorder.h"
+#include "support/com_scope.h"
 #include "support/dom.h"
 #include "support/import_patch.h"
 #include "support/log_recorder.h"

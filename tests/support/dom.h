@@ -2,28 +2,9 @@
 
 #include "environment/xml_helper.h"
 
-#include <windows.h>
-
 #include <string>
 
 namespace prodsweep::test {
-
-// COM on this thread for as long as it lives, as the exports have it.
-class ComScope
-{
-public:
-    ComScope() : result(CoInitialize(nullptr)) {}
-    ~ComScope()
-    {
-        if (SUCCEEDED(result))
-            CoUninitialize();
-    }
-    ComScope(const ComScope&) = delete;
-    ComScope& operator=(const ComScope&) = delete;
-
-private:
-    HRESULT result;
-};
 
 // A text parsed by MSXML. COM must be initialised. A text that is not well-formed fails the test.
 class DomText

@@ -1,0 +1,122 @@
+#include "support/process.h"
+
+#include "support/log_recorder.h"
+#include "support/temp_tree.h"
+
+#include <memory>
+
+namespace prodsweep::test {
+namespace {
+
+// Names the test that a child was started for, so that a child of the child is none.
+constexpr wchar_t childVariable[] = L"PRODSWEEP_TEST_CHILD";
+
+struct HandleCloser
+{
+    void operator()(HANDLE handle) const noexcept { CloseHandle(handle); }
+};
+using UniqueHandle = std::unique_ptr<void, HandleCloser>;
+
+// A file and not a pipe: a process that outlives its parent must not keep the reader waiting.
+UniqueHandle InheritableFile(const std::wstring& path)
+{
+    SECURITY_ATTRIBUTES inheritable{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
+    const HANDLE file =
+        CreateFileW(path.c_str(), GENERIC_READ | FILE_APPEND_DATA | SYNCHRONIZE,
+                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, &inheritable, CREATE_ALWAYS, 0, nullptr);
+    return UniqueHandle(file == INVALID_HANDLE_VALUE ? nullptr : file);
+}
+
+std::string ReadAll(HANDLE file)
+{
+    std::string content;
+    char buffer[4096];
+    DWORD read = 0;
+    SetFilePointer(file, 0, nullptr, FILE_BEGIN);
+    while (ReadFile(file, buffer, sizeof(buffer), &read, nullptr) && read > 0)
+        content.append(buffer, read);
+    return content;
+}
+
+std::string CurrentTest()
+{
+    const testing::TestInfo* info = testing::UnitTest::GetInstance()->current_test_info();
+    return info == nullptr ? std::string() : std::string(info->test_suite_name()) + "." + info->name();
+}
+
+std::wstring Widen(const std::string& text) { return std::wstring(text.begin(), text.end()); }
+
+} // namespace
+
+ProcessResult RunProcess(const std::wstring& commandLine, const std::wstring& folder, DWORD timeoutMilliseconds)
+{
+    ProcessResult result;
+    const TempTree tree;
+    const UniqueHandle output = InheritableFile(tree.Path(L"output.txt"));
+    STARTUPINFOW startup{};
+    startup.cb = sizeof(startup);
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdOutput = output.get();
+    startup.hStdError = output.get();
+    PROCESS_INFORMATION made{};
+    std::wstring line = commandLine; // the call writes into its buffer
+    result.started = CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, CREATE_NO_WINDOW, nullptr,
+                                    folder.empty() ? nullptr : folder.c_str(), &startup, &made) != FALSE;
+    if (!result.started)
+    {
+        result.exitCode = GetLastError();
+        return result;
+    }
+    const UniqueHandle process(made.hProcess);
+    const UniqueHandle thread(made.hThread);
+    result.timedOut = WaitForSingleObject(process.get(), timeoutMilliseconds) != WAIT_OBJECT_0;
+    if (result.timedOut)
+    {
+        TerminateProcess(process.get(), WAIT_TIMEOUT);
+        WaitForSingleObject(process.get(), 5000);
+    }
+    GetExitCodeProcess(process.get(), &result.exitCode);
+    result.output = ReadAll(output.get());
+    return result;
+}
+
+ProcessResult RunThisProgram(const std::wstring& arguments, DWORD timeoutMilliseconds)
+{
+    return RunProcess(L"\"" + ThisProgram() + L"\" " + arguments, {}, timeoutMilliseconds);
+}
+
+bool PassesInFreshProcess(DWORD timeoutMilliseconds)
+{
+    const std::string test = CurrentTest();
+    wchar_t startedFor[512] = {};
+    GetEnvironmentVariableW(childVariable, startedFor, 512);
+    if (startedFor == Widen(test))
+        return false;
+    SetEnvironmentVariableW(childVariable, Widen(test).c_str());
+    const ProcessResult child = RunThisProgram(L"--gtest_filter=" + Widen(test), timeoutMilliseconds);
+    SetEnvironmentVariableW(childVariable, startedFor[0] != L'\0' ? startedFor : nullptr);
+    // The count guards against a filter that matches nothing, which GoogleTest takes for success.
+    const bool ranOne = child.output.find("[  PASSED  ] 1 test.") != std::string::npos;
+    if (!child.started || child.timedOut || child.exitCode != 0 || !ranOne)
+    {
+        ADD_FAILURE() << test << " failed in a process of its own" << (child.timedOut ? " (time is up)" : "")
+                      << ", exit code 0x" << std::hex << child.exitCode << "\n"
+                      << child.output;
+    }
+    return true;
+}
+
+std::wstring ThisProgram()
+{
+    wchar_t path[MAX_PATH] = {};
+    GetModuleFileNameW(nullptr, path, MAX_PATH);
+    return path;
+}
+
+std::wstring ThisProgramsFolder()
+{
+    const std::wstring program = ThisProgram();
+    return program.substr(0, program.rfind(L'\\') + 1);
+}
+
+} // namespace prodsweep::test

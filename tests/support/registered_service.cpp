@@ -1,0 +1,109 @@
+#include "support/registered_service.h"
+
+#include "support/process.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+
+namespace prodsweep::test {
+namespace {
+
+constexpr wchar_t servicesKey[] = L"SYSTEM\\CurrentControlSet\\Services\\";
+
+std::wstring NewName()
+{
+    static std::atomic<int> next{0};
+    return L"prodsweep-test-" + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(next.fetch_add(1));
+}
+
+SC_HANDLE Register(SC_HANDLE manager, const std::wstring& name, const std::wstring& commandLine)
+{
+    const SC_HANDLE service = CreateServiceW(manager, name.c_str(), name.c_str(), SERVICE_ALL_ACCESS,
+                                             SERVICE_WIN32_OWN_PROCESS, SERVICE_DEMAND_START, SERVICE_ERROR_IGNORE,
+                                             commandLine.c_str(), nullptr, nullptr, nullptr, nullptr, nullptr);
+    EXPECT_NE(nullptr, service) << "CreateService failed " << GetLastError();
+    return service;
+}
+
+DWORD ReadStartType(const std::wstring& name, DWORD* valueType)
+{
+    DWORD start = 0;
+    DWORD size = sizeof(start);
+    EXPECT_EQ(ERROR_SUCCESS, RegGetValueW(HKEY_LOCAL_MACHINE, (servicesKey + name).c_str(), L"Start", RRF_RT_ANY,
+                                          valueType, &start, &size));
+    return start;
+}
+
+// Ends the service's process, whatever it is at.
+void EndProcess(SC_HANDLE service)
+{
+    SERVICE_STATUS_PROCESS status{};
+    DWORD needed = 0;
+    if (!QueryServiceStatusEx(service, SC_STATUS_PROCESS_INFO, reinterpret_cast<BYTE*>(&status), sizeof(status),
+                              &needed) ||
+        status.dwProcessId == 0)
+        return;
+    const HANDLE process = OpenProcess(PROCESS_TERMINATE | SYNCHRONIZE, FALSE, status.dwProcessId);
+    if (process == nullptr)
+        return;
+    TerminateProcess(process, 0);
+    WaitForSingleObject(process, 10000);
+    CloseHandle(process);
+}
+
+void Unregister(SC_HANDLE service, const std::wstring& name)
+{
+    if (service == nullptr)
+        return;
+    EndProcess(service);
+    EXPECT_TRUE(DeleteService(service)) << "DeleteService failed " << GetLastError();
+    CloseServiceHandle(service);
+    // Left over when the service control manager still waits for the process.
+    RegDeleteTreeW(HKEY_LOCAL_MACHINE, (servicesKey + name).c_str());
+}
+
+} // namespace
+
+RegisteredService::RegisteredService(const std::wstring& behaviour)
+    : name(NewName()), manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS))
+{
+    EXPECT_NE(nullptr, manager) << "OpenSCManager failed " << GetLastError();
+    const std::wstring program = L"\"" + ThisProgramsFolder() + L"test_service.exe\" ";
+    service = Register(manager, name, program + name + L" " + behaviour);
+    canary = Register(manager, name + L"-canary", program + name + L"-canary stops");
+}
+
+RegisteredService::~RegisteredService()
+{
+    Unregister(service, name);
+    Unregister(canary, name + L"-canary");
+    CloseServiceHandle(manager);
+}
+
+void RegisteredService::Start()
+{
+    ASSERT_TRUE(StartServiceW(service, 0, nullptr)) << "StartService failed " << GetLastError();
+    const ULONGLONG deadline = GetTickCount64() + 30000;
+    while (State() != SERVICE_RUNNING && GetTickCount64() < deadline)
+        Sleep(10);
+    ASSERT_EQ(DWORD{SERVICE_RUNNING}, State());
+}
+
+DWORD RegisteredService::State() const
+{
+    SERVICE_STATUS status{};
+    return QueryServiceStatus(service, &status) ? status.dwCurrentState : 0;
+}
+
+std::wstring RegisteredService::Subkey() const { return servicesKey + name; }
+
+DWORD RegisteredService::StartType(DWORD* valueType) const { return ReadStartType(name, valueType); }
+
+bool RegisteredService::CanaryIntact() const
+{
+    SERVICE_STATUS status{};
+    return ReadStartType(name + L"-canary", nullptr) == SERVICE_DEMAND_START && QueryServiceStatus(canary, &status);
+}
+
+} // namespace prodsweep::test
