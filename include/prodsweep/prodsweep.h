@@ -6,8 +6,10 @@
  * The DLL reads two catalogues that lie beside it, "products.xml" (kind 1, the maker's own family)
  * and "detection.xml" (kind 2, other makers' products). Nothing is kept between two calls.
  *
- * COM        Each export initialises COM on the calling thread if the caller has not, and leaves
- *            it as it was. Any apartment model will do.
+ * COM        Each export sees to COM on the calling thread. Any apartment model will do. A thread
+ *            without COM is without it again afterwards. On a thread that has COM in the
+ *            single-threaded model each call leaves one reference behind: the caller's last
+ *            CoUninitialize does not end COM there, the end of the thread does.
  * Threads    The listing exports may run on any thread. One removal at a time. The DLL makes no
  *            thread of its own. GetProgressPercent may be called from any thread at any moment.
  * Failure    A false result says that something failed; the reason goes to the log (see log.dll).
@@ -146,7 +148,8 @@ extern "C"
 #ifdef __cplusplus
 #define PRODSWEEP_ASSERT_LAYOUT(condition) static_assert(condition, "layout of the exported interface")
 #else
-#define PRODSWEEP_ASSERT_LAYOUT(condition) _Static_assert(condition, "layout of the exported interface")
+/* C99 has no static assertion; an array of no valid size does the same. */
+#define PRODSWEEP_ASSERT_LAYOUT(condition) extern char prodsweepLayout[(condition) ? 1 : -1]
 #endif
     PRODSWEEP_ASSERT_LAYOUT(sizeof(bool) == 1);
     PRODSWEEP_ASSERT_LAYOUT(sizeof(ProductEntry) == 40);
