@@ -1,5 +1,7 @@
 #pragma once
 
+#include "common/com_releaser.h"
+
 #include <windows.h>
 
 #include <msxml.h>
@@ -23,10 +25,6 @@ private:
     HRESULT result;
 };
 
-struct ComReleaser
-{
-    void operator()(IUnknown* object) const noexcept { object->Release(); }
-};
 struct BstrFreer
 {
     void operator()(OLECHAR* text) const noexcept { SysFreeString(text); }
