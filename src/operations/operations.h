@@ -55,6 +55,8 @@ public:
     int StopService(const wchar_t* name);
 
 private:
+    // Removes the folder when all in it was handled. An overload, so that its log lines carry the same name.
+    void DelFolderRec(const wchar_t* emptied);
     // Forwards only when there is a list.
     void AddRestartDel(const wchar_t* path);
 
