@@ -1,0 +1,250 @@
+#include "interpreter/product_installed.h"
+
+#include "environment/log.h"
+#include "interpreter/descriptor.h"
+
+#include <utility>
+
+namespace prodsweep {
+namespace {
+
+// What an entry's attributes say, taken apart: the handlers do not get to see score and mandatory.
+struct ScoredEntry
+{
+    AttributeMap attributes;
+    int score = 1;
+    bool mandatory = false;
+};
+
+ScoredEntry TakeScore(const EntryAttributes& read, const std::wstring& opCode)
+{
+    ScoredEntry entry;
+    entry.attributes.emplace(L"op_code", opCode);
+    for (const auto& [name, value] : read.pairs)
+    {
+        if (EqualIgnoringCase(name, L"score"))
+            entry.score = DecimalPrefix(value);
+        else if (EqualIgnoringCase(name, L"mandatory"))
+            entry.mandatory = EqualIgnoringCase(value, L"yes");
+        else
+            entry.attributes.emplace(name, value);
+    }
+    return entry;
+}
+
+// 32-bit arithmetic that wraps around.
+int AddScore(int score, int more)
+{
+    return static_cast<int>(static_cast<unsigned>(score) + static_cast<unsigned>(more));
+}
+
+} // namespace
+
+CProductInstalled::CProductInstalled(std::wstring descriptor) : CProductConfig(std::move(descriptor)) {}
+
+bool CProductInstalled::Process()
+{
+    LOG(LogTrace, L"->\"%s\"", file.c_str());
+    const Descriptor opened = OpenDescriptor(file);
+    switch (opened.fault)
+    {
+    case Descriptor::Fault::None:
+        break;
+    case Descriptor::Fault::NoDocument:
+        LOG(LogError, L"CoCreateInstance CLSID_DOMDocument30 failed 0x%x", opened.result);
+        return false;
+    case Descriptor::Fault::NotLoaded:
+        LOG(LogError, L"load \"%s\" failed 0x%x", file.c_str(), opened.result);
+        return false;
+    case Descriptor::Fault::NoDocumentNode:
+        LOG(LogError, L"failed load RootElement 0x%x", opened.result);
+        LOG(LogError, L"failed \"%s\"", file.c_str());
+        return false;
+    case Descriptor::Fault::NoRoot:
+        LOG(LogError, L"failed load \"uninstall_information\" node 0x%x", opened.result);
+        LOG(LogError, L"failed \"%s\"", file.c_str());
+        return false;
+    }
+    WideStringList versions;
+    if (!ReadVersions(opened.root.get(), versions))
+        return false;
+    for (const std::wstring& name : versions)
+    {
+        UniqueXmlNode version;
+        if (FAILED(CXMLHelper::SelectNode(opened.root.get(), name.c_str(), version)) || version == nullptr)
+        {
+            LOG(LogWarning, L"the xml doesn't have <%s>", name.c_str());
+            continue;
+        }
+        LOG(LogTrace, L"->ProcessVersion %s", name.c_str());
+        const bool detected = ProcessVersion(version.get());
+        LOG(LogTrace, L"<-ProcessVersion %s, result = %s", name.c_str(), detected ? L"true" : L"false");
+        if (detected)
+        {
+            LOG(LogTrace, L"<- success");
+            return true;
+        }
+    }
+    LOG(LogTrace, L"<- failed");
+    return false;
+}
+
+bool CProductInstalled::ProcessNTVersion(IXMLDOMNode* version, const std::wstring& appPath)
+{
+    std::wstring mode;
+    if (!CXMLHelper::GetNodeAttribute(version, L"mandatory_sections", mode))
+        LOG(LogWarning, L"failed to get attribute \"mandatory_sections\"");
+    if (mode != L"all" && mode != L"any")
+    {
+        LOG(LogWarning, L"Invalid value for attribute \"mandatory_sections\". Default value is \"any\". ");
+        mode = L"any";
+    }
+    UniqueXmlNode sections;
+    HRESULT result = CXMLHelper::SelectNode(version, L"win_nt", sections);
+    if (FAILED(result) || sections == nullptr)
+    {
+        LOG(LogError, L"can't load \"win_nt\" node 0x%x", result);
+        return false;
+    }
+    const ChildList children = ReadChildren(sections.get());
+    if (children.fault == ChildList::Fault::NoNodes)
+    {
+        LOG(LogError, L"failed load \"win_nt\" childs nodes 0x%x", children.result);
+        return false;
+    }
+    if (children.fault == ChildList::Fault::NoCount)
+    {
+        LOG(LogError, L"failed load \"win_nt\" childs count 0x%x", children.result);
+        return false;
+    }
+    bool detected = false;
+    for (long i = 0; i < children.count; ++i)
+    {
+        UniqueXmlNode section;
+        result = CXMLHelper::ChildAt(children.nodes.get(), i, section);
+        if (FAILED(result) || section == nullptr)
+        {
+            // Deliberate: this takes back what earlier sections have found.
+            LOG(LogError, L"failed load child %d for \"win_nt\", err = 0x%x", i, result);
+            return false;
+        }
+        std::wstring opCode;
+        if (!CXMLHelper::GetNodeAttribute(section.get(), L"op_code", opCode))
+            LOG(LogError, L"failed get attribute \"op_code\"");
+        // Deliberate: in this very spelling only, unlike the dispatch. A tool leaves nothing to look for;
+        // in another spelling its entries count as found.
+        if (opCode == L"exec_tool")
+            continue;
+        const bool passed = ProcessSection(section.get(), appPath);
+        if (mode == L"all")
+        {
+            detected = passed;
+            if (!detected)
+                break;
+        }
+        else
+        {
+            // No early end: the sections behind are evaluated too.
+            detected = detected || passed;
+        }
+    }
+    return detected;
+}
+
+bool CProductInstalled::ProcessSection(IXMLDOMNode* section, const std::wstring& appPath)
+{
+    std::wstring opCode;
+    if (!CXMLHelper::GetNodeAttribute(section, L"op_code", opCode))
+    {
+        LOG(LogError, L"failed get attribute \"op_code\"");
+        return false;
+    }
+    std::wstring minimumText;
+    // Absent is the normal case: the minimum is 0 then.
+    const bool hasMinimum = CXMLHelper::GetNodeAttribute(section, L"minimum_score", minimumText);
+    const int minimum = hasMinimum ? DecimalPrefix(minimumText) : 0;
+    LOG(LogTrace, L"Minimum Score \"%s\" = %d", opCode.c_str(), minimum);
+    const ChildList children = ReadChildren(section);
+    if (children.fault == ChildList::Fault::NoNodes)
+    {
+        LOG(LogError, L"failed load child nodes 0x%x", children.result);
+        return false;
+    }
+    if (children.fault == ChildList::Fault::NoCount)
+    {
+        LOG(LogError, L"failed load \"win_nt\" children count 0x%x", children.result);
+        return false;
+    }
+    int score = 0;
+    for (long i = 0; i < children.count; ++i)
+    {
+        UniqueXmlNode node;
+        if (const HRESULT result = CXMLHelper::ChildAt(children.nodes.get(), i, node);
+            FAILED(result) || node == nullptr)
+        {
+            // What was scored so far stands before the minimum, here and below.
+            LOG(LogError, L"failed load child %d, err = 0x%x", i, result);
+            break;
+        }
+        std::wstring name;
+        // Only for the log.
+        (void)CXMLHelper::GetNodeName(node.get(), name);
+        LOG(LogTrace, L"->node \"%s\"", name.c_str());
+        std::wstring text;
+        bool hasText = false;
+        CXMLHelper::GetText(node.get(), text, hasText);
+        if (!hasText)
+        {
+            LOG(LogError, L"failed get element value");
+            break;
+        }
+        // Deliberate: here the text decides, and not the name, and there is a pause (of no length) only
+        // when the attribute that once gave its length is missing.
+        if (EqualIgnoringCase(text, L"sleep"))
+        {
+            std::wstring unused;
+            if (!CXMLHelper::GetNodeAttribute(node.get(), L"value", unused))
+                ProcessSleep(0);
+            continue;
+        }
+        const EntryAttributes read = ReadAttributes(node.get());
+        switch (read.fault)
+        {
+        case EntryAttributes::Fault::None:
+            break;
+        case EntryAttributes::Fault::NoAttributes:
+            // A comment ends the section here, whatever the score.
+            LOG(LogError, L"failed get element attributes 0x%x", read.result);
+            return false;
+        case EntryAttributes::Fault::NoCount:
+            LOG(LogError, L"failed get attributes length 0x%x", read.result);
+            return false;
+        case EntryAttributes::Fault::NoAttribute:
+            LOG(LogError, L"failed get attribute %d, 0x%x", read.index, read.result);
+            return false;
+        case EntryAttributes::Fault::NoName:
+            LOG(LogError, L"failed get attribute %d name", read.index);
+            return false;
+        case EntryAttributes::Fault::NoValue:
+            LOG(LogError, L"failed get attribute %d value", read.index);
+            return false;
+        }
+        const ScoredEntry entry = TakeScore(read, opCode);
+        if (ExecOperation(entry.attributes, appPath))
+        {
+            score = AddScore(score, entry.score);
+        }
+        else if (entry.mandatory)
+        {
+            LOG(LogError, L"The mandatory failed");
+            for (const auto& [key, value] : entry.attributes)
+                LOG(LogError, L"\t\"%s\" = \"%s\"", key.c_str(), value.c_str());
+            return false;
+        }
+        LOG(LogTrace, L"<-node \"%s\"", name.c_str());
+    }
+    LOG(LogTrace, L"Score \"%s\" = %d", opCode.c_str(), score);
+    return score >= minimum;
+}
+
+} // namespace prodsweep
