@@ -1,0 +1,35 @@
+// One subcommand of the host. It declares its options when it is made and runs if it was chosen.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+namespace CLI {
+class App;
+}
+
+namespace prodsweep {
+
+class COutput;
+
+class ICommand
+{
+public:
+    ICommand() = default;
+    ICommand(const ICommand&) = delete;
+    ICommand& operator=(const ICommand&) = delete;
+    virtual ~ICommand() = default;
+
+    virtual bool IsChosen() const = 0;
+
+    // Standard output is to hold one JSON object, also after a failure.
+    virtual bool WantsJson() const = 0;
+
+    // Returns the exit code. Throws CFailure.
+    virtual int Run(const COutput& out) = 0;
+};
+
+// All commands, each known to the parser, which must outlive them.
+std::vector<std::unique_ptr<ICommand>> MakeCommands(CLI::App& parser);
+
+} // namespace prodsweep

@@ -1,0 +1,14 @@
+#include "command.h"
+
+#include "list_command.h"
+
+namespace prodsweep {
+
+std::vector<std::unique_ptr<ICommand>> MakeCommands(CLI::App& parser)
+{
+    std::vector<std::unique_ptr<ICommand>> commands;
+    commands.push_back(std::make_unique<CListCommand>(parser));
+    return commands;
+}
+
+} // namespace prodsweep

@@ -1,0 +1,93 @@
+#include "host.h"
+
+#include <algorithm>
+#include <new>
+
+#include <CLI/CLI.hpp>
+
+#include "command.h"
+#include "exit_codes.h"
+#include "failure.h"
+#include "json.h"
+#include "output.h"
+
+namespace prodsweep {
+
+namespace {
+
+constexpr const char* description = "Finds installed software products, told what by XML catalogues.";
+
+constexpr const char* exitCodeHelp = R"(
+Exit codes:
+  0    done
+  2    the library is missing
+  13   a catalogue is missing or cannot be read
+  87   the command line is wrong
+Any other code is that of the Windows error that is told on standard error.
+)";
+
+int WriteOrFail(const COutput& out, const std::string& text) { return out.Write(text) ? exitDone : exitNotWritten; }
+
+int Fail(const COutput& err, int code, const std::string& sentence)
+{
+    // Nothing is left to be told by, if standard error fails as well; the exit code still stands.
+    static_cast<void>(err.Write("prodsweep: " + sentence + '\n'));
+    return code;
+}
+
+int RunCommand(ICommand& command, const COutput& out, const COutput& err)
+{
+    try
+    {
+        const int code = command.Run(out);
+        return code == exitNotWritten ? Fail(err, code, "the output cannot be written.") : code;
+    }
+    catch (const CFailure& failure)
+    {
+        if (command.WantsJson())
+            static_cast<void>(out.Write(FailureAsJson(failure.ExitCode(), failure.what())));
+        return Fail(err, failure.ExitCode(), failure.what());
+    }
+    catch (const std::bad_alloc&)
+    {
+        return Fail(err, exitNoMemory, "memory is short.");
+    }
+}
+
+} // namespace
+
+int RunHost(std::vector<std::string> arguments, const COutput& out, const COutput& err)
+{
+    CLI::App parser(description, "prodsweep");
+    // "/json" is a path here, as everywhere else in this program.
+    parser.allow_windows_style_options(false);
+    parser.require_subcommand(1);
+    parser.set_version_flag("--version", "prodsweep " PRODSWEEP_VERSION, "Print the version");
+    parser.set_help_flag("-h,--help", "Print this help");
+    parser.footer(exitCodeHelp);
+    const auto commands = MakeCommands(parser);
+
+    try
+    {
+        // The parser takes its arguments from the back.
+        std::reverse(arguments.begin(), arguments.end());
+        parser.parse(std::move(arguments));
+    }
+    catch (const CLI::CallForHelp&)
+    {
+        return WriteOrFail(out, parser.help());
+    }
+    catch (const CLI::CallForVersion& version)
+    {
+        return WriteOrFail(out, std::string(version.what()) + '\n');
+    }
+    catch (const CLI::ParseError& error)
+    {
+        return Fail(err, exitBadArguments, std::string(error.what()) + " (see prodsweep --help)");
+    }
+    const auto chosen =
+        std::find_if(commands.begin(), commands.end(), [](const auto& command) { return command->IsChosen(); });
+    return RunCommand(**chosen, out, err);
+}
+
+} // namespace prodsweep

@@ -1,0 +1,94 @@
+#include "list_command.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include <CLI/CLI.hpp>
+
+#include "exit_codes.h"
+#include "failure.h"
+#include "library.h"
+#include "list_report.h"
+#include "output.h"
+#include "product_array.h"
+
+namespace prodsweep {
+
+namespace {
+
+constexpr const char* jsonHelp = R"(
+--json prints one object, in UTF-8:
+  format    number; 1. It is raised when a script would have to change.
+  library   full path of the library that was asked
+  products  kind "own" before kind "other", each in its catalogue's order:
+    name, descriptor (full path), kind ("own" or "other"), installed (true or false)
+    versions  those found on this machine:
+      guid      last part of the version's registry key, or null
+      children  what the catalogue says below the version: each name with its texts
+After a failure the object holds format and error (code, message) instead.
+)";
+
+struct KindChoice
+{
+    const char* name;
+    int flags;
+};
+
+constexpr KindChoice kindChoices[] = {
+    {"own", PRODSWEEP_LIST_OWN},
+    {"other", PRODSWEEP_LIST_OTHER},
+    {"all", PRODSWEEP_LIST_ALL},
+};
+
+std::vector<std::string> KindNames()
+{
+    std::vector<std::string> names;
+    std::transform(std::begin(kindChoices), std::end(kindChoices), std::back_inserter(names),
+                   [](const KindChoice& choice) { return choice.name; });
+    return names;
+}
+
+int FlagsOf(const std::string& kind)
+{
+    // The parser let no other name through.
+    return std::find_if(std::begin(kindChoices), std::end(kindChoices),
+                        [&](const KindChoice& choice) { return choice.name == kind; })
+        ->flags;
+}
+
+} // namespace
+
+CListCommand::CListCommand(CLI::App& parser)
+    : command(parser.add_subcommand("list", "List the products of the catalogues and the versions found here"))
+{
+    command->add_flag("--installed", installedOnly, "Only products that are installed");
+    command->add_option("--kind", kind, "own: the maker's family; other: other makers' products; all (default)")
+        ->check(CLI::IsMember(KindNames()))
+        ->type_name("KIND");
+    command->add_flag("--json", json, "One JSON object on standard output");
+    command->add_option("--library", libraryPath, "The prodsweep.dll to ask (default: the one beside this program)")
+        ->type_name("PATH");
+    command->footer(jsonHelp);
+}
+
+bool CListCommand::IsChosen() const { return command->parsed(); }
+
+int CListCommand::Run(const COutput& out)
+{
+    const int flags = FlagsOf(kind);
+    if (command->count("--library") != 0 && libraryPath.empty())
+        throw CFailure(exitBadArguments, "--library needs a path.");
+    const CLibrary library(libraryPath);
+
+    std::vector<Product> products = library.InstalledProducts(flags);
+    if (!installedOnly)
+    {
+        std::vector<Product> catalogue = library.Products(flags);
+        MergeInstalled(catalogue, std::move(products));
+        products = std::move(catalogue);
+    }
+    const std::string report = json ? ListAsJson(library.Path(), products) : ListAsTable(products, installedOnly);
+    return out.Write(report) ? exitDone : exitNotWritten;
+}
+
+} // namespace prodsweep

@@ -1,0 +1,40 @@
+#include "module_path.h"
+
+#include "exit_codes.h"
+#include "failure.h"
+#include "text.h"
+
+namespace prodsweep {
+
+namespace {
+
+// Windows' own limit for a path, with its terminating zero.
+constexpr DWORD longestPath = 32768;
+
+} // namespace
+
+std::wstring ModulePath(HMODULE module)
+{
+    std::wstring path(longestPath, L'\0');
+    const DWORD length = GetModuleFileNameW(module, path.data(), longestPath);
+    const DWORD error = GetLastError();
+    if (length == 0 || length >= longestPath)
+        throw CFailure(static_cast<int>(error),
+                       "the path of a loaded file cannot be found out (Windows error " + std::to_string(error) + ").");
+    path.resize(length);
+    return path;
+}
+
+std::wstring FolderOf(const std::wstring& path) { return path.substr(0, path.find_last_of(L'\\') + 1); }
+
+std::wstring FullPath(const std::wstring& path)
+{
+    std::wstring full(longestPath, L'\0');
+    const DWORD length = GetFullPathNameW(path.c_str(), longestPath, full.data(), nullptr);
+    if (length == 0 || length >= longestPath)
+        throw CFailure(exitBadArguments, '"' + ToUtf8(path) + "\" is not a path.");
+    full.resize(length);
+    return full;
+}
+
+} // namespace prodsweep

@@ -1,0 +1,22 @@
+// Text between Windows (UTF-16) and everything that the host reads and writes (UTF-8).
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace prodsweep {
+
+// Half a surrogate pair, which the registry may hold, becomes U+FFFD.
+std::string ToUtf8(std::wstring_view text);
+std::wstring ToWide(std::string_view utf8);
+
+// Columns that the text takes on a terminal: 2 for East Asian wide characters and emoji, 0 for
+// combining marks, 1 for all others.
+std::size_t DisplayWidth(std::string_view utf8);
+
+// The text on one line: control characters, by which a name out of a catalogue could steer the
+// reader's terminal, become U+FFFD.
+std::string Printable(std::string_view utf8);
+
+} // namespace prodsweep
