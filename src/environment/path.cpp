@@ -6,6 +6,10 @@
 
 #include <shlwapi.h>
 
+#include <algorithm>
+#include <cwchar>
+#include <vector>
+
 // The header of the module that this code is linked into; the linker provides it.
 extern "C" IMAGE_DOS_HEADER __ImageBase;
 
@@ -35,9 +39,11 @@ bool CPath::GetCurrentPath(std::wstring& folder)
 
 std::wstring& CPath::Canonicalise(std::wstring& path)
 {
-    wchar_t canonical[MAX_PATH] = {};
-    if (PathCanonicalizeW(canonical, path.c_str()))
-        path = canonical;
+    // The call takes no size: it counts on room for MAX_PATH characters. Not every system refuses a text
+    // that needs more (Wine writes on), so there is room for all of it, and the limit is kept here.
+    std::vector<wchar_t> canonical(std::max<std::size_t>(MAX_PATH, path.size() + 4));
+    if (PathCanonicalizeW(canonical.data(), path.c_str()) && std::wcslen(canonical.data()) < MAX_PATH)
+        path = canonical.data();
     return path;
 }
 

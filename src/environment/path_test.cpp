@@ -66,5 +66,22 @@ TEST(CPathTest, TextThatCannotBeCanonicalisedStaysAsItIs)
     EXPECT_EQ(before, CPath::Canonicalise(path));
 }
 
+TEST(CPathTest, CanonicalTextThatWouldBeTooLongIsNotTaken)
+{
+    const std::wstring folded = L"C:\\x\\..\\";
+    std::wstring longest = folded + std::wstring(MAX_PATH - folded.size() - 1, L'a');
+    const std::wstring name = longest.substr(folded.size());
+    EXPECT_EQ(L"C:\\" + name, CPath::Canonicalise(longest));
+    std::wstring longer = folded + std::wstring(MAX_PATH, L'a');
+    EXPECT_EQ(folded + std::wstring(MAX_PATH, L'a'), CPath::Canonicalise(longer));
+}
+
+TEST(CPathTest, TextOfAnyLengthIsTakenWithoutHarm)
+{
+    std::wstring path = L"C:\\x\\..\\" + std::wstring(65536, L'a');
+    const std::wstring before = path;
+    EXPECT_EQ(before, CPath::Canonicalise(path));
+}
+
 } // namespace
 } // namespace prodsweep
