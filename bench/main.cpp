@@ -1,0 +1,51 @@
+// prodsweep_bench [GROUP...]: runs the groups named, or all, prints a table and writes bench.json
+// beside the program. Needs ../bin/prodsweep.dll. Ends with 1 when a figure is over its limit.
+#include "bench/benches.h"
+
+#include <windows.h>
+
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+using namespace prodsweep::bench;
+
+struct Group
+{
+    const char* name;
+    void (*run)(Report&);
+};
+
+constexpr Group groups[] = {
+    {"log", BenchLog},
+    {"load", BenchLoad},
+    {"listing", BenchListing},
+};
+
+bool Wanted(const char* name, int argc, char** argv)
+{
+    for (int i = 1; i < argc; ++i)
+    {
+        if (std::strcmp(argv[i], name) == 0)
+            return true;
+    }
+    return argc == 1;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    Report report;
+    for (const Group& group : groups)
+    {
+        if (!Wanted(group.name, argc, argv))
+            continue;
+        std::fprintf(stderr, "measuring: %s\n", group.name);
+        group.run(report);
+    }
+    report.Print();
+    report.Write("bench.json");
+    return report.WithinLimits() ? 0 : 1;
+}
