@@ -2,7 +2,9 @@
 
 #include "catalogue/product.h"
 #include "common/uninstall_callback.h"
+#include "common/wide_string_list.h"
 #include "environment/xml_helper.h"
+#include "interpreter/check_list.h"
 
 #include <string>
 
@@ -23,6 +25,19 @@ public:
     [[nodiscard]] bool GetProductInfo(const std::wstring& name, CProduct& info) const;
     [[nodiscard]] static bool IsProductInList(const ProductList& list, const std::wstring& name);
 
+    // Removes the products of these names. names: only what is installed; forced: whatever is in the
+    // catalogue. What the products that stay still use is left alone. restart: a restart is needed to
+    // finish; untouched when there was nothing to do. False when a product's removal failed.
+    bool Uninstall(const WideStringList& names, const WideStringList& forced, int kind, bool* restart,
+                   UninstallCallback callback);
+    // Removes the products of a list in their order, whatever is installed. checkList: what stays.
+    static bool Uninstall(const ProductList& uninstallList, const CheckList& checkList, bool* restart,
+                          UninstallCallback callback);
+    // Every installed product; when it is only one, every other of the catalogue behind it.
+    bool UninstallAllInstalled(int kind, bool* restart, UninstallCallback callback);
+    // Every product of the catalogue, installed or not.
+    bool UninstallForceAll(int kind, bool* restart, UninstallCallback callback);
+
     ProductList products;
     bool exec_all = true; // only the exact text "false" in the file makes it false
 
@@ -31,6 +46,8 @@ private:
     [[nodiscard]] bool Load(IXMLDOMDocument* document, const wchar_t* path, int kind);
     [[nodiscard]] static bool Load(IXMLDOMDocument* document, UniqueXmlNodeList& children, long& count);
     [[nodiscard]] bool Load(IXMLDOMNodeList* children, long index, int kind);
+    void Uninstall(const WideStringList& names, const ProductList& installed, ProductList& uninstallList) const;
+    void Uninstall(const WideStringList& forced, ProductList& uninstallList) const;
 };
 
 } // namespace prodsweep
