@@ -51,6 +51,7 @@ constexpr Method methods[] = {
     {DomMethod::MapItem, Class::Map, 10, Result::Second},
     {DomMethod::MapLength, Class::Map, 11, Result::None},
     {DomMethod::AttributeName, Class::Attribute, 7, Result::First},
+    {DomMethod::AttributeText, Class::Attribute, 26, Result::First},
     {DomMethod::AttributeValue, Class::Attribute, 8, Result::None},
 };
 

@@ -21,6 +21,7 @@ enum class DomMethod
     MapItem,
     MapLength,
     AttributeName,
+    AttributeText,
     AttributeValue
 };
 
