@@ -36,6 +36,17 @@ UniqueRegKey Open(HKEY hive, const std::wstring& subkey, REGSAM view)
 RegistrySandbox::RegistrySandbox(HKEY root, REGSAM registryView)
     : hive(root), view(registryView), home(NewHome()), subkey(home + L"\\box")
 {
+    Plant();
+}
+
+RegistrySandbox::RegistrySandbox(const RegistrySandbox& twin, REGSAM registryView)
+    : hive(twin.hive), view(registryView), home(twin.home), subkey(twin.subkey)
+{
+    Plant();
+}
+
+void RegistrySandbox::Plant() const
+{
     Make(hive, subkey, view);
     Make(hive, home + L"\\box-canary", view);
     const UniqueRegKey key = Make(hive, home, view);

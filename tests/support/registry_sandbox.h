@@ -13,6 +13,8 @@ class RegistrySandbox
 {
 public:
     explicit RegistrySandbox(HKEY root = HKEY_CURRENT_USER, REGSAM registryView = KEY_WOW64_64KEY);
+    // The same place in another registry view, with canaries of its own.
+    RegistrySandbox(const RegistrySandbox& twin, REGSAM registryView);
     ~RegistrySandbox();
     RegistrySandbox(const RegistrySandbox&) = delete;
     RegistrySandbox& operator=(const RegistrySandbox&) = delete;
@@ -36,6 +38,8 @@ public:
     [[nodiscard]] bool CanariesIntact() const;
 
 private:
+    void Plant() const;
+
     HKEY hive;
     REGSAM view;
     std::wstring home; // holds the sandbox and the canaries
