@@ -35,15 +35,15 @@ void** FindSlot(HMODULE module, const char* function)
     return nullptr;
 }
 
-void Write(void** slot, void* value)
+} // namespace
+
+void WriteProtected(void** slot, void* value)
 {
     DWORD protection = 0;
     VirtualProtect(slot, sizeof(*slot), PAGE_READWRITE, &protection);
     *slot = value;
     VirtualProtect(slot, sizeof(*slot), protection, &protection);
 }
-
-} // namespace
 
 ImportPatch::ImportPatch(HMODULE module, const char* function, void* replacement, int)
     : slot(FindSlot(module != nullptr ? module : GetModuleHandleW(nullptr), function))
@@ -54,13 +54,13 @@ ImportPatch::ImportPatch(HMODULE module, const char* function, void* replacement
         return;
     }
     original = *slot;
-    Write(slot, replacement);
+    WriteProtected(slot, replacement);
 }
 
 ImportPatch::~ImportPatch()
 {
     if (slot != nullptr)
-        Write(slot, original);
+        WriteProtected(slot, original);
 }
 
 } // namespace prodsweep::test

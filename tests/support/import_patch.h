@@ -34,4 +34,7 @@ private:
     void* original = nullptr;
 };
 
+// Changes a slot of a table of functions, which lies in memory that may not be written.
+void WriteProtected(void** slot, void* value);
+
 } // namespace prodsweep::test

@@ -1,0 +1,15 @@
+#include "support/method_patch.h"
+
+#include "support/import_patch.h"
+
+namespace prodsweep::test {
+
+MethodPatch::MethodPatch(IUnknown* object, Method method, void* replacement, int)
+    : slot(*reinterpret_cast<void***>(object) + static_cast<std::size_t>(method)), original(*slot)
+{
+    WriteProtected(slot, replacement);
+}
+
+MethodPatch::~MethodPatch() { WriteProtected(slot, original); }
+
+} // namespace prodsweep::test
