@@ -24,10 +24,12 @@ void LogRelease() noexcept;
 void LogMessage(LogBinding* binding, unsigned short reserved, const int* level, const char* function,
                 const wchar_t* functionWide, const wchar_t* format, ...) noexcept;
 
+// Defined here and not in the source file, so that the test in LogIsBound is two plain loads: names
+// from elsewhere are reached through a pointer, since they might come from another module.
 namespace log_state {
-extern constinit std::atomic<int> references;
+inline constinit std::atomic<int> references{0};
 // A second kind of reference, which nothing raises; it is looked at beside the first everywhere.
-extern constinit std::atomic<int> secondReferences;
+inline constinit std::atomic<int> secondReferences{0};
 } // namespace log_state
 
 // The cheap filter in front of every statement: no call, no lock. The two counts may be read at
@@ -58,17 +60,24 @@ private:
 };
 
 // The part of the compiler's function text that a log record carries: "CProducts::Load" of
-// "bool prodsweep::CProducts::Load(const wchar_t*, int)".
+// "bool prodsweep::CProducts::Load(const wchar_t*, int)". A lambda goes by the function around it.
 consteval std::string_view CutFunctionName(std::string_view text)
 {
-    text = text.substr(0, text.find('('));
+    std::size_t end = text.find('(');
+    while (end != std::string_view::npos && text.substr(end).starts_with("(anonymous namespace)"))
+        end = text.find('(', end + 1);
+    text = text.substr(0, end);
+    text = text.substr(0, text.find("::<lambda"));
+    for (constexpr std::string_view unnamed[] = {"{anonymous}::", "(anonymous namespace)::", "`anonymous-namespace'::"};
+         const std::string_view scope : unnamed)
+    {
+        if (const std::size_t place = text.rfind(scope); place != std::string_view::npos)
+            text.remove_prefix(place + scope.size());
+    }
     if (const std::size_t blank = text.find_last_of(" *&"); blank != std::string_view::npos)
         text.remove_prefix(blank + 1);
-    for (constexpr std::string_view ours[] = {"prodsweep::", "{anonymous}::"}; const std::string_view scope : ours)
-    {
-        if (text.starts_with(scope))
-            text.remove_prefix(scope.size());
-    }
+    if (constexpr std::string_view ours = "prodsweep::"; text.starts_with(ours))
+        text.remove_prefix(ours.size());
     return text;
 }
 
@@ -91,7 +100,7 @@ struct FunctionName
 
 } // namespace prodsweep
 
-#ifdef _MSC_VER
+#if defined(_MSC_VER) && !defined(__clang__)
 #define PRODSWEEP_FUNCTION __FUNCTION__
 #else
 #define PRODSWEEP_FUNCTION __PRETTY_FUNCTION__

@@ -38,11 +38,6 @@ int StandByWrite(unsigned short, const int*, const char*, const wchar_t*, const 
 
 } // namespace
 
-namespace log_state {
-constinit std::atomic<int> references{0};
-constinit std::atomic<int> secondReferences{0};
-} // namespace log_state
-
 struct LogBinding
 {
     HMODULE module = nullptr;

@@ -35,9 +35,8 @@ bool CXMLHelper::GetNodeAttribute(IXMLDOMNode* node, const wchar_t* name, std::w
         LOG(LogError, L"failed get attributes 0x%x", result);
         return false;
     }
-    const UniqueBstr wanted = AllocString(name);
     IXMLDOMNode* found = nullptr;
-    const HRESULT result = attributes->getNamedItem(wanted.get(), &found);
+    const HRESULT result = attributes->getNamedItem(AllocString(name).get(), &found);
     const UniqueXmlNode attribute(found);
     if (FAILED(result) || attribute == nullptr)
     {
@@ -111,9 +110,8 @@ HRESULT CXMLHelper::DocumentNode(IXMLDOMDocument* document, UniqueXmlNode& node)
 
 HRESULT CXMLHelper::SelectNode(IXMLDOMNode* parent, const wchar_t* name, UniqueXmlNode& node)
 {
-    const UniqueBstr query = AllocString(name);
     IXMLDOMNode* found = nullptr;
-    const HRESULT result = parent->selectSingleNode(query.get(), &found);
+    const HRESULT result = parent->selectSingleNode(AllocString(name).get(), &found);
     node.reset(found);
     return result;
 }

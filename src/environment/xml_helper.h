@@ -38,7 +38,6 @@ using UniqueBstr = std::unique_ptr<OLECHAR, BstrFreer>;
 
 // The few steps that are taken in MSXML's DOM. Those that return an HRESULT log nothing: the caller
 // has words of its own for each failure. An owner that is null afterwards counts as a failure too,
-//
 // also where the HRESULT is not negative: MSXML answers S_FALSE for what is absent.
 class CXMLHelper
 {
