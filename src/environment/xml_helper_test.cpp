@@ -18,7 +18,7 @@
 namespace prodsweep {
 namespace {
 
-using test::Method;
+using test::DomSlot;
 using test::MethodPatch;
 
 constexpr char attributeReader[] = "CXMLHelper::GetNodeAttribute";
@@ -101,7 +101,7 @@ HRESULT STDMETHODCALLTYPE RefuseByName(void*, BSTR, IUnknown** result) { return 
 
 TEST_F(CXMLHelperTest, RefusedAttributesFail)
 {
-    const MethodPatch patch(root.get(), Method::Attributes, RefuseObject);
+    const MethodPatch patch(root.get(), DomSlot::Attributes, RefuseObject);
     EXPECT_FALSE(CXMLHelper::GetNodeAttribute(root.get(), L"name", text));
     EXPECT_EQ(L"preloaded", text);
     EXPECT_TRUE(log.Has(LogError, attributeReader, L"failed get attributes 0x80070005"));
@@ -111,7 +111,7 @@ TEST_F(CXMLHelperTest, RefusedAttributeFails)
 {
     UniqueXmlAttributes attributes;
     ASSERT_EQ(S_OK, CXMLHelper::Attributes(root.get(), attributes));
-    const MethodPatch patch(attributes.get(), Method::MapNamedItem, RefuseByName);
+    const MethodPatch patch(attributes.get(), DomSlot::MapNamedItem, RefuseByName);
     EXPECT_FALSE(CXMLHelper::GetNodeAttribute(root.get(), L"name", text));
     EXPECT_EQ(L"preloaded", text);
     EXPECT_TRUE(log.Has(LogError, attributeReader, L"failed load attribute \"name\" 0x80070005"));
@@ -136,7 +136,7 @@ protected:
         UniqueXmlAttributes attributes;
         ASSERT_EQ(S_OK, CXMLHelper::Attributes(root.get(), attributes));
         ASSERT_EQ(S_OK, CXMLHelper::AttributeAt(attributes.get(), 0, attribute));
-        patch = std::make_unique<MethodPatch>(attribute.get(), Method::NodeValue, GiveValue);
+        patch = std::make_unique<MethodPatch>(attribute.get(), DomSlot::NodeValue, GiveValue);
     }
 
     UniqueXmlNode attribute;
@@ -244,7 +244,7 @@ TEST_F(CXMLHelperTest, StringThatIsPassedInIsFreedRightAfterTheCall)
     ASSERT_EQ(S_OK, CXMLHelper::AttributeAt(attributes.get(), 0, attribute));
     const test::ImportPatch allocating(nullptr, "SysAllocString", TrackAlloc);
     const test::ImportPatch freeing(nullptr, "SysFreeString", TrackFree);
-    const MethodPatch reading(attribute.get(), Method::NodeValue, TrackNodeValue);
+    const MethodPatch reading(attribute.get(), DomSlot::NodeValue, TrackNodeValue);
     realAlloc = allocating.Original<std::remove_pointer_t<decltype(realAlloc)>>();
     realFree = freeing.Original<std::remove_pointer_t<decltype(realFree)>>();
     realNodeValue = reading.Original<std::remove_pointer_t<decltype(realNodeValue)>>();
@@ -319,7 +319,7 @@ HRESULT STDMETHODCALLTYPE GiveNull(void*, BSTR* result)
 
 TEST_F(CXMLHelperTest, RefusedNodeNameEmptiesTheText)
 {
-    const MethodPatch patch(root.get(), Method::NodeName, RefuseText);
+    const MethodPatch patch(root.get(), DomSlot::NodeName, RefuseText);
     bool read = true;
     EXPECT_FALSE(CXMLHelper::GetNodeName(root.get(), text));
     EXPECT_EQ(L"", text);
@@ -372,12 +372,12 @@ TEST_F(CXMLHelperTest, NullTextAndRefusedTextAreNotRead)
 {
     bool read = true;
     {
-        const MethodPatch patch(root.get(), Method::Text, GiveNull);
+        const MethodPatch patch(root.get(), DomSlot::Text, GiveNull);
         EXPECT_EQ(S_FALSE, CXMLHelper::GetText(root.get(), text, read));
         EXPECT_FALSE(read);
     }
     read = true;
-    const MethodPatch patch(root.get(), Method::Text, RefuseText);
+    const MethodPatch patch(root.get(), DomSlot::Text, RefuseText);
     EXPECT_EQ(E_OUTOFMEMORY, CXMLHelper::GetText(root.get(), text, read));
     EXPECT_FALSE(read);
     EXPECT_EQ(L"preloaded", text);
@@ -498,7 +498,7 @@ TEST_F(CXMLHelperTest, LoadCountsOnlyWithAGoodResultAndTheAnswerTrue)
     };
     constexpr Row rows[] = {{S_OK, -1, true}, {S_FALSE, -1, true}, {S_OK, 0, false},
                             {S_OK, 1, false}, {E_FAIL, -1, false}, {E_FAIL, 0, false}};
-    const MethodPatch patch(document.get(), Method::DocumentLoad, AnswerLoad);
+    const MethodPatch patch(document.get(), DomSlot::DocumentLoad, AnswerLoad);
     for (const Row& row : rows)
     {
         loadResult = row.result;
@@ -520,7 +520,7 @@ HRESULT STDMETHODCALLTYPE RefuseInterface(void*, const IID& wanted, void** resul
 
 TEST_F(CXMLHelperTest, DocumentThatIsNoNodeGivesNull)
 {
-    const MethodPatch patch(document.get(), Method::QueryInterface, RefuseInterface);
+    const MethodPatch patch(document.get(), DomSlot::QueryInterface, RefuseInterface);
     UniqueXmlNode node;
     EXPECT_EQ(E_NOINTERFACE, CXMLHelper::DocumentNode(document.get(), node));
     EXPECT_EQ(nullptr, node);

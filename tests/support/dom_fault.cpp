@@ -1,6 +1,8 @@
 #include "support/dom_fault.h"
 
 #include "support/dom.h"
+#include "support/import_patch.h"
+#include "support/method_patch.h"
 
 #include <gtest/gtest.h>
 
@@ -31,28 +33,27 @@ struct Method
 {
     DomMethod method;
     Class owner;
-    std::size_t slot;
+    DomSlot slot;
     Result result;
 };
 
-// The places are those of msxml.h: 3 of IUnknown, 4 of IDispatch, then the interface's own.
 constexpr Method methods[] = {
-    {DomMethod::DocumentQueryNode, Class::Document, 0, Result::Second},
-    {DomMethod::DocumentSelect, Class::DocumentNode, 37, Result::Second},
-    {DomMethod::ElementName, Class::Element, 7, Result::First},
-    {DomMethod::ElementChildren, Class::Element, 12, Result::First},
-    {DomMethod::ElementAttributes, Class::Element, 17, Result::First},
-    {DomMethod::ElementText, Class::Element, 26, Result::First},
-    {DomMethod::ElementSelect, Class::Element, 37, Result::Second},
-    {DomMethod::CommentName, Class::Comment, 7, Result::First},
-    {DomMethod::ListItem, Class::List, 7, Result::Second},
-    {DomMethod::ListLength, Class::List, 8, Result::None},
-    {DomMethod::MapNamedItem, Class::Map, 7, Result::Second},
-    {DomMethod::MapItem, Class::Map, 10, Result::Second},
-    {DomMethod::MapLength, Class::Map, 11, Result::None},
-    {DomMethod::AttributeName, Class::Attribute, 7, Result::First},
-    {DomMethod::AttributeText, Class::Attribute, 26, Result::First},
-    {DomMethod::AttributeValue, Class::Attribute, 8, Result::None},
+    {DomMethod::DocumentQueryNode, Class::Document, DomSlot::QueryInterface, Result::Second},
+    {DomMethod::DocumentSelect, Class::DocumentNode, DomSlot::SelectSingleNode, Result::Second},
+    {DomMethod::ElementName, Class::Element, DomSlot::NodeName, Result::First},
+    {DomMethod::ElementChildren, Class::Element, DomSlot::ChildNodes, Result::First},
+    {DomMethod::ElementAttributes, Class::Element, DomSlot::Attributes, Result::First},
+    {DomMethod::ElementText, Class::Element, DomSlot::Text, Result::First},
+    {DomMethod::ElementSelect, Class::Element, DomSlot::SelectSingleNode, Result::Second},
+    {DomMethod::CommentName, Class::Comment, DomSlot::NodeName, Result::First},
+    {DomMethod::ListItem, Class::List, DomSlot::ListItem, Result::Second},
+    {DomMethod::ListLength, Class::List, DomSlot::ListLength, Result::None},
+    {DomMethod::MapNamedItem, Class::Map, DomSlot::MapNamedItem, Result::Second},
+    {DomMethod::MapItem, Class::Map, DomSlot::MapItem, Result::Second},
+    {DomMethod::MapLength, Class::Map, DomSlot::MapLength, Result::None},
+    {DomMethod::AttributeName, Class::Attribute, DomSlot::NodeName, Result::First},
+    {DomMethod::AttributeText, Class::Attribute, DomSlot::Text, Result::First},
+    {DomMethod::AttributeValue, Class::Attribute, DomSlot::NodeValue, Result::None},
 };
 
 // Every method here takes at most two arguments, each in a register of its own, so one signature
@@ -117,14 +118,6 @@ void** FindTable(Class owner)
     }
 }
 
-void Write(void** slot, void* value)
-{
-    DWORD protection = 0;
-    VirtualProtect(slot, sizeof(*slot), PAGE_READWRITE, &protection);
-    *slot = value;
-    VirtualProtect(slot, sizeof(*slot), protection, &protection);
-}
-
 } // namespace
 
 DomFault::DomFault(DomMethod method, HRESULT answer, int call)
@@ -139,15 +132,15 @@ DomFault::DomFault(DomMethod method, HRESULT answer, int call)
         ADD_FAILURE() << "MSXML gave no object of the class";
         return;
     }
-    slot = table + row->slot;
+    slot = table + static_cast<std::size_t>(row->slot);
     state = {row, reinterpret_cast<Call>(*slot), answer, call};
-    Write(slot, reinterpret_cast<void*>(&Answer));
+    WriteProtected(slot, reinterpret_cast<void*>(&Answer));
 }
 
 DomFault::~DomFault()
 {
     if (slot != nullptr)
-        Write(slot, reinterpret_cast<void*>(state.original));
+        WriteProtected(slot, reinterpret_cast<void*>(state.original));
     state = {};
 }
 

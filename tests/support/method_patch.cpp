@@ -4,8 +4,8 @@
 
 namespace prodsweep::test {
 
-MethodPatch::MethodPatch(IUnknown* object, Method method, void* replacement, int)
-    : slot(*reinterpret_cast<void***>(object) + static_cast<std::size_t>(method)), original(*slot)
+MethodPatch::MethodPatch(IUnknown* object, DomSlot place, void* replacement, int)
+    : slot(*reinterpret_cast<void***>(object) + static_cast<std::size_t>(place)), original(*slot)
 {
     WriteProtected(slot, replacement);
 }

@@ -6,8 +6,9 @@
 
 namespace prodsweep::test {
 
-// The place of a method in the table of its COM interface.
-enum class Method : std::size_t
+// The place of a method in the table of its COM interface: 3 of IUnknown, 4 of IDispatch, then the
+// interface's own in the order of msxml.h.
+enum class DomSlot : std::size_t
 {
     QueryInterface = 0, // of every interface
     NodeName = 7,       // IXMLDOMNode
@@ -31,8 +32,8 @@ class MethodPatch
 {
 public:
     template <class Function>
-    MethodPatch(IUnknown* object, Method method, Function* replacement)
-        : MethodPatch(object, method, reinterpret_cast<void*>(replacement), 0)
+    MethodPatch(IUnknown* object, DomSlot place, Function* replacement)
+        : MethodPatch(object, place, reinterpret_cast<void*>(replacement), 0)
     {}
     ~MethodPatch();
     MethodPatch(const MethodPatch&) = delete;
@@ -46,7 +47,7 @@ public:
     }
 
 private:
-    MethodPatch(IUnknown* object, Method method, void* replacement, int);
+    MethodPatch(IUnknown* object, DomSlot place, void* replacement, int);
 
     void** slot;
     void* original;

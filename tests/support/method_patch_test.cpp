@@ -47,17 +47,17 @@ TEST_F(MethodPatchTest, MethodsOfANodeAreInTheirPlaces)
 {
     IXMLDOMNodeList* children = nullptr;
     IXMLDOMNamedNodeMap* attributes = nullptr;
-    const MethodPatch name(root.get(), Method::NodeName, Count);
+    const MethodPatch name(root.get(), DomSlot::NodeName, Count);
     EXPECT_EQ(E_NOTIMPL, root->get_nodeName(&text));
-    const MethodPatch nodeValue(root.get(), Method::NodeValue, Count);
+    const MethodPatch nodeValue(root.get(), DomSlot::NodeValue, Count);
     EXPECT_EQ(E_NOTIMPL, root->get_nodeValue(&value));
-    const MethodPatch childNodes(root.get(), Method::ChildNodes, Count);
+    const MethodPatch childNodes(root.get(), DomSlot::ChildNodes, Count);
     EXPECT_EQ(E_NOTIMPL, root->get_childNodes(&children));
-    const MethodPatch attributeMap(root.get(), Method::Attributes, Count);
+    const MethodPatch attributeMap(root.get(), DomSlot::Attributes, Count);
     EXPECT_EQ(E_NOTIMPL, root->get_attributes(&attributes));
-    const MethodPatch content(root.get(), Method::Text, Count);
+    const MethodPatch content(root.get(), DomSlot::Text, Count);
     EXPECT_EQ(E_NOTIMPL, root->get_text(&text));
-    const MethodPatch select(root.get(), Method::SelectSingleNode, Count);
+    const MethodPatch select(root.get(), DomSlot::SelectSingleNode, Count);
     EXPECT_EQ(E_NOTIMPL, root->selectSingleNode(nullptr, &node));
     EXPECT_EQ(6, calls);
 }
@@ -65,17 +65,17 @@ TEST_F(MethodPatchTest, MethodsOfANodeAreInTheirPlaces)
 TEST_F(MethodPatchTest, MethodsOfDocumentListAndMapAreInTheirPlaces)
 {
     VARIANT_BOOL successful = VARIANT_FALSE;
-    const MethodPatch load(document.get(), Method::DocumentLoad, Count);
+    const MethodPatch load(document.get(), DomSlot::DocumentLoad, Count);
     EXPECT_EQ(E_NOTIMPL, document->load(value, &successful));
-    const MethodPatch listItem(list.get(), Method::ListItem, Count);
+    const MethodPatch listItem(list.get(), DomSlot::ListItem, Count);
     EXPECT_EQ(E_NOTIMPL, list->get_item(0, &node));
-    const MethodPatch listLength(list.get(), Method::ListLength, Count);
+    const MethodPatch listLength(list.get(), DomSlot::ListLength, Count);
     EXPECT_EQ(E_NOTIMPL, list->get_length(&length));
-    const MethodPatch named(map.get(), Method::MapNamedItem, Count);
+    const MethodPatch named(map.get(), DomSlot::MapNamedItem, Count);
     EXPECT_EQ(E_NOTIMPL, map->getNamedItem(nullptr, &node));
-    const MethodPatch mapItem(map.get(), Method::MapItem, Count);
+    const MethodPatch mapItem(map.get(), DomSlot::MapItem, Count);
     EXPECT_EQ(E_NOTIMPL, map->get_item(0, &node));
-    const MethodPatch mapLength(map.get(), Method::MapLength, Count);
+    const MethodPatch mapLength(map.get(), DomSlot::MapLength, Count);
     EXPECT_EQ(E_NOTIMPL, map->get_length(&length));
     EXPECT_EQ(6, calls);
 }
@@ -83,7 +83,7 @@ TEST_F(MethodPatchTest, MethodsOfDocumentListAndMapAreInTheirPlaces)
 TEST_F(MethodPatchTest, MethodIsItselfAgainAfterwards)
 {
     {
-        const MethodPatch patch(list.get(), Method::ListLength, Count);
+        const MethodPatch patch(list.get(), DomSlot::ListLength, Count);
         EXPECT_EQ(E_NOTIMPL, list->get_length(&length));
     }
     EXPECT_EQ(S_OK, list->get_length(&length));
