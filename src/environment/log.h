@@ -4,6 +4,15 @@
 #include <cstddef>
 #include <string_view>
 
+// What the compilers call differently. Inlined without a choice: a build for size would call.
+#if defined(_MSC_VER) && !defined(__clang__)
+#define PRODSWEEP_FUNCTION __FUNCTION__
+#define PRODSWEEP_INLINE __forceinline
+#else
+#define PRODSWEEP_FUNCTION __PRETTY_FUNCTION__
+#define PRODSWEEP_INLINE [[gnu::always_inline]] inline
+#endif
+
 namespace prodsweep {
 
 // Levels of the log records. The writer decides which of them it lets through.
@@ -34,7 +43,7 @@ inline constinit std::atomic<int> secondReferences{0};
 
 // The cheap filter in front of every statement: no call, no lock. The two counts may be read at
 // slightly different moments; a statement that slips through just takes its own reference.
-inline bool LogIsBound() noexcept
+PRODSWEEP_INLINE bool LogIsBound() noexcept
 {
     return log_state::references.load(std::memory_order_relaxed) +
                log_state::secondReferences.load(std::memory_order_relaxed) !=
@@ -99,12 +108,6 @@ struct FunctionName
 };
 
 } // namespace prodsweep
-
-#if defined(_MSC_VER) && !defined(__clang__)
-#define PRODSWEEP_FUNCTION __FUNCTION__
-#else
-#define PRODSWEEP_FUNCTION __PRETTY_FUNCTION__
-#endif
 
 // LOG(level, L"format", arguments...): one record under the name of the function that it stands in.
 // Arguments are evaluated only when a binding exists.
