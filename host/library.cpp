@@ -75,7 +75,7 @@ std::string CLibrary::Path() const { return ToUtf8(ModulePath(module.get())); }
 CLibrary::ListingExport CLibrary::BindListing(const char* name) const
 {
     static_assert(std::is_same_v<ListingExport, decltype(&::GetInstalledProductsEx)>);
-    const auto address = reinterpret_cast<void*>(GetProcAddress(module.get(), name));
+    auto* const address = reinterpret_cast<void*>(GetProcAddress(module.get(), name));
     if (address == nullptr)
         throw CFailure(exitNoExport, Quoted(file) + " is not a prodsweep library: it has no function " + name + ".");
     return reinterpret_cast<ListingExport>(address);

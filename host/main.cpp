@@ -15,7 +15,7 @@ namespace {
 
 struct LocalMemoryFree
 {
-    void operator()(wchar_t** arguments) const noexcept { LocalFree(arguments); }
+    void operator()(wchar_t** arguments) const noexcept { LocalFree(static_cast<void*>(arguments)); }
 };
 
 // From the wide command line: main's own arguments have gone through a code page.
