@@ -10,6 +10,7 @@
 #include "failure.h"
 #include "json.h"
 #include "output.h"
+#include "text.h"
 
 namespace prodsweep {
 
@@ -30,8 +31,9 @@ int WriteOrFail(const COutput& out, const std::string& text) { return out.Write(
 
 int Fail(const COutput& err, int code, const std::string& sentence)
 {
-    // Nothing is left to be told by, if standard error fails as well; the exit code still stands.
-    static_cast<void>(err.Write("prodsweep: " + sentence + '\n'));
+    // The sentence may quote what was typed, and must stay one line. Nothing is left to be told by, if standard error
+    // fails as well; the exit code still stands.
+    static_cast<void>(err.Write("prodsweep: " + Printable(sentence) + '\n'));
     return code;
 }
 

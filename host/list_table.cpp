@@ -8,21 +8,22 @@ namespace prodsweep {
 
 namespace {
 
-std::string Joined(const std::vector<std::string>& texts)
+std::string Joined(const std::vector<std::string>& texts, const char* separator)
 {
     std::string joined;
-    for (const std::string& text : texts)
-        joined += (joined.empty() ? "" : ", ") + text;
+    for (std::size_t i = 0; i < texts.size(); ++i)
+        joined += (i == 0 ? "" : separator) + texts[i];
     return joined;
 }
 
 // "{...} (edition: Standard; language: en, de)"
 std::string VersionText(const FoundVersion& version)
 {
-    std::string children;
+    std::vector<std::string> children;
     for (const auto& [name, values] : version.children)
-        children += (children.empty() ? "" : "; ") + name + ": " + Joined(values);
-    return version.guid.value_or("(key without a name)") + (children.empty() ? "" : " (" + children + ")");
+        children.push_back(name + ": " + Joined(values, ", "));
+    return version.guid.value_or("(key without a name)") +
+           (children.empty() ? "" : " (" + Joined(children, "; ") + ")");
 }
 
 std::string FirstVersionCell(const Product& product)

@@ -79,13 +79,15 @@ void MergeInstalled(std::vector<Product>& catalogue, std::vector<Product> instal
     auto place = catalogue.begin();
     for (Product& found : installed)
     {
-        place = std::find_if(place, catalogue.end(), [&](const Product& candidate) {
+        const auto match = std::find_if(place, catalogue.end(), [&](const Product& candidate) {
             return candidate.kind == found.kind && candidate.name == found.name &&
                    candidate.descriptor == found.descriptor;
         });
-        if (place == catalogue.end())
-            return;
-        *place++ = std::move(found);
+        // Absent only when the catalogue was changed between the two listings.
+        if (match == catalogue.end())
+            continue;
+        *match = std::move(found);
+        place = match + 1;
     }
 }
 

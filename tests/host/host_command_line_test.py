@@ -1,0 +1,76 @@
+"""The command line: what is taken, what is refused, and how that is said."""
+import re
+import unittest
+
+import windows
+from windows import Installation, REPORTS, ROOT
+
+import pyreport
+
+BAD_ARGUMENTS = {
+    "no command": [],
+    "unknown command": ["lst"],
+    "unknown option": ["list", "--instaled"],
+    "option before its command": ["--json", "list"],
+    "unknown kind": ["list", "--kind", "mine"],
+    "kind in capitals": ["list", "--kind", "OWN"],
+    "kind without a value": ["list", "--kind"],
+    "two kinds": ["list", "--kind", "own", "--kind", "other"],
+    "library without a value": ["list", "--library"],
+    "library of no name": ["list", "--library", ""],
+    "flag with a value": ["list", "--installed=maybe"],
+    "Windows style of option": ["list", "/json"],
+    "left over word": ["list", "Halvane Notes"],
+    "control characters": ["list", "a\x1b[2Jb"],
+}
+
+
+class CommandLine(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.host = Installation("command_line")
+        cls.addClassCleanup(cls.host.close)
+        cls.host.catalogues()
+
+    def test_version_is_that_of_the_project(self):
+        version = re.search(r"project\(prodsweep VERSION (\S+)", (ROOT / "CMakeLists.txt").read_text()).group(1)
+        ended = self.host.run("--version")
+        self.assertEqual((ended.code, ended.out, ended.err), (0, f"prodsweep {version}\n".encode(), b""))
+
+    def test_help_names_the_command_and_the_exit_codes(self):
+        ended = self.host.run("--help")
+        self.assertEqual((ended.code, ended.err), (0, b""))
+        for text in ["list", "--version", "--help", "  0  ", "  2  ", "  13 ", "  87 "]:
+            self.assertIn(text, ended.out_text())
+
+    def test_short_help_is_the_same(self):
+        self.assertEqual(self.host.run("-h").out, self.host.run("--help").out)
+
+    def test_help_of_list_documents_flags_and_json(self):
+        ended = self.host.run("list", "--help")
+        self.assertEqual((ended.code, ended.err), (0, b""))
+        for text in ["--installed", "--kind", "own", "other", "all", "--json", "--library PATH", "format", "library",
+                     "products", "name", "descriptor", "kind", "installed", "versions", "guid", "children", "error"]:
+            self.assertIn(text, ended.out_text())
+
+    def test_bad_arguments_end_with_87_and_one_sentence(self):
+        for name, arguments in BAD_ARGUMENTS.items():
+            with self.subTest(name):
+                ended = self.host.run(*arguments)
+                self.assertEqual((ended.code, ended.out), (87, b""))
+                self.assertRegex(ended.err_text(), r"\Aprodsweep: [^\n\x1b]+\n\Z")
+
+    def test_refusal_names_what_was_wrong(self):
+        for arguments, word in [(["list", "--kind", "mine"], "mine"), (["list", "--instaled"], "--instaled"),
+                                (["list", "--library"], "--library")]:
+            with self.subTest(word):
+                self.assertIn(word, self.host.run(*arguments).err_text())
+
+    def test_wildcards_are_left_to_the_program(self):
+        ended = self.host.run("list", "--library", self.host.path("*.dll"))
+        self.assertEqual(ended.code, 2)
+        self.assertIn("*.dll", ended.err_text())
+
+
+if __name__ == "__main__":
+    pyreport.main("host_command_line", REPORTS)
