@@ -1,0 +1,53 @@
+#pragma once
+
+#include "support/import_patch.h"
+
+#include <windows.h>
+
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace prodsweep::test {
+
+// Stands between the test program and the calls FindFirstFileW, SetFileAttributesW, DeleteFileW and
+// RemoveDirectoryW for as long as it lives: writes them down, lets chosen ones fail, and passes the
+// others on to the system. One object at a time.
+class FileFaults
+{
+public:
+    FileFaults();
+    ~FileFaults();
+    FileFaults(const FileFaults&) = delete;
+    FileFaults& operator=(const FileFaults&) = delete;
+
+    // The call fails with error whenever it gets this very path.
+    void Fail(const std::string& call, const std::wstring& path, DWORD error) { faults[{call, path}] = error; }
+
+    // How often the call was made with this very path, failing or not.
+    [[nodiscard]] int Count(const std::string& call, const std::wstring& path) const;
+    // The names of the calls, as they came.
+    [[nodiscard]] const std::vector<std::string>& Order() const { return order; }
+
+private:
+    using Call = std::pair<std::string, std::wstring>;
+
+    static HANDLE WINAPI FindFirst(const wchar_t* path, WIN32_FIND_DATAW* data);
+    static BOOL WINAPI SetAttributes(const wchar_t* path, DWORD attributes);
+    static BOOL WINAPI DeleteOne(const wchar_t* path);
+    static BOOL WINAPI RemoveFolder(const wchar_t* path);
+    bool Passes(const char* call, const wchar_t* path);
+
+    static FileFaults* current;
+
+    std::map<Call, DWORD> faults;
+    std::map<Call, int> counts;
+    std::vector<std::string> order;
+    ImportPatch findFirst;
+    ImportPatch setAttributes;
+    ImportPatch deleteOne;
+    ImportPatch removeFolder;
+};
+
+} // namespace prodsweep::test

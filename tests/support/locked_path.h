@@ -1,0 +1,23 @@
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+
+namespace prodsweep::test {
+
+// A second process that has a file or folder open for as long as this lives. share: what it lets
+// others do meanwhile (FILE_SHARE_READ, ...); by default nothing.
+class LockedPath
+{
+public:
+    explicit LockedPath(const std::wstring& path, DWORD share = 0);
+    ~LockedPath();
+    LockedPath(const LockedPath&) = delete;
+    LockedPath& operator=(const LockedPath&) = delete;
+
+private:
+    HANDLE process = nullptr;
+};
+
+} // namespace prodsweep::test
