@@ -1,0 +1,107 @@
+#include "operations/operations.h"
+
+#include "environment/log.h"
+#include "operations/redirection_bracket.h"
+#include "operations/tree_walk.h"
+
+namespace prodsweep {
+
+int COperations::DelFolder(const wchar_t* path, IUsed* used)
+{
+    LOG(LogTrace, L"->\"%s\"", path);
+    if (used != nullptr && used->IsUsedFolder(path))
+    {
+        LOG(LogTrace, L"in use");
+        return _ERROR_SUCCESS;
+    }
+    CRedirectionBracket bracket;
+    if (!bracket.Open())
+        LOG(LogWarning, L"Wow64DisableWow64FsRedirection failed 0x%x", bracket.Error());
+    if (!SetFileAttributesW(path, FILE_ATTRIBUTE_NORMAL))
+    {
+        const DWORD error = GetLastError();
+        LOG(LogWarning, L"SetFileAttributes NORMAL failed 0x%x", error);
+    }
+    bool inUse = false;
+    const int result = DelFolderRec(path, used, &inUse);
+    if (!bracket.Close())
+        LOG(LogWarning, L"Wow64RevertWow64FsRedirection failed 0x%x", bracket.Error());
+    return result;
+}
+
+int COperations::DelFolderRec(const wchar_t* path, IUsed* used, bool* inUse)
+{
+    CTreeWalk walk(path);
+    // What is in use keeps all folders around it: so many of the entered ones, from the root, stay.
+    std::size_t staying = 0;
+    int result = _ERROR_SUCCESS; // for what was handled last, in the end the root
+    for (WalkStep step = walk.Next(); step != WalkStep::End; step = walk.Next())
+    {
+        bool stays = false;
+        result = _ERROR_SUCCESS;
+        switch (step)
+        {
+        case WalkStep::Met:
+            LOG(LogTrace, L"->\"%s\"", walk.Path());
+            continue;
+        case WalkStep::NotFolder:
+            LOG(LogWarning, L"\"%s\" path isn't a directory", walk.Path());
+            result = _ERROR_NOT_FOUND;
+            break;
+        case WalkStep::Folder:
+            if (used == nullptr || !used->IsUsedFolder(walk.Path()))
+                continue;
+            LOG(LogTrace, L"in use");
+            stays = true;
+            walk.Skip();
+            break;
+        case WalkStep::Gone:
+            LOG(LogWarning, L"FindFirstFile ERROR_FILE_NOT_FOUND \"%s\"", walk.Path());
+            result = _ERROR_NOT_FOUND;
+            break;
+        case WalkStep::Unlisted:
+            LOG(LogError, L"FindFirstFile \"%s\" failed 0x%x", walk.Path(), walk.Error());
+            result = _ERROR_UNKNOWN;
+            break;
+        case WalkStep::Entered:
+            if (walk.Depth() == 1 && inUse != nullptr)
+                *inUse = false;
+            continue;
+        case WalkStep::File:
+            result = DelFile(walk.Path(), used, &stays);
+            break;
+        default: // Left
+            // Only a caller who asks for the flag keeps the root of the walk for what is in use below.
+            stays = staying > walk.Depth() && (walk.Depth() > 0 || inUse != nullptr);
+            if (!stays)
+                DelFolderRec(walk.Path());
+        }
+        if (walk.Depth() == 0)
+        {
+            if (stays && inUse != nullptr)
+                *inUse = true;
+        }
+        else if (stays)
+            staying = walk.Depth();
+        else if (result != _ERROR_SUCCESS && result != _ERROR_NOT_FOUND)
+            AddRestartDel(walk.Path());
+    }
+    return result;
+}
+
+void COperations::DelFolderRec(const wchar_t* emptied)
+{
+    if (!SetFileAttributesW(emptied, FILE_ATTRIBUTE_NORMAL))
+    {
+        const DWORD error = GetLastError();
+        LOG(LogWarning, L"SetFileAttributes NORMAL failed 0x%x", error);
+    }
+    if (RemoveDirectoryW(emptied))
+        return;
+    const DWORD error = GetLastError();
+    LOG(LogError, L"failed \"%s\". last error 0x%x", emptied, error);
+    if (error != ERROR_FILE_NOT_FOUND && error != ERROR_PATH_NOT_FOUND && error != ERROR_INVALID_NAME)
+        AddRestartDel(emptied);
+}
+
+} // namespace prodsweep

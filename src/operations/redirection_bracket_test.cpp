@@ -1,0 +1,197 @@
+#include "operations/redirection_bracket.h"
+
+#include "environment/log.h"
+#include "operations/operations.h"
+#include "support/log_recorder.h"
+#include "support/temp_tree.h"
+#include "support/wow64_mode.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace prodsweep {
+namespace {
+
+using Calls = std::vector<std::string>;
+
+TEST(RedirectionBracketTest, DoesNothingInAProcessThatIsNotRedirected)
+{
+    CRedirectionBracket bracket;
+    EXPECT_TRUE(bracket.Open());
+    EXPECT_TRUE(bracket.Close());
+}
+
+TEST(RedirectionBracketTest, GivesBackTheValueThatItGot)
+{
+    const test::Wow64Mode mode;
+    {
+        CRedirectionBracket bracket;
+        EXPECT_TRUE(bracket.Open());
+        EXPECT_TRUE(bracket.Close());
+    }
+    EXPECT_EQ((Calls{"disable", "revert"}), mode.Calls());
+    EXPECT_TRUE(mode.Balanced());
+}
+
+TEST(RedirectionBracketTest, NestedBracketsGiveBackEachItsOwnValue)
+{
+    const test::Wow64Mode mode;
+    CRedirectionBracket outer;
+    CRedirectionBracket inner;
+    EXPECT_TRUE(outer.Open() && inner.Open());
+    EXPECT_TRUE(inner.Close() && outer.Close());
+
+    EXPECT_TRUE(mode.Balanced());
+}
+
+TEST(RedirectionBracketTest, ClosesItselfWhenItWasLeftOpen)
+{
+    const test::Wow64Mode mode;
+    {
+        CRedirectionBracket bracket;
+        EXPECT_TRUE(bracket.Open());
+    }
+    EXPECT_EQ((Calls{"disable", "revert"}), mode.Calls());
+}
+
+TEST(RedirectionBracketTest, TellsWhyACallFailed)
+{
+    test::Wow64Mode mode;
+    mode.FailDisable(ERROR_INVALID_FUNCTION);
+    mode.FailRevert(ERROR_ACCESS_DENIED);
+    CRedirectionBracket bracket;
+
+    EXPECT_FALSE(bracket.Open());
+    EXPECT_EQ(DWORD{ERROR_INVALID_FUNCTION}, bracket.Error());
+    EXPECT_FALSE(bracket.Close());
+    EXPECT_EQ(DWORD{ERROR_ACCESS_DENIED}, bracket.Error());
+}
+
+// The operations that work inside a bracket, each done to a missing and to an existing thing.
+
+struct Operation
+{
+    const char* name;
+    int (*run)(COperations& operations, const wchar_t* path);
+    int found;   // its result for a folder with one link in it
+    int missing; // its result for a path where nothing is
+};
+void PrintTo(const Operation& operation, std::ostream* out) { *out << operation.name; }
+
+WideStringList ignored;
+
+const Operation bracketed[] = {
+    {"DelFile", [](COperations& o, const wchar_t* path) { return o.DelFile(path, nullptr, nullptr); }, 2, 1},
+    {"DelFolder", [](COperations& o, const wchar_t* path) { return o.DelFolder(path, nullptr); }, 0, 1},
+    {"CheckFile", [](COperations& o, const wchar_t* path) { return o.CheckFile(path); }, 0, 1},
+    {"CheckFolder", [](COperations& o, const wchar_t* path) { return o.CheckFolder(path); }, 0, 1},
+    {"ExpandFolder", [](COperations& o, const wchar_t* path) { return o.ExpandFolder(path, ignored, ignored); }, 0, 1},
+    {"DelShortcut", [](COperations& o, const wchar_t* path) { return o.DelShortcut(path, L"", true, nullptr); }, 0, 1},
+    {"CheckShortcut", [](COperations& o, const wchar_t* path) { return o.CheckShortcut(path, L"", true); }, 0, 1},
+    {"ExpandShortcut", [](COperations& o, const wchar_t* path) { return o.ExpandShortcut(path, L"", true, ignored); },
+     0, 0},
+};
+
+struct BracketedOperationTest : testing::TestWithParam<Operation>
+{
+    test::TempTree tree;
+    const std::wstring folder = tree.AddFolder(L"folder");
+    const std::wstring missing = tree.Path(L"missing");
+    const test::LogRecorder log;
+    test::Wow64Mode mode;
+    COperations operations;
+    const std::string function = std::string("COperations::") + GetParam().name;
+};
+
+TEST_P(BracketedOperationTest, RunsInsideItsBracket)
+{
+    EXPECT_EQ(GetParam().found, GetParam().run(operations, folder.c_str()));
+
+    EXPECT_TRUE(mode.Balanced());
+    ASSERT_FALSE(mode.Calls().empty());
+    EXPECT_EQ("disable", mode.Calls().front());
+    EXPECT_EQ("revert", mode.Calls().back());
+}
+
+TEST_P(BracketedOperationTest, ClosesItsBracketWhenNothingIsThere)
+{
+    EXPECT_EQ(GetParam().missing, GetParam().run(operations, missing.c_str()));
+
+    EXPECT_TRUE(mode.Balanced());
+    EXPECT_FALSE(mode.Calls().empty());
+}
+
+TEST_P(BracketedOperationTest, FailedCallsAreLoggedAndChangeNothingElse)
+{
+    mode.FailDisable(ERROR_INVALID_FUNCTION);
+    mode.FailRevert(ERROR_ACCESS_DENIED);
+
+    EXPECT_EQ(GetParam().found, GetParam().run(operations, folder.c_str()));
+
+    EXPECT_TRUE(log.Has(LogWarning, function, L"Wow64DisableWow64FsRedirection failed 0x1"));
+    EXPECT_TRUE(log.Has(LogWarning, function, L"Wow64RevertWow64FsRedirection failed 0x5"));
+    EXPECT_EQ(std::count(mode.Calls().begin(), mode.Calls().end(), "disable"),
+              std::count(mode.Calls().begin(), mode.Calls().end(), "revert"));
+}
+
+INSTANTIATE_TEST_SUITE_P(All, BracketedOperationTest, testing::ValuesIn(bracketed),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+// Where the bracket stands among the calls.
+
+test::Wow64Mode* noting = nullptr;
+
+BOOL WINAPI NoteAttributes(const wchar_t*, DWORD)
+{
+    noting->Note("attributes");
+    return TRUE;
+}
+
+BOOL WINAPI NoteDeletion(const wchar_t*)
+{
+    noting->Note("delete");
+    SetLastError(ERROR_ACCESS_DENIED);
+    return FALSE;
+}
+
+HMODULE WINAPI NoteLoading(const wchar_t* name)
+{
+    noting->Note("load");
+    return GetModuleHandleW(name);
+}
+
+TEST(RedirectionBracketTest, NativeDeletionIsPreparedOutsideTheBracket)
+{
+    test::Wow64Mode mode;
+    noting = &mode;
+    static_cast<void>(CRedirectionBracket().Open()); // the library that it binds is loaded now
+    const std::size_t before = mode.Calls().size();
+    const test::ImportPatch attributes(nullptr, "SetFileAttributesW", NoteAttributes);
+    const test::ImportPatch deletion(nullptr, "DeleteFileW", NoteDeletion);
+    const test::ImportPatch loading(nullptr, "LoadLibraryW", NoteLoading);
+
+    COperations().DelFile(L"C:\\a.txt", nullptr, nullptr);
+
+    EXPECT_EQ((Calls{"disable", "attributes", "delete", "revert", "load"}),
+              Calls(mode.Calls().begin() + static_cast<std::ptrdiff_t>(before), mode.Calls().end()));
+}
+
+TEST(RedirectionBracketTest, RecursiveFormsHaveNoneOfTheirOwn)
+{
+    test::TempTree tree;
+    tree.AddFolder(L"sub");
+    const test::Wow64Mode mode;
+    COperations operations;
+
+    operations.ExpandFolderRec(tree.Root().c_str(), ignored, ignored);
+    operations.CheckShortcutRec(tree.Root().c_str(), L"", true);
+    operations.ExpandShortcutRec(tree.Root().c_str(), L"", true, ignored);
+    operations.DelShortcutRec(tree.Root().c_str(), L"", true, nullptr);
+    operations.DelFolderRec(tree.Root().c_str(), nullptr, nullptr);
+
+    EXPECT_TRUE(mode.Calls().empty());
+}
+
+} // namespace
+} // namespace prodsweep
