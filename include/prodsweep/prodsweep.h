@@ -147,9 +147,13 @@ extern "C"
 
 #ifdef __cplusplus
 #define PRODSWEEP_ASSERT_LAYOUT(condition) static_assert(condition, "layout of the exported interface")
+#elif defined(__STDC_VERSION__) && __STDC_VERSION__ >= 201112L
+#define PRODSWEEP_ASSERT_LAYOUT(condition) _Static_assert(condition, "layout of the exported interface")
 #else
-/* C99 has no static assertion; an array of no valid size does the same. */
-#define PRODSWEEP_ASSERT_LAYOUT(condition) extern char prodsweepLayout[(condition) ? 1 : -1]
+/* C99 has no static assertion; an array of no valid size does the same, under a name of its own. */
+#define PRODSWEEP_JOIN(left, right) left##right
+#define PRODSWEEP_LAYOUT_TYPE(line, condition) typedef char PRODSWEEP_JOIN(ProdsweepLayout, line)[(condition) ? 1 : -1]
+#define PRODSWEEP_ASSERT_LAYOUT(condition) PRODSWEEP_LAYOUT_TYPE(__LINE__, condition)
 #endif
     PRODSWEEP_ASSERT_LAYOUT(sizeof(bool) == 1);
     PRODSWEEP_ASSERT_LAYOUT(sizeof(ProductEntry) == 40);
@@ -165,16 +169,23 @@ extern "C"
     PRODSWEEP_ASSERT_LAYOUT(offsetof(ChildEntry, Name) == 0);
     PRODSWEEP_ASSERT_LAYOUT(offsetof(ChildEntry, Values) == 8);
 #undef PRODSWEEP_ASSERT_LAYOUT
+#undef PRODSWEEP_LAYOUT_TYPE
+#undef PRODSWEEP_JOIN
 
     /* The helpers below need oleaut32 only, not the import library. They read arrays straight from
      * pvData, as nobody else holds a lock on an array that was handed out. A null array is no error,
      * and neither is one without data, which a shortage of memory may leave behind. */
+#ifdef __cplusplus
+#define PRODSWEEP_DATA(type, array) static_cast<type*>((array)->pvData)
+#else
+#define PRODSWEEP_DATA(type, array) ((type*)(array)->pvData)
+#endif
 
     static inline void ProdsweepFreeStrings(SAFEARRAY* strings)
     {
         if (strings == NULL)
             return;
-        BSTR* texts = (BSTR*)strings->pvData;
+        BSTR* texts = PRODSWEEP_DATA(BSTR, strings);
         for (ULONG i = 0; texts != NULL && i < strings->rgsabound[0].cElements; ++i)
             SysFreeString(texts[i]);
         SafeArrayDestroy(strings);
@@ -190,11 +201,11 @@ extern "C"
             ProdsweepFreeStrings(guids);
             return;
         }
-        GuidEntry* entries = (GuidEntry*)guids->pvData;
+        GuidEntry* entries = PRODSWEEP_DATA(GuidEntry, guids);
         for (ULONG i = 0; entries != NULL && i < guids->rgsabound[0].cElements; ++i)
         {
             SAFEARRAY* children = entries[i].Children;
-            ChildEntry* names = children == NULL ? NULL : (ChildEntry*)children->pvData;
+            ChildEntry* names = children == NULL ? NULL : PRODSWEEP_DATA(ChildEntry, children);
             for (ULONG k = 0; names != NULL && k < children->rgsabound[0].cElements; ++k)
             {
                 SysFreeString(names[k].Name);
@@ -211,7 +222,7 @@ extern "C"
     {
         if (products == NULL)
             return;
-        ProductEntry* entries = (ProductEntry*)products->pvData;
+        ProductEntry* entries = PRODSWEEP_DATA(ProductEntry, products);
         for (ULONG i = 0; entries != NULL && i < products->rgsabound[0].cElements; ++i)
         {
             SysFreeString(entries[i].Name);
@@ -220,6 +231,8 @@ extern "C"
         }
         SafeArrayDestroy(products);
     }
+
+#undef PRODSWEEP_DATA
 
 #ifdef __cplusplus
 }
