@@ -132,6 +132,14 @@ HRESULT CXMLHelper::ChildAt(IXMLDOMNodeList* children, long index, UniqueXmlNode
     return result;
 }
 
+HRESULT CXMLHelper::NextChild(IXMLDOMNodeList* children, UniqueXmlNode& child)
+{
+    IXMLDOMNode* item = nullptr;
+    const HRESULT result = children->nextNode(&item);
+    child.reset(item);
+    return result;
+}
+
 HRESULT CXMLHelper::GetText(IXMLDOMNode* node, std::wstring& text, bool& read)
 {
     BSTR content = nullptr;

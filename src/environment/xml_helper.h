@@ -65,6 +65,9 @@ public:
     // All child nodes in document order, comments and texts included.
     static HRESULT ChildNodes(IXMLDOMNode* parent, UniqueXmlNodeList& children);
     static HRESULT ChildAt(IXMLDOMNodeList* children, long index, UniqueXmlNode& child);
+    // The list's own walk, for long lists: ChildAt counts from the front at each call. S_FALSE and null
+    // past the end, as ChildAt has it.
+    static HRESULT NextChild(IXMLDOMNodeList* children, UniqueXmlNode& child);
     // The concatenated text content. read is false when the call failed or gave a null text.
     static HRESULT GetText(IXMLDOMNode* node, std::wstring& text, bool& read);
 

@@ -48,6 +48,7 @@ constexpr Method methods[] = {
     {DomMethod::CommentName, Class::Comment, DomSlot::NodeName, Result::First},
     {DomMethod::ListItem, Class::List, DomSlot::ListItem, Result::Second},
     {DomMethod::ListLength, Class::List, DomSlot::ListLength, Result::None},
+    {DomMethod::ListNext, Class::List, DomSlot::ListNext, Result::First},
     {DomMethod::MapNamedItem, Class::Map, DomSlot::MapNamedItem, Result::Second},
     {DomMethod::MapItem, Class::Map, DomSlot::MapItem, Result::Second},
     {DomMethod::MapLength, Class::Map, DomSlot::MapLength, Result::None},

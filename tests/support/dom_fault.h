@@ -17,6 +17,7 @@ enum class DomMethod
     CommentName,
     ListItem, // of a list of child nodes
     ListLength,
+    ListNext,
     MapNamedItem, // of a map of attributes
     MapItem,
     MapLength,

@@ -20,6 +20,7 @@ enum class DomSlot : std::size_t
     DocumentLoad = 58, // IXMLDOMDocument
     ListItem = 7,      // IXMLDOMNodeList
     ListLength = 8,
+    ListNext = 9,
     MapNamedItem = 7, // IXMLDOMNamedNodeMap
     MapItem = 10,
     MapLength = 11
