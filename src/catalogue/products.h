@@ -45,6 +45,7 @@ private:
     // Steps of the function of the same name; a log record carries the name of the function it stands in.
     [[nodiscard]] bool Load(IXMLDOMDocument* document, const wchar_t* path, int kind);
     [[nodiscard]] static bool Load(IXMLDOMDocument* document, UniqueXmlNodeList& children, long& count);
+    // The list's next child; index is for the log.
     [[nodiscard]] bool Load(IXMLDOMNodeList* children, long index, int kind);
     void Uninstall(const WideStringList& names, const ProductList& installed, ProductList& uninstallList) const;
     void Uninstall(const WideStringList& forced, ProductList& uninstallList) const;

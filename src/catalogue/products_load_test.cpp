@@ -359,8 +359,8 @@ INSTANTIATE_TEST_SUITE_P(
         FaultRow{"NullChildren", DomMethod::ElementChildren, S_FALSE, 1, L"failed load Root childs nodes 0x1",
                  L"failed "},
         FaultRow{"NoLength", DomMethod::ListLength, E_FAIL, 1, L"failed load Root childs count 0x80004005", L"failed "},
-        FaultRow{"NoItem", DomMethod::ListItem, E_FAIL, 2, L"failed load Root child 1, err = 0x80004005", L"<-failed "},
-        FaultRow{"NullItem", DomMethod::ListItem, S_FALSE, 2, L"failed load Root child 1, err = 0x1", L"<-failed "},
+        FaultRow{"NoItem", DomMethod::ListNext, E_FAIL, 2, L"failed load Root child 1, err = 0x80004005", L"<-failed "},
+        FaultRow{"NullItem", DomMethod::ListNext, S_FALSE, 2, L"failed load Root child 1, err = 0x1", L"<-failed "},
         FaultRow{"NoNodeName", DomMethod::ElementName, E_OUTOFMEMORY, 2, L"failed GetNodeName 0x8007000e",
                  L"<-failed "}),
     [](const auto& row) { return row.param.name; });
