@@ -3,6 +3,7 @@
 #include "common/path_join.h"
 #include "environment/log.h"
 #include "environment/path.h"
+#include "interpreter/product_installed.h"
 
 #include <algorithm>
 
@@ -83,9 +84,8 @@ bool CProduct::IsInstalled(int kind) const
     if (kind == ProductKindOwn)
         installed = found;
     else if (kind == ProductKindOther)
-        // The product's descriptor has no say yet; the detection pass is going to be asked here, first,
-        // and also when both walks have found the product.
-        installed = found || found2;
+        // The descriptor is asked first, so that it is walked also when the marks have settled the matter.
+        installed = CProductInstalled(file).Process() || found || found2;
     LOG(LogTrace, L"\"%s\" is installed : %s", name.c_str(), installed ? L"true" : L"false");
     return installed;
 }

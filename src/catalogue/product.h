@@ -18,8 +18,9 @@ public:
     // attribute is missing or a version is at fault.
     [[nodiscard]] bool Load(IXMLDOMNode* node, int kind);
 
-    // The maker's own products go by their registry marks alone; those of others also by the other
-    // registry view.
+    // The maker's own products go by their registry marks alone, looked for where the process's own
+    // bitness leads. Those of others count as installed when their descriptor's score says so, or a mark
+    // in either registry view. COM must be initialised on this thread.
     [[nodiscard]] bool IsInstalled(int kind) const;
 
     std::wstring name;

@@ -1,6 +1,7 @@
 #include "catalogue/products.h"
 
 #include "environment/log.h"
+#include "support/com_scope.h"
 #include "support/log_recorder.h"
 #include "support/registry_sandbox.h"
 
@@ -31,6 +32,7 @@ protected:
         return names;
     }
 
+    const test::ComScope com;
     const test::LogRecorder log;
     CProducts products;
 };

@@ -3,6 +3,7 @@
 #include "environment/log.h"
 #include "environment/path.h"
 #include "support/com_scope.h"
+#include "support/descriptor_file.h"
 #include "support/dom.h"
 #include "support/dom_fault.h"
 #include "support/import_patch.h"
@@ -10,6 +11,8 @@
 #include "support/registry_sandbox.h"
 
 #include <gtest/gtest.h>
+
+#include <algorithm>
 
 namespace prodsweep {
 namespace {
@@ -290,6 +293,76 @@ INSTANTIATE_TEST_SUITE_P(Kinds, InstalledTableTest,
                                          InstalledRow{"NoKind", 0, true, true, false},
                                          InstalledRow{"UnknownKind", 3, true, true, false}),
                          [](const auto& row) { return row.param.name; });
+
+// The descriptor's say.
+
+constexpr const char* present = "<s op_code='kill_process'/>"; // scores without a look at the machine
+constexpr const char* absent = "<s op_code='kill_process' minimum_score='1'/>";
+
+struct DescriptorRow
+{
+    const char* name;
+    int kind;
+    const char* sections;
+    bool marked; // by a registry key in the process's own view
+    bool installed;
+    int walks; // of the descriptor
+};
+
+class DescriptorTest : public ProductInstalledTest, public testing::WithParamInterface<DescriptorRow>
+{};
+
+TEST_P(DescriptorTest, IsAskedForOtherMakersProductsOnly)
+{
+    const DescriptorRow& row = GetParam();
+    const test::DescriptorFile descriptor(test::OneVersion(row.sections));
+    product.file = descriptor.Path();
+    AddVersion(own.Path(row.marked ? L"here" : L"missing"));
+
+    EXPECT_EQ(row.installed, product.IsInstalled(row.kind));
+
+    EXPECT_EQ(row.walks, log.Count(LogTrace, "CProductInstalled::Process", L"->\"" + product.file + L"\""));
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, DescriptorTest,
+                         testing::Values(DescriptorRow{"OtherScores", 2, present, false, true, 1},
+                                         DescriptorRow{"OtherScoresNot", 2, absent, false, false, 1},
+                                         DescriptorRow{"OtherMarked", 2, absent, true, true, 1},
+                                         DescriptorRow{"OtherMarkedAndScores", 2, present, true, true, 1},
+                                         DescriptorRow{"OwnScores", 1, present, false, false, 0},
+                                         DescriptorRow{"OwnMarked", 1, absent, true, true, 0},
+                                         DescriptorRow{"NoKind", 0, present, true, false, 0},
+                                         DescriptorRow{"UnknownKind", 3, present, true, false, 0}),
+                         [](const auto& row) { return row.param.name; });
+
+TEST_F(ProductInstalledTest, DescriptorAloneFindsAProductWithoutVersions)
+{
+    const test::DescriptorFile descriptor(test::OneVersion(present));
+    product.file = descriptor.Path();
+    EXPECT_TRUE(product.IsInstalled(ProductKindOther));
+}
+
+TEST_F(ProductInstalledTest, MissingDescriptorLeavesItToTheMarks)
+{
+    AddVersion(own.Path(L"here"));
+    EXPECT_TRUE(product.IsInstalled(ProductKindOther));
+    EXPECT_TRUE(log.Has(LogError, "CProductInstalled::Process", L"load \"" + product.file + L"\" failed 0x1"));
+}
+
+TEST_F(ProductInstalledTest, DescriptorIsWalkedAfterBothWalksOfTheMarks)
+{
+    AddVersion(own.Path(L"missing"));
+    EXPECT_FALSE(product.IsInstalled(ProductKindOther));
+
+    const std::vector<test::LogRecord> records = log.Records();
+    const auto line = [&](const char* name) {
+        return std::find_if(records.begin(), records.end(),
+                            [&](const auto& record) { return record.function == name; });
+    };
+    EXPECT_LT(line("CProductVersion::IsInstalled"), line("CProductVersion::IsInstalled2"));
+    EXPECT_LT(line("CProductVersion::IsInstalled2"), line("CProductInstalled::Process"));
+    EXPECT_LT(line("CProductInstalled::Process"), line("CProduct::IsInstalled"));
+}
 
 TEST_F(ProductInstalledTest, NoVersionFoundMeansNotInstalled)
 {
