@@ -79,6 +79,11 @@ private:
     static void WINAPI SleepNot(DWORD milliseconds)
     {
         current->Note("sleep" + Number(milliseconds));
+        if (++current->sleeps > tooManySleeps)
+        {
+            ADD_FAILURE() << "the wait has no end";
+            current->Fail("QueryServiceStatus", ERROR_GEN_FAILURE);
+        }
         if (current->stepping.empty())
             return;
         const HANDLE step = OpenEventW(EVENT_MODIFY_STATE, FALSE, TestServiceStepEvent(current->stepping).c_str());
@@ -94,7 +99,9 @@ private:
         return current->close.Original<decltype(Close)>()(handle);
     }
 
+    static constexpr int tooManySleeps = 10000;
     static inline ScmWatch* current = nullptr;
+    int sleeps = 0;
     SC_HANDLE manager = nullptr;
     SC_HANDLE service = nullptr;
     test::ImportPatch openManager{nullptr, "OpenSCManagerW", OpenManager};

@@ -49,9 +49,8 @@ public:
     [[nodiscard]] bool OnlyACommandLine() const { return onlyACommandLine; }
     [[nodiscard]] const std::vector<DWORD>& Waits() const { return waits; }
     [[nodiscard]] bool Runs() const { return WaitForSingleObject(process, 0) == WAIT_TIMEOUT; }
-    void WaitForEnd() const { EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(process, endWait)); }
-    // The handles of process and thread that the start gave out.
-    [[nodiscard]] std::vector<HANDLE> Given() const { return {info.hProcess, info.hThread}; }
+    // What the start gave out.
+    [[nodiscard]] const PROCESS_INFORMATION& Given() const { return info; }
 
 private:
     static constexpr DWORD endWait = 10000;
@@ -78,13 +77,19 @@ private:
     static DWORD WINAPI Wait(HANDLE handle, DWORD milliseconds)
     {
         const auto original = current->wait.Original<decltype(Wait)>();
-        if (handle == current->process)
+        // Neither the watch's own waits nor those of another thread, such as GoogleTest's.
+        if (handle == current->process || GetCurrentThreadId() != current->thread)
             return original(handle, milliseconds);
         current->waits.push_back(milliseconds);
-        return current->waitAnswer.has_value() ? *current->waitAnswer : original(handle, milliseconds);
+        // A wait for this very process would have no end.
+        const bool forever = handle == GetCurrentProcess();
+        if (current->waitAnswer.has_value())
+            return *current->waitAnswer;
+        return forever ? WAIT_TIMEOUT : original(handle, milliseconds);
     }
 
     static inline ToolWatch* current = nullptr;
+    const DWORD thread = GetCurrentThreadId();
     HANDLE process = nullptr; // the watch's own
     PROCESS_INFORMATION info{};
     STARTUPINFOW startup{};
@@ -94,10 +99,17 @@ private:
     test::ImportPatch wait{nullptr, "WaitForSingleObject", Wait};
 };
 
-bool IsOpen(HANDLE handle)
+// Expects that the tool's handles are still open, and closes them.
+void TakeOpen(const PROCESS_INFORMATION& given)
 {
-    DWORD flags = 0;
-    return GetHandleInformation(handle, &flags);
+    const bool processOpen = GetProcessId(given.hProcess) == given.dwProcessId;
+    const bool threadOpen = GetThreadId(given.hThread) == given.dwThreadId;
+    EXPECT_TRUE(processOpen);
+    EXPECT_TRUE(threadOpen);
+    if (processOpen)
+        CloseHandle(given.hProcess);
+    if (threadOpen)
+        CloseHandle(given.hThread);
 }
 
 std::wstring ReadText(const std::wstring& path)
@@ -153,7 +165,7 @@ TEST_F(ExecToolTest, NoHandleOfAnEndedToolIsLeft)
 TEST_F(ExecToolTest, WithoutTheFlagTheToolGoesOnAndItsHandlesStayOpen)
 {
     const test::HandleCount handles;
-    std::vector<HANDLE> given;
+    PROCESS_INFORMATION given{};
     {
         const ToolWatch watch;
         EXPECT_EQ(_ERROR_SUCCESS, operations.ExecTool(Line(L" linger").c_str(), false, false));
@@ -161,11 +173,8 @@ TEST_F(ExecToolTest, WithoutTheFlagTheToolGoesOnAndItsHandlesStayOpen)
         EXPECT_THAT(watch.Waits(), IsEmpty());
         given = watch.Given();
     }
-    EXPECT_TRUE(IsOpen(given[0]));
-    EXPECT_TRUE(IsOpen(given[1]));
     EXPECT_EQ(2, handles.Growth());
-    CloseHandle(given[0]);
-    CloseHandle(given[1]);
+    TakeOpen(given);
 }
 
 TEST_F(ExecToolTest, ToolThatOutlastsTheWaitRunsOnWithItsHandlesOpen)
@@ -179,11 +188,7 @@ TEST_F(ExecToolTest, ToolThatOutlastsTheWaitRunsOnWithItsHandlesOpen)
     EXPECT_TRUE(watch.Runs());
     EXPECT_TRUE(log.Has(LogWarning, function, L"\"" + Line(L" linger") + L"\" wait timeout"));
     EXPECT_TRUE(log.Has(LogTrace, function, L"<-\"" + Line(L" linger") + L"\", err = _ERROR_SUCCESS"));
-    for (const HANDLE handle : watch.Given())
-    {
-        EXPECT_TRUE(IsOpen(handle));
-        CloseHandle(handle);
-    }
+    TakeOpen(watch.Given());
 }
 
 // Whatever the reason, the tool may still run.
@@ -195,11 +200,7 @@ TEST_F(ExecToolTest, WaitThatFailsCountsAsTimeout)
     EXPECT_EQ(_ERROR_SUCCESS, operations.ExecTool(Line(L"").c_str(), true, false));
 
     EXPECT_TRUE(log.Has(LogWarning, function, L"\"" + Line(L"") + L"\" wait timeout"));
-    for (const HANDLE handle : watch.Given())
-    {
-        EXPECT_TRUE(IsOpen(handle));
-        CloseHandle(handle);
-    }
+    TakeOpen(watch.Given());
 }
 
 // It would name this very process, which never ends while it waits.
@@ -212,11 +213,7 @@ TEST_F(ExecToolTest, ProcessHandleOfMinusOneIsNotWaitedFor)
 
     EXPECT_THAT(watch.Waits(), IsEmpty());
     EXPECT_TRUE(log.HasNoneAt(LogWarning));
-    for (const HANDLE handle : watch.Given())
-    {
-        EXPECT_TRUE(IsOpen(handle));
-        CloseHandle(handle);
-    }
+    TakeOpen(watch.Given());
 }
 
 TEST_F(ExecToolTest, CommandLineArrivesLetterForLetter)

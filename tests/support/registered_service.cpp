@@ -13,8 +13,11 @@ constexpr wchar_t servicesKey[] = L"SYSTEM\\CurrentControlSet\\Services\\";
 
 std::wstring NewName()
 {
+    // Process ids come again. The time keeps a service that a killed test left behind out of the way.
+    static const std::wstring program =
+        L"prodsweep-test-" + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(GetTickCount64()) + L"-";
     static std::atomic<int> next{0};
-    return L"prodsweep-test-" + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(next.fetch_add(1));
+    return program + std::to_wstring(next.fetch_add(1));
 }
 
 SC_HANDLE Register(SC_HANDLE manager, const std::wstring& name, const std::wstring& commandLine)

@@ -27,7 +27,7 @@ int main()
     GetStartupInfoW(&startup);
     WriteBeside(L".started", commandLine + L"\nflags " + std::to_wstring(startup.dwFlags) + L" show " +
                                  std::to_wstring(startup.wShowWindow));
-    constexpr DWORD shortWork = 200;
+    constexpr DWORD shortWork = 50;
     constexpr DWORD longerThanAnyTest = 60000;
     Sleep(commandLine.find(L"linger") != std::wstring::npos ? longerThanAnyTest : shortWork);
     WriteBeside(L".ended", L"");
