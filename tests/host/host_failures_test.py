@@ -1,7 +1,6 @@
 """What goes wrong: one clear sentence that names the file, and the exit code that scripts expect."""
 import json
 import os
-import pathlib
 import unittest
 
 import windows

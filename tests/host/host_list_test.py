@@ -1,7 +1,6 @@
 """prodsweep list: what it shows of real catalogues and a real registry."""
 import json
 import os
-import pathlib
 import pty
 import re
 import subprocess
@@ -124,7 +123,7 @@ Foreign   other  yes        UpdateLocation (maker: Else)
         with os.fdopen(writer, "wb") as terminal:
             child = subprocess.Popen(
                 [windows.ROOT / "cmake" / "wine", windows.windows_path(self.host.program), "list"], cwd=windows.BUILD,
-                stdin=terminal, stdout=terminal, stderr=terminal, env={**os.environ, "LC_ALL": "C.UTF-8", "TERM": "xterm"})
+                stdin=terminal, stdout=terminal, stderr=subprocess.DEVNULL, env={**os.environ, "LC_ALL": "C.UTF-8", "TERM": "xterm"})
         seen = b""
         try:
             while chunk := os.read(reader, 65536):
@@ -205,6 +204,28 @@ class OtherCatalogues(unittest.TestCase):
         self.host.write("elsewhere/prodsweep.dll", "not a library")
         ended = self.host.run("list", "--json", cwd=self.host.folder / "elsewhere")
         self.assertEqual((ended.code, json.loads(ended.out)["library"]), (0, self.host.path("prodsweep.dll")))
+
+
+class SearchOfLibraries(unittest.TestCase):
+    """What the library loads by bare name (its log.dll) comes from the program's folder, never the current one."""
+
+    def loaded(self, log_folder):
+        host = Installation("list_search")
+        self.addCleanup(host.close)
+        host.catalogues()
+        (host.folder / "here").mkdir()
+        host.add_file(f"{log_folder}/log.dll", windows.BUILD / "tests" / "log.dll")
+        ended = host.run("list", cwd=host.folder / "here", environment={"WINEDEBUG": "-all,trace+loaddll"})
+        self.assertEqual(ended.code, 0)
+        loaded = ended.err.decode("utf-8", "replace").replace("\\\\", "\\")
+        self.assertIn(host.path("prodsweep.dll"), loaded)
+        return host.path("log.dll") in loaded, host.path("here\\log.dll") in loaded
+
+    def test_log_beside_the_program_is_loaded(self):
+        self.assertEqual(self.loaded("."), (True, False))
+
+    def test_log_in_the_current_folder_is_not(self):
+        self.assertEqual(self.loaded("here"), (False, False))
 
 
 class OddArrays(unittest.TestCase):

@@ -1,9 +1,11 @@
 """Starts programs under Wine and lays out the folder that prodsweep.exe is started from."""
+import atexit
 import os
 import pathlib
 import shutil
 import subprocess
 import sys
+import tempfile
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 BUILD = pathlib.Path(os.environ.get("PRODSWEEP_BUILD", ROOT / "build" / "mingw-release"))
@@ -19,14 +21,28 @@ def windows_path(path):
     return "B:\\" + str(pathlib.Path(path).relative_to(MAPPED)).replace("/", "\\")
 
 
+def _keep_machine_running():
+    """A program that waits for the end of its input. Without one, Wine would start and stop its services
+    for each program that a test runs, which takes longer than the program. Its first words tell that the
+    services are up."""
+    waiting = subprocess.Popen([ROOT / "cmake" / "wine", "cmd"], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                               stderr=subprocess.DEVNULL, cwd=BUILD)
+    waiting.stdout.read(1)
+    atexit.register(waiting.wait)
+    atexit.register(waiting.stdin.close)
+
+
+_keep_machine_running()
+
+
 class Ended:
     """How a program ended. Its output is kept as bytes, since the bytes matter."""
 
-    def __init__(self, run):
-        self.code = run.returncode
-        self.out = run.stdout
+    def __init__(self, code, out, err):
+        self.code = code
+        self.out = out
         # What Wine says of its own processes that live in the prefix goes to whoever runs in it.
-        self.err = b"".join(line for line in run.stderr.splitlines(True) if not line.startswith(b"wine: "))
+        self.err = b"".join(line for line in err.splitlines(True) if not line.startswith(b"wine: "))
 
     def out_text(self):
         return self.out.decode("utf-8")
@@ -38,8 +54,13 @@ class Ended:
 def run(program, *arguments, cwd=None, environment=None, stdout=subprocess.PIPE):
     """Runs a Windows program, given by its Windows path or by a name that Windows finds."""
     settings = {**os.environ, "LC_ALL": "C.UTF-8", **(environment or {})}
-    return Ended(subprocess.run([ROOT / "cmake" / "wine", program, *arguments], stdin=subprocess.DEVNULL, stdout=stdout,
-                                stderr=subprocess.PIPE, cwd=cwd or BUILD, env=settings, timeout=TIMEOUT, check=False))
+    # Standard error goes to a file: Wine's desktop, which the first program that needs it starts, keeps
+    # that program's standard error open, and the end of a pipe would not come.
+    with tempfile.TemporaryFile() as errors:
+        ended = subprocess.run([ROOT / "cmake" / "wine", program, *arguments], stdin=subprocess.DEVNULL, stdout=stdout,
+                               stderr=errors, cwd=cwd or BUILD, env=settings, timeout=TIMEOUT, check=False)
+        errors.seek(0)
+        return Ended(ended.returncode, ended.stdout, errors.read())
 
 
 class Installation:
