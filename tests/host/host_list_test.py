@@ -123,7 +123,8 @@ Foreign   other  yes        UpdateLocation (maker: Else)
         with os.fdopen(writer, "wb") as terminal:
             child = subprocess.Popen(
                 [windows.ROOT / "cmake" / "wine", windows.windows_path(self.host.program), "list"], cwd=windows.BUILD,
-                stdin=terminal, stdout=terminal, stderr=subprocess.DEVNULL, env={**os.environ, "LC_ALL": "C.UTF-8", "TERM": "xterm"})
+                stdin=terminal, stdout=terminal, stderr=subprocess.DEVNULL,
+                env={**os.environ, "LC_ALL": "C.UTF-8", "TERM": "xterm"})
         seen = b""
         try:
             while chunk := os.read(reader, 65536):

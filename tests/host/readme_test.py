@@ -9,9 +9,11 @@ from windows import BUILD, Installation, REPORTS, ROOT, UserKey, product
 
 import pyreport
 
+CXX = os.environ.get("PRODSWEEP_CXX", "x86_64-w64-mingw32-g++-posix")
+CC = os.environ.get("PRODSWEEP_CC", "x86_64-w64-mingw32-gcc-posix")
 COMPILERS = {
-    "cpp": ([os.environ.get("PRODSWEEP_CXX", "x86_64-w64-mingw32-g++-posix"), "-std=c++20"], ["-static", BUILD / "lib" / "libprodsweep.dll.a", "-loleaut32"]),
-    "c": ([os.environ.get("PRODSWEEP_CC", "x86_64-w64-mingw32-gcc-posix"), "-std=c99"], ["-static", "-loleaut32"]),
+    "cpp": ([CXX, "-std=c++20"], ["-static", BUILD / "lib" / "libprodsweep.dll.a", "-loleaut32"]),
+    "c": ([CC, "-std=c99"], ["-static", "-loleaut32"]),
 }
 
 
@@ -34,7 +36,8 @@ class Examples(unittest.TestCase):
         program = self.host.folder / f"example_{language}.exe"
         command, libraries = COMPILERS[language]
         made = subprocess.run(
-            [*command, "-Wall", "-Wextra", "-Wpedantic", "-Werror", f"-I{ROOT / 'include'}", source, "-o", program, *libraries], capture_output=True, text=True, check=False)
+            [*command, "-Wall", "-Wextra", "-Wpedantic", "-Werror", f"-I{ROOT / 'include'}", source, "-o",
+             program, *libraries], capture_output=True, text=True, check=False)
         self.assertEqual((made.returncode, made.stderr), (0, ""))
         ended = windows.run(windows.windows_path(program), cwd=self.host.folder)
         self.assertEqual(ended.code, 0)
