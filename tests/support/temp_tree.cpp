@@ -36,6 +36,8 @@ std::wstring NewHome()
 
 TempTree::TempTree() : home(NewHome()), root(home + L"\\tree")
 {
+    // Process ids come again. What a program left that was ended in the midst of its tests goes now.
+    RemoveTree(home);
     MakeFolders(root);
     MakeFolders(home + L"\\tree-canary");
     WriteFileText(home + L"\\tree-canary\\file.txt", "canary");

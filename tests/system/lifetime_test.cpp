@@ -1,0 +1,192 @@
+// Loading and unloading, many calls, and many threads.
+#include "environment/log.h"
+#include "support/com_scope.h"
+#include "support/handle_count.h"
+#include "support/log_recorder.h"
+#include "support/registry_sandbox.h"
+#include "system/catalogue_text.h"
+#include "system/library.h"
+#include "system/memory_use.h"
+#include "system/product_array.h"
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <future>
+#include <thread>
+
+namespace prodsweep::test {
+namespace {
+
+using testing::ElementsAre;
+
+struct LifetimeTest : testing::Test
+{
+    LifetimeTest()
+    {
+        registry.AddText(L"UpdateLocation", L"path", L"");
+        library.WriteOwn(ProductText(L"a", version) + ProductText(L"b", VersionById(L"prodsweep-test-none")));
+        library.WriteOther(ProductText(L"c", version));
+        log.Pause();
+    }
+    // One call of each listing, and what it must say.
+    [[nodiscard]] bool ListAll() const
+    {
+        const std::size_t counts[] = {3, 2, 2};
+        for (std::size_t i = 0; i < std::size(listings); ++i)
+        {
+            ProductArray products;
+            if (!(library.*listings[i].call)(products.Receive(), PRODSWEEP_LIST_ALL))
+                return false;
+            if (products.Get()->rgsabound[0].cElements != counts[i] || Text(products[0].Name) != L"a")
+                return false;
+            if (i > 0 && products[0].Guids == nullptr)
+                return false;
+        }
+        return true;
+    }
+
+    RegistrySandbox registry;
+    std::wstring version = VersionByKey(registry.Path(), L"path", L"<child>value</child>");
+    Library library;
+    LogRecorder log;
+};
+
+// Keeps COM up in the process, on a thread of its own. Without it each call of a thread without COM loads
+// and unloads the parser, which takes ten times as long as the call's own work.
+class ComKeeper
+{
+public:
+    ComKeeper()
+        : keeper([this] {
+              const ComScope com(COINIT_MULTITHREADED);
+              ready.set_value();
+              done.get_future().wait();
+          })
+    {
+        ready.get_future().wait();
+    }
+    ~ComKeeper()
+    {
+        done.set_value();
+        keeper.join();
+    }
+
+private:
+    std::promise<void> ready;
+    std::promise<void> done;
+    std::thread keeper;
+};
+
+struct GrowthTest : LifetimeTest
+{
+    GrowthTest() { library.WriteOwn(ProductText(L"a", version)); }
+
+    // The exports in turn, on the smallest catalogue that makes every sort of array.
+    void List(int calls)
+    {
+        for (int i = 0; i < calls; ++i)
+        {
+            ProductArray products;
+            const Listing& listing = listings[static_cast<std::size_t>(i) % std::size(listings)];
+            ASSERT_TRUE((library.*listing.call)(products.Receive(), PRODSWEEP_LIST_OWN));
+            ASSERT_EQ(1u, products.Count());
+        }
+    }
+    void ExpectNoGrowth(int warmUp, int calls)
+    {
+        List(warmUp);
+        const HandleCount handles;
+        const MemoryUse memory;
+        List(calls);
+        RecordProperty("heap growth", std::to_string(memory.HeapGrowth()));
+        RecordProperty("private growth", std::to_string(memory.PrivateGrowth()));
+        EXPECT_TRUE(handles.Unchanged());
+        // One byte a call: no text, array or block is that small.
+        EXPECT_LT(memory.HeapGrowth(), calls);
+        EXPECT_LT(memory.PrivateGrowth(), 4 * 1024 * 1024);
+    }
+};
+
+TEST_F(GrowthTest, TenThousandCallsGrowNeitherHandlesNorMemory)
+{
+    const ComKeeper keeper;
+    ExpectNoGrowth(300, 10000);
+}
+
+TEST_F(GrowthTest, CallsThatBringComUpAndDownGrowNothingEither) { ExpectNoGrowth(60, 300); }
+
+TEST_F(LifetimeTest, SixteenThreadsMayListAtOnceFromTheFirstCallOn)
+{
+    constexpr int threadCount = 16;
+    std::atomic<int> waiting{threadCount};
+    std::atomic<int> good{0};
+    std::atomic<int> withoutCom{0};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < threadCount; ++i)
+        threads.emplace_back([&] {
+            --waiting;
+            while (waiting > 0)
+                Sleep(1);
+            for (int call = 0; call < 10; ++call)
+                good += ListAll() ? 1 : 0;
+            withoutCom += CurrentComState() == ComState::None ? 1 : 0;
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+
+    EXPECT_EQ(threadCount * 10, good);
+    EXPECT_EQ(threadCount, withoutCom);
+}
+
+TEST_F(LifetimeTest, ThreadsThatComeAndGoLeaveNoHandles)
+{
+    const auto rounds = [&](int count) {
+        for (int i = 0; i < count; ++i)
+        {
+            bool good = false;
+            std::thread([&] { good = ListAll(); }).join();
+            ASSERT_TRUE(good);
+        }
+    };
+    rounds(20);
+    const HandleCount handles;
+
+    rounds(100);
+
+    EXPECT_TRUE(handles.Unchanged());
+}
+
+TEST_F(LifetimeTest, LoadedAndUnloadedManyTimesLeavesNoHandles)
+{
+    const auto rounds = [](int count) {
+        for (int i = 0; i < count; ++i)
+        {
+            Library other;
+            other.WriteOwn(L"");
+            ProductArray products;
+            ASSERT_TRUE(other.GetInstalledProducts(products.Receive(), PRODSWEEP_LIST_OWN));
+        }
+    };
+    rounds(5);
+    const HandleCount handles;
+
+    rounds(50);
+
+    EXPECT_TRUE(handles.Unchanged());
+}
+
+TEST_F(LifetimeTest, LogIsBoundFromLoadToUnload)
+{
+    log.Clear();
+    {
+        Library other;
+        ProductArray products;
+        ASSERT_TRUE(other.GetProducts(products.Receive(), 0));
+        EXPECT_EQ(1, log.Count(LogTrace, "GetProducts", L"->"));
+    }
+    EXPECT_NE(nullptr, GetModuleHandleW(L"log.dll")) << "the test program's own reference was taken";
+}
+
+} // namespace
+} // namespace prodsweep::test
