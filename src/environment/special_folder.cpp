@@ -1,6 +1,7 @@
 #include "environment/special_folder.h"
 
 #include "common/path_join.h"
+#include "common/srw_guard.h"
 #include "common/unique_reg_key.h"
 #include "environment/log.h"
 #include "environment/wow64.h"
@@ -50,6 +51,10 @@ std::map<std::wstring, int> CSpecialFolder::folders;
 
 CSpecialFolder::CSpecialFolder(std::wstring installFolder) : appPath(std::move(installFolder))
 {
+    // Products are detected on several threads at once, and one that finds the table half filled would
+    // not know a folder.
+    static constinit SRWLOCK filling = SRWLOCK_INIT;
+    const SrwGuard guard(filling);
     if (folders.empty())
         FillTable();
 }
@@ -57,8 +62,11 @@ CSpecialFolder::CSpecialFolder(std::wstring installFolder) : appPath(std::move(i
 void CSpecialFolder::FillTable()
 {
     const bool wow64 = CWow64::Instance().IsWow64Process();
+    std::map<std::wstring, int> table;
     for (const FolderRow& row : folderRows)
-        folders.emplace(row.keyword, wow64 ? row.wow64Code : row.code);
+        table.emplace(row.keyword, wow64 ? row.wow64Code : row.code);
+    // All at once: memory that was short on the way leaves no half.
+    folders.swap(table);
 }
 
 bool CSpecialFolder::Get(const std::wstring& keyword, std::wstring& folder) const

@@ -1,5 +1,6 @@
 #include "registry/split_key_path.h"
 
+#include "common/srw_guard.h"
 #include "environment/log.h"
 
 #include <cwchar>
@@ -32,18 +33,26 @@ std::map<HKEY, std::wstring> CSplitKeyPath::names;
 
 CSplitKeyPath::CSplitKeyPath()
 {
+    // Listings may run on several threads, and one that finds a table half filled would not know a hive.
+    static constinit SRWLOCK filling = SRWLOCK_INIT;
+    const SrwGuard guard(filling);
     if (!hives.empty())
         return;
+    std::map<std::wstring, HKEY> newHives;
+    std::map<HKEY, std::wstring> newNames;
     for (const auto spelling : {&Hive::longName, &Hive::shortName})
     {
         for (const Hive& row : hiveRows)
         {
-            hives.emplace(row.*spelling, row.key);
+            newHives.emplace(row.*spelling, row.key);
             // The long spellings come first and emplace replaces nothing, so the way back always
             // gives the long name.
-            names.emplace(row.key, row.*spelling);
+            newNames.emplace(row.key, row.*spelling);
         }
     }
+    // Both at once, and the one that is asked for last: memory that was short on the way leaves no half.
+    names.swap(newNames);
+    hives.swap(newHives);
 }
 
 bool CSplitKeyPath::Split(const wchar_t* path, HKEY& hive, std::wstring& subkey) const
