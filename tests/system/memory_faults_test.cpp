@@ -84,5 +84,31 @@ TEST_P(MemoryFaultTest, FailedAllocationIsAFalseThatLeavesNothingBehind)
     EXPECT_EQ(kept, heap.LiveBlocks());
 }
 
+TEST(FirstCallTest, FailedAllocationInTheFirstCallIsForgottenByTheSecond)
+{
+    // Tables that are made on first use must not stay half made.
+    const UninstallEntry entry;
+    LogRecorder log;
+    log.Pause();
+    bool reached = true;
+    for (int allocation = 1; reached; ++allocation)
+    {
+        Library library;
+        library.WriteOwn(ProductText(L"a", VersionById(entry.Id())));
+        HeapAccounts heap(library.Module());
+        ProductArray products;
+        heap.FailAt(allocation);
+        const bool succeeded = library.GetInstalledProducts(products.Receive(), PRODSWEEP_LIST_OWN);
+        reached = heap.Allocations() >= allocation;
+        ASSERT_EQ(!reached, succeeded) << allocation;
+        heap.FailAt(0);
+
+        ASSERT_TRUE(library.GetInstalledProducts(products.Receive(), PRODSWEEP_LIST_OWN)) << allocation;
+
+        ASSERT_EQ(1u, products.Count()) << allocation;
+        ASSERT_NE(nullptr, products[0].Guids) << allocation;
+    }
+}
+
 } // namespace
 } // namespace prodsweep::test
