@@ -9,6 +9,7 @@
 #include "support/import_patch.h"
 #include "support/log_recorder.h"
 #include "support/registry_sandbox.h"
+#include "support/shortcut_maker.h"
 
 #include <gtest/gtest.h>
 
@@ -105,6 +106,40 @@ TEST_F(FileUseTest, ShortcutNamedByItselfIsAUsedFile)
     const std::wstring link = tree.AddFile(L"a.lnk");
     const CProductCheckUse use = Use("del_shortcut", "<e path='" + Narrow(link) + "' target_name='x.exe'/>");
     EXPECT_TRUE(use.IsFileUsed(link.c_str()));
+}
+
+class ShortcutUseTest : public FileUseTest
+{
+protected:
+    // Links to two programs of one name in different folders, and to another one.
+    ShortcutUseTest()
+    {
+        test::MakeShortcut(tree.AddFolder(L"links") + L"\\app.lnk", tree.AddFile(L"app\\a.exe"));
+        test::MakeShortcut(tree.AddFolder(L"links\\sub") + L"\\other.lnk", tree.AddFile(L"other\\a.exe"));
+        test::MakeShortcut(tree.Path(L"links\\b.lnk"), tree.AddFile(L"app\\b.exe"));
+    }
+
+    // Which of the three are in use.
+    std::vector<bool> Used(AttributeMap attributes)
+    {
+        CProductCheckUse use = Use("del_shortcut", "");
+        attributes.emplace(L"path", L"links");
+        attributes.emplace(L"rel_shortcut", L"app_path");
+        EXPECT_TRUE(use.ProcessDelShortcut(attributes, tree.Root()));
+        return {use.IsFileUsed(tree.Path(L"links\\app.lnk").c_str()),
+                use.IsFileUsed(tree.Path(L"links\\sub\\other.lnk").c_str()),
+                use.IsFileUsed(tree.Path(L"links\\b.lnk").c_str())};
+    }
+};
+
+TEST_F(ShortcutUseTest, BareTargetMeansEveryProgramOfThatName)
+{
+    EXPECT_EQ((std::vector{true, true, false}), Used({{L"target_name", L"A.exe"}}));
+}
+
+TEST_F(ShortcutUseTest, TargetBelowAFolderMeansThatOneProgram)
+{
+    EXPECT_EQ((std::vector{true, false, false}), Used({{L"target_name", L"app\\a.exe"}, {L"rel_target", L"app_path"}}));
 }
 
 TEST_F(FileUseTest, ShortcutWithoutATargetProtectsNothing)
