@@ -48,6 +48,11 @@ class Catalogue(Failure):
         self.assert_fails(self.host.run("list"), 13, self.fault("products.xml", "is missing") + ", and " +
                           self.fault("detection.xml", "is missing") + ".")
 
+    def test_catalogue_that_was_not_asked_for_is_not_blamed(self):
+        for kind, name in [("own", "products.xml"), ("other", "detection.xml")]:
+            with self.subTest(kind):
+                self.assert_fails(self.host.run("list", "--kind", kind), 13, self.fault(name, "is missing") + ".")
+
     def test_damaged_catalogue_is_named(self):
         self.host.write("products.xml", GOOD)
         for name, text in BAD_CATALOGUES.items():
