@@ -3,6 +3,7 @@
 #include "catalogue/registry_view.h"
 #include "environment/log.h"
 #include "environment/wow64.h"
+#include "registry/key_access.h"
 #include "registry/split_key_path.h"
 
 namespace prodsweep {
