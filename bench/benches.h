@@ -4,8 +4,11 @@
 
 namespace prodsweep::bench {
 
+void BenchFolders(Report& report);
+void BenchInterpreter(Report& report);
 void BenchListing(Report& report);
 void BenchLoad(Report& report);
 void BenchLog(Report& report);
+void BenchRegistry(Report& report);
 
 } // namespace prodsweep::bench

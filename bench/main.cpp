@@ -18,9 +18,8 @@ struct Group
 };
 
 constexpr Group groups[] = {
-    {"log", BenchLog},
-    {"load", BenchLoad},
-    {"listing", BenchListing},
+    {"log", BenchLog},         {"load", BenchLoad},         {"listing", BenchListing},
+    {"folders", BenchFolders}, {"registry", BenchRegistry}, {"interpreter", BenchInterpreter},
 };
 
 bool Wanted(const char* name, int argc, char** argv)

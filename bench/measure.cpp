@@ -27,25 +27,36 @@ double Nanoseconds(const std::function<void()>& work)
     return static_cast<double>(end.QuadPart - start.QuadPart) * 1e9 / static_cast<double>(frequency.QuadPart);
 }
 
-Pair SideBySide(int rounds, const std::function<void()>& ours, const std::function<void()>& peer,
-                const std::function<void()>& prepare)
+std::vector<double> InTurns(int rounds, const std::vector<std::function<void()>>& works,
+                            const std::function<void()>& prepare)
 {
-    std::vector<double> samples[2];
-    const std::function<void()>* work[2] = {&ours, &peer};
+    std::vector<std::vector<double>> samples(works.size());
     const auto run = [&](std::size_t which) {
         if (prepare)
             prepare();
-        return Nanoseconds(*work[which]);
+        return Nanoseconds(works[which]);
     };
-    run(0);
-    run(1);
-    for (int round = 0; round < rounds; ++round)
+    for (std::size_t which = 0; which < works.size(); ++which)
+        run(which);
+    for (std::size_t round = 0; round < static_cast<std::size_t>(rounds); ++round)
     {
-        const std::size_t first = round % 2 == 0 ? 0 : 1;
-        samples[first].push_back(run(first));
-        samples[1 - first].push_back(run(1 - first));
+        for (std::size_t i = 0; i < works.size(); ++i)
+        {
+            const std::size_t which = (i + round) % works.size();
+            samples[which].push_back(run(which));
+        }
     }
-    return {Median(samples[0]), Median(samples[1])};
+    std::vector<double> medians;
+    for (std::vector<double>& times : samples)
+        medians.push_back(Median(std::move(times)));
+    return medians;
+}
+
+Pair SideBySide(int rounds, const std::function<void()>& ours, const std::function<void()>& peer,
+                const std::function<void()>& prepare)
+{
+    const std::vector<double> medians = InTurns(rounds, {ours, peer}, prepare);
+    return {medians[0], medians[1]};
 }
 
 } // namespace prodsweep::bench

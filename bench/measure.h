@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <vector>
 
 namespace prodsweep::bench {
 
@@ -14,8 +15,11 @@ struct Pair
 
 double Nanoseconds(const std::function<void()>& work);
 
-// Runs the two in turns, each first in half of the rounds, after one unmeasured run of each. prepare,
-// when given, runs unmeasured in front of every run.
+// Runs all in turns, beginning with another one in each round, after one unmeasured run of each.
+// prepare, when given, runs unmeasured in front of every run. The medians, in the order of works.
+std::vector<double> InTurns(int rounds, const std::vector<std::function<void()>>& works,
+                            const std::function<void()>& prepare = {});
+
 Pair SideBySide(int rounds, const std::function<void()>& ours, const std::function<void()>& peer,
                 const std::function<void()>& prepare = {});
 

@@ -1,0 +1,109 @@
+// The removal and the listing of folders.
+#include "bench/benches.h"
+#include "bench/trees.h"
+#include "operations/operations.h"
+
+#include <windows.h>
+
+#include <psapi.h>
+#include <shellapi.h>
+
+#include <filesystem>
+
+namespace prodsweep::bench {
+namespace {
+
+std::wstring Root()
+{
+    wchar_t temp[MAX_PATH] = {};
+    GetTempPathW(MAX_PATH, temp);
+    return std::wstring(temp) + L"prodsweep-bench-tree";
+}
+
+void RunAndWait(std::wstring commandLine)
+{
+    STARTUPINFOW startup{};
+    startup.cb = sizeof(startup);
+    PROCESS_INFORMATION process{};
+    if (!CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process))
+        return;
+    WaitForSingleObject(process.hProcess, INFINITE);
+    CloseHandle(process.hThread);
+    CloseHandle(process.hProcess);
+}
+
+void ShellRemove(const std::wstring& path)
+{
+    const std::wstring list = path + L'\0';
+    SHFILEOPSTRUCTW operation{};
+    operation.wFunc = FO_DELETE;
+    operation.pFrom = list.c_str();
+    operation.fFlags = FOF_NOCONFIRMATION | FOF_SILENT | FOF_NOERRORUI;
+    SHFileOperationW(&operation);
+}
+
+SIZE_T PrivateBytes()
+{
+    PROCESS_MEMORY_COUNTERS_EX counters{};
+    GetProcessMemoryInfo(GetCurrentProcess(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&counters), sizeof(counters));
+    return counters.PrivateUsage;
+}
+
+// The nanoseconds of our own removal.
+double Compare(Report& report, int files, const TreeShape& shape)
+{
+    const std::wstring root = Root();
+    COperations operations;
+    const std::vector<double> times =
+        InTurns(files >= 50'000 ? 3 : 5,
+                {[&] { operations.DelFolder(root.c_str(), nullptr); }, [&] { BareRemoveFolder(root); },
+                 [&] { std::filesystem::remove_all(root); }, [&] { RunAndWait(L"cmd /c rd /s /q \"" + root + L"\""); },
+                 [&] { ShellRemove(root); }},
+                [&] {
+                    BareRemoveFolder(root);
+                    MakeTree(root, files, shape);
+                });
+    BareRemoveFolder(root);
+    const std::string group = "folder removal, " + std::to_string(files) + " files, " + shape.name;
+    report.Compare(group, "DelFolder", {times[0], times[1]}, "bare loop", 1.10);
+    report.Compare(group, "DelFolder", {times[0], times[2]}, "std::filesystem::remove_all", 1.0);
+    report.Compare(group, "DelFolder", {times[0], times[3]}, "cmd /c rd /s /q", 1.0);
+    report.Compare(group, "DelFolder", {times[0], times[4]}, "SHFileOperationW", 1.0);
+    return times[0];
+}
+
+void MeasureMemory(Report& report)
+{
+    const std::wstring root = Root();
+    MakeTree(root, 50'000, bushyTree);
+    COperations operations;
+    WideStringList folders;
+    WideStringList files;
+    const SIZE_T before = PrivateBytes();
+    operations.ExpandFolder(root.c_str(), folders, files);
+    const auto grown = static_cast<double>(PrivateBytes() - before);
+    report.Figure("memory", "expansion, per path held", grown / static_cast<double>(folders.size() + files.size()),
+                  "bytes");
+    files.clear();
+    const SIZE_T beforeRemoval = PrivateBytes();
+    operations.DelFolder(root.c_str(), nullptr);
+    const SIZE_T after = PrivateBytes();
+    report.Figure("memory", "removal of 50,000 files, growth",
+                  after > beforeRemoval ? static_cast<double>(after - beforeRemoval) / 1024 : 0.0, "KiB");
+}
+
+} // namespace
+
+void BenchFolders(Report& report)
+{
+    Compare(report, 1'000, flatTree);
+    Compare(report, 10'000, flatTree);
+    Compare(report, 10'000, deepTree);
+    const double small = Compare(report, 1'000, bushyTree);
+    Compare(report, 10'000, bushyTree);
+    const double large = Compare(report, 50'000, bushyTree);
+    report.Figure("folder removal", "growth, 50 times the files", large / small, "x", 55);
+    MeasureMemory(report);
+}
+
+} // namespace prodsweep::bench

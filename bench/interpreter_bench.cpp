@@ -1,0 +1,158 @@
+// The walk of a descriptor, the in-use pass and its answers.
+#include "bench/benches.h"
+#include "bench/trees.h"
+#include "environment/xml_helper.h"
+#include "interpreter/product_check_use.h"
+#include "interpreter/product_config.h"
+
+#include <windows.h>
+
+#include <fstream>
+#include <string>
+
+namespace prodsweep::bench {
+namespace {
+
+constexpr wchar_t descriptor[] = L"descriptor.xml";
+
+std::wstring Root()
+{
+    wchar_t temp[MAX_PATH] = {};
+    GetTempPathW(MAX_PATH, temp);
+    return std::wstring(temp) + L"prodsweep-bench-used";
+}
+
+std::string Narrow(const std::wstring& text)
+{
+    return {text.begin(), text.end()}; // the temporary folder's name is ASCII here
+}
+
+void WriteDescriptor(const std::string& sections)
+{
+    std::ofstream("descriptor.xml")
+        << "<uninstall_information><version_list><v1/></version_list><v1><install_folder name=\"x\"/><win_nt>"
+        << sections << "</win_nt></v1></uninstall_information>";
+}
+
+// The walk alone: the base class does nothing with an entry.
+class Walk final : public CProductConfig
+{
+public:
+    Walk() : CProductConfig(descriptor) {}
+};
+
+void BareWalkSection(IXMLDOMNode* section)
+{
+    UniqueXmlNodeList entries;
+    CXMLHelper::ChildNodes(section, entries);
+    long count = 0;
+    entries->get_length(&count);
+    for (long i = 0; i < count; ++i)
+    {
+        UniqueXmlNode entry;
+        CXMLHelper::ChildAt(entries.get(), i, entry);
+        BSTR name = nullptr;
+        entry->get_nodeName(&name);
+        SysFreeString(name);
+        UniqueXmlAttributes attributes;
+        CXMLHelper::Attributes(entry.get(), attributes);
+        long attributeCount = 0;
+        attributes->get_length(&attributeCount);
+        for (long k = 0; k < attributeCount; ++k)
+        {
+            UniqueXmlNode attribute;
+            CXMLHelper::AttributeAt(attributes.get(), k, attribute);
+            attribute->get_nodeName(&name);
+            SysFreeString(name);
+            BSTR text = nullptr;
+            attribute->get_text(&text);
+            SysFreeString(text);
+        }
+    }
+}
+
+void BareWalk()
+{
+    UniqueXmlDocument document;
+    CXMLHelper::CreateDocument(document);
+    bool loaded = false;
+    CXMLHelper::LoadDocument(document.get(), descriptor, loaded);
+    UniqueXmlNode node;
+    CXMLHelper::DocumentNode(document.get(), node);
+    UniqueXmlNode root, version, ntNode;
+    CXMLHelper::SelectNode(node.get(), L"uninstall_information", root);
+    CXMLHelper::SelectNode(root.get(), L"v1", version);
+    CXMLHelper::SelectNode(version.get(), L"win_nt", ntNode);
+    UniqueXmlNodeList sections;
+    CXMLHelper::ChildNodes(ntNode.get(), sections);
+    long count = 0;
+    sections->get_length(&count);
+    for (long i = 0; i < count; ++i)
+    {
+        UniqueXmlNode section;
+        CXMLHelper::ChildAt(sections.get(), i, section);
+        BareWalkSection(section.get());
+    }
+}
+
+void CompareWalk(Report& report)
+{
+    std::string sections;
+    for (int section = 0; section < 10; ++section)
+    {
+        sections += "<section op_code=\"del_file\">";
+        for (int entry = 0; entry < 1'000; ++entry)
+            sections += "<entry path=\"app_path\" name=\"file" + std::to_string(entry) + ".dll\" score=\"1\"/>";
+        sections += "</section>";
+    }
+    WriteDescriptor(sections);
+    const Pair pair = SideBySide(
+        11, [] { Walk().Process(); }, BareWalk);
+    report.Compare("descriptor of 10,000 entries", "walk", pair, "bare MSXML", 1.3);
+}
+
+void CompareInUse(Report& report)
+{
+    const std::wstring root = Root();
+    BareRemoveFolder(root);
+    MakeTree(root, 20'000, bushyTree);
+    WriteDescriptor("<section op_code=\"del_folder\"><entry name=\"" + Narrow(root) + "\"/></section>");
+    const Pair pair = SideBySide(
+        11, [] { const CProductCheckUse used(descriptor); }, [&] { BareListFolder(root); });
+    report.Compare("in-use pass over 20,000 files", "CProductCheckUse", pair, "bare enumeration", 1.15);
+    BareRemoveFolder(root);
+}
+
+// Asks a product that protects count files for each of them. The nanoseconds of all questions.
+double AskForEach(int count)
+{
+    const std::wstring root = Root();
+    BareRemoveFolder(root);
+    MakeTree(root, count, flatTree);
+    WriteDescriptor("<section op_code=\"del_folder\"><entry name=\"" + Narrow(root) + "\"/></section>");
+    const CProductCheckUse used(descriptor);
+    int found = 0;
+    const double time = Nanoseconds([&] {
+        for (int i = 0; i < count; ++i)
+            found += used.IsFileUsed((root + L"\\file" + std::to_wstring(i) + L".dat").c_str()) ? 1 : 0;
+    });
+    BareRemoveFolder(root);
+    return found == count ? time : -1;
+}
+
+} // namespace
+
+void BenchInterpreter(Report& report)
+{
+    CoInitialize(nullptr);
+    CompareWalk(report);
+    CompareInUse(report);
+    const double small = AskForEach(2'000);
+    const double large = AskForEach(20'000);
+    report.Figure("in-use questions", "2,000 asked for 2,000 paths", small / 1e6, "ms");
+    report.Figure("in-use questions", "20,000 asked for 20,000 paths", large / 1e6, "ms");
+    report.Figure("in-use questions", "growth, 10 times of both", large / small, "x");
+    CoUninitialize();
+}
+
+} // namespace prodsweep::bench

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <string>
+
+namespace prodsweep::bench {
+
+// Makes a tree of files below a new folder: every folder holds perFolder files and, as long as files
+// are left, branches subfolders.
+struct TreeShape
+{
+    const char* name;
+    int perFolder;
+    int branches; // 0: everything in one folder
+};
+constexpr TreeShape flatTree{"one folder", 1'000'000, 0};
+constexpr TreeShape bushyTree{"bushy", 20, 5};
+constexpr TreeShape deepTree{"a chain", 50, 1};
+
+void MakeTree(const std::wstring& root, int files, const TreeShape& shape);
+
+// The very system calls that the removal of a folder makes, and nothing else.
+void BareRemoveFolder(const std::wstring& path);
+// The same for listing a folder. Returns the number of files.
+int BareListFolder(const std::wstring& path);
+
+} // namespace prodsweep::bench
