@@ -89,8 +89,9 @@ void BareRemoveKey(const std::wstring& path)
 void RegDelete()
 {
     std::wstring commandLine = L"reg delete " + std::wstring(fullKey) + L" /f";
-    STARTUPINFOW startup{};
+    STARTUPINFOW startup{}; // with null handles, so that its report goes nowhere
     startup.cb = sizeof(startup);
+    startup.dwFlags = STARTF_USESTDHANDLES;
     PROCESS_INFORMATION process{};
     if (!CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process))
         return;
