@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace prodsweep {
 
@@ -21,7 +22,7 @@ namespace prodsweep {
 // list, and restart_required sets its flag at once.
 //
 // Answers the primitive operations' question whether a product that stays still needs a thing.
-class CProductUninstall final : public CProductConfig, public IUsed
+class CProductUninstall : public CProductConfig, public IUsed
 {
 public:
     // name and products are not owned. products: what stays; each is asked in turn. Sets the published
@@ -30,7 +31,7 @@ public:
                       UninstallCallback progress);
     CProductUninstall(const CProductUninstall&) = delete;
     CProductUninstall& operator=(const CProductUninstall&) = delete;
-    ~CProductUninstall() = default;
+    virtual ~CProductUninstall() = default;
 
     // The whole removal, once. True when the descriptor was walked and all that waits for the restart
     // is registered with the system. What single operations came to is in the log and the events only.
