@@ -123,6 +123,15 @@ TEST_F(KeyDeletionTest, SeparatorAtTheEndIsNotDoubledBelow)
                 ElementsAre(L"key " + Short(L"key\\"), L"key " + box.Path(L"key\\"), L"key " + box.Path(L"key\\sub")));
 }
 
+TEST_F(KeyDeletionTest, EachKeyIsClosedBeforeItGoes)
+{
+    box.AddText(L"key\\sub", L"value", L"data");
+    const RegistryFaults faults;
+    EXPECT_EQ(_ERROR_SUCCESS, Delete(L"key"));
+    EXPECT_EQ(1, faults.Count(L"delete key " + box.Subkey(L"key\\sub")));
+    EXPECT_THAT(faults.DeletedWhileOpen(), IsEmpty());
+}
+
 // What is in use.
 
 TEST_F(KeyDeletionTest, TopIsAskedAboutAsSpelledAndThenByTheLongHiveName)

@@ -327,6 +327,7 @@ TEST_F(DelKeySearchTest, KeyIsClosedBeforeItIsDeletedAndSubkeysOfAMatchAreNotSea
     box.AddKey(L"key\\sub");
     const RegistryFaults faults;
     EXPECT_EQ(_ERROR_SUCCESS, Delete());
+    EXPECT_THAT(faults.DeletedWhileOpen(), IsEmpty());
     // One search, one deletion with its subkey: three opens in all.
     EXPECT_EQ(2, faults.Count(L"open " + box.Subkey(L"key") + L" 0xf003f"));
     EXPECT_EQ(1, faults.Count(L"open " + box.Subkey(L"key\\sub") + L" 0xf003f"));

@@ -39,6 +39,7 @@ RegistryFaults* RegistryFaults::current = nullptr;
 
 RegistryFaults::RegistryFaults()
     : openPatch(nullptr, "RegOpenKeyExW", Open),
+      closePatch(nullptr, "RegCloseKey", Close),
       queryPatch(nullptr, "RegQueryInfoKeyW", Query),
       enumValuePatch(nullptr, "RegEnumValueW", EnumValue),
       enumKeyPatch(nullptr, "RegEnumKeyExW", EnumKey),
@@ -66,7 +67,16 @@ LSTATUS WINAPI RegistryFaults::Open(HKEY key, const wchar_t* subkey, DWORD optio
     current->calls.push_back(std::wstring(L"open ") + subkey + L" " + Hex(access));
     if (const LSTATUS refusal = Refusal(current->opens, std::wstring(subkey)); refusal != ERROR_SUCCESS)
         return refusal;
-    return current->openPatch.Original<decltype(RegOpenKeyExW)>()(key, subkey, options, access, opened);
+    const LSTATUS status = current->openPatch.Original<decltype(RegOpenKeyExW)>()(key, subkey, options, access, opened);
+    if (status == ERROR_SUCCESS)
+        current->openKeys[*opened] = subkey;
+    return status;
+}
+
+LSTATUS WINAPI RegistryFaults::Close(HKEY key)
+{
+    current->openKeys.erase(key);
+    return current->closePatch.Original<decltype(RegCloseKey)>()(key);
 }
 
 LSTATUS WINAPI RegistryFaults::Query(HKEY key, wchar_t* className, DWORD* classLength, DWORD* reserved,
@@ -139,6 +149,11 @@ LSTATUS WINAPI RegistryFaults::DeleteValue(HKEY key, const wchar_t* name)
 LSTATUS WINAPI RegistryFaults::DeleteKey(HKEY key, const wchar_t* subkey)
 {
     current->calls.push_back(std::wstring(L"delete key ") + subkey);
+    for (const auto& open : current->openKeys)
+    {
+        if (open.second == subkey)
+            current->deletedWhileOpen.push_back(subkey);
+    }
     if (const LSTATUS refusal = Refusal(current->keyDeletions, std::wstring(subkey)); refusal != ERROR_SUCCESS)
         return refusal;
     return current->deleteKeyPatch.Original<decltype(RegDeleteKeyW)>()(key, subkey);

@@ -47,6 +47,8 @@ public:
     //   "subkey INDEX name=SIZE"  "delete value NAME"  "delete key SUBKEY"
     [[nodiscard]] const std::vector<std::wstring>& Calls() const { return calls; }
     [[nodiscard]] int Count(const std::wstring& call) const;
+    // Keys that were deleted while a handle of them was open.
+    [[nodiscard]] const std::vector<std::wstring>& DeletedWhileOpen() const { return deletedWhileOpen; }
 
 private:
     struct Lengths
@@ -56,6 +58,7 @@ private:
     };
 
     static LSTATUS WINAPI Open(HKEY key, const wchar_t* subkey, DWORD options, REGSAM access, HKEY* opened);
+    static LSTATUS WINAPI Close(HKEY key);
     static LSTATUS WINAPI Query(HKEY key, wchar_t* className, DWORD* classLength, DWORD* reserved, DWORD* subkeyCount,
                                 DWORD* longestSubkey, DWORD* longestClass, DWORD* valueCount, DWORD* longestValue,
                                 DWORD* longestData, DWORD* security, FILETIME* written);
@@ -79,8 +82,11 @@ private:
     std::map<DWORD, std::deque<Lengths>> valueGrowth;
     std::map<DWORD, std::deque<DWORD>> subkeyGrowth;
     std::vector<std::wstring> calls;
+    std::map<HKEY, std::wstring> openKeys;
+    std::vector<std::wstring> deletedWhileOpen;
 
     ImportPatch openPatch;
+    ImportPatch closePatch;
     ImportPatch queryPatch;
     ImportPatch enumValuePatch;
     ImportPatch enumKeyPatch;
