@@ -416,6 +416,19 @@ TEST_F(GrowthTest, NameWhoseLengthIsNotToldGetsMoreRoomAfterTheSecondTry)
                                             L"value 0 name=512", L"value 1 name=512"));
 }
 
+TEST_F(GrowthTest, EachValueHasASecondTryOfItsOwn)
+{
+    box.AddText(L"", L"cd", L"");
+    RegistryFaults faults;
+    faults.MoreForValueAt(0, RegistryFaults::Unchanged, RegistryFaults::Unchanged);
+    faults.MoreForValueAt(1, RegistryFaults::Unchanged, RegistryFaults::Unchanged);
+
+    EXPECT_EQ(_ERROR_SUCCESS, CRegKeyHelper::GetValues(key.get(), names));
+
+    EXPECT_THAT(faults.Calls(), ElementsAre(L"query", L"value 0 name=3", L"value 0 name=3", L"value 1 name=3",
+                                            L"value 1 name=3", L"value 2 name=3"));
+}
+
 TEST_F(GrowthTest, LongerSubkeyGetsItsRoomWithoutALogLine)
 {
     RegistryFaults faults;
