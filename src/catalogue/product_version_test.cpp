@@ -5,6 +5,7 @@
 #include "support/dom.h"
 #include "support/dom_fault.h"
 #include "support/log_recorder.h"
+#include "support/method_patch.h"
 #include "support/uninstall_entries.h"
 
 #include <gtest/gtest.h>
@@ -230,6 +231,20 @@ INSTANTIATE_TEST_SUITE_P(
         ChildFaultRow{"NoText", DomMethod::ElementText, E_FAIL, 2, nullptr, withoutSecond},
         ChildFaultRow{"NullText", DomMethod::ElementText, S_OK, 2, nullptr, withoutSecond}),
     [](const auto& row) { return row.param.name; });
+
+HRESULT WINAPI GiveEmptyName(IXMLDOMNode*, BSTR* name)
+{
+    *name = SysAllocString(L"");
+    return S_OK;
+}
+
+TEST_F(ProductVersionTest, ChildWithAnEmptyNameIsLeftOut)
+{
+    const DomText text(L"<v name='1' id='E'><a>1</a></v>");
+    const test::MethodPatch patch(text.Root(), test::DomSlot::NodeName, GiveEmptyName);
+    EXPECT_TRUE(version.Load(text.Root()));
+    EXPECT_TRUE(version.ChildValues.empty());
+}
 
 } // namespace
 } // namespace prodsweep
