@@ -7,7 +7,6 @@
 
 #include <objbase.h>
 
-#include <algorithm>
 #include <string_view>
 
 namespace prodsweep {
