@@ -1,5 +1,6 @@
 // Which products count as installed, and what is told of their versions.
 #include "environment/log.h"
+#include "support/descriptor_file.h"
 #include "support/log_recorder.h"
 #include "support/registry_sandbox.h"
 #include "system/catalogue_text.h"
@@ -93,6 +94,28 @@ TEST_P(EachInstalledTest, OwnProductIsListedWithTheVersionOfTheOtherViewToo)
     EXPECT_EQ(2u, CheckedCount(products[0].Guids, extended ? sizeof(GuidEntry) : sizeof(BSTR)));
 }
 
+TEST_P(EachInstalledTest, OtherMakersProductFoundByItsDescriptorAloneHasNoGuids)
+{
+    // The walk of this descriptor ends with a score that suffices, whatever is on the machine.
+    library.Write(L"extern\\found.xml", OneVersion("<s op_code='kill_process'/>"));
+    library.WriteOther(ProductText(L"found", VersionById(absent)));
+
+    ASSERT_TRUE(Call(PRODSWEEP_LIST_OTHER));
+
+    EXPECT_THAT(products.Names(), ElementsAre(L"found"));
+    EXPECT_EQ(nullptr, products[0].Guids);
+}
+
+TEST_P(EachInstalledTest, OwnProductIsNotFoundByItsDescriptor)
+{
+    library.Write(L"intern\\found.xml", OneVersion("<s op_code='kill_process'/>"));
+    library.WriteOwn(ProductText(L"found", VersionById(absent)));
+
+    ASSERT_TRUE(Call(PRODSWEEP_LIST_OWN));
+
+    EXPECT_EQ(0u, products.Count());
+}
+
 TEST_F(InstalledTest, GuidsAreTheLastPartsOfTheKeysOfDetectedVersionsInOrder)
 {
     const RegistrySandbox registry;
@@ -175,14 +198,6 @@ TEST_F(InstalledTest, VersionsAreProbedAgainForTheirGuids)
 
     // The second walk of the filter, then the guids.
     EXPECT_EQ(2, log.Count(LogTrace, "CProductVersion::IsInstalled2", L"try KEY_WOW64_32KEY"));
-}
-
-TEST_F(InstalledTest, EntryOfTheMachinesUninstallListStays)
-{
-    library.WriteOwn(ProductText(L"a", VersionById(entry.Id())));
-    ASSERT_TRUE(library.GetInstalledProductsEx(products.Receive(), PRODSWEEP_LIST_OWN));
-    ASSERT_TRUE(library.GetInstalledProducts(products.Receive(), PRODSWEEP_LIST_OWN));
-    EXPECT_EQ(1u, products.Count());
 }
 
 } // namespace
