@@ -3,6 +3,7 @@
 #include "environment/log.h"
 #include "support/com_scope.h"
 #include "support/log_recorder.h"
+#include "support/registry_sandbox.h"
 #include "system/catalogue_text.h"
 #include "system/com_calls.h"
 #include "system/heap_accounts.h"
@@ -86,15 +87,17 @@ TEST_P(MemoryFaultTest, FailedAllocationIsAFalseThatLeavesNothingBehind)
 
 TEST(FirstCallTest, FailedAllocationInTheFirstCallIsForgottenByTheSecond)
 {
-    // Tables that are made on first use must not stay half made.
-    const UninstallEntry entry;
+    // Tables that are made on first use must not stay half made. The short names of hives come last.
+    const RegistrySandbox registry;
+    registry.AddText(L"UpdateLocation", L"path", L"");
+    const std::wstring version = VersionByKey(L"HKCU\\" + registry.Subkey(), L"path");
     LogRecorder log;
     log.Pause();
     bool reached = true;
     for (int allocation = 1; reached; ++allocation)
     {
         Library library;
-        library.WriteOwn(ProductText(L"a", VersionById(entry.Id())));
+        library.WriteOwn(ProductText(L"a", version));
         HeapAccounts heap(library.Module());
         ProductArray products;
         heap.FailAt(allocation);
