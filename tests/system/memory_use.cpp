@@ -2,8 +2,6 @@
 
 #include <windows.h>
 
-#include <psapi.h>
-
 #include <vector>
 
 namespace prodsweep::test {
@@ -35,12 +33,18 @@ long long MemoryUse::HeapBytesNow()
     return sum;
 }
 
+// Region by region: what the system itself says of a process's private bytes is always the same on Wine.
 long long MemoryUse::PrivateBytesNow()
 {
-    PROCESS_MEMORY_COUNTERS_EX counters{};
-    counters.cb = sizeof(counters);
-    GetProcessMemoryInfo(GetCurrentProcess(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&counters), counters.cb);
-    return static_cast<long long>(counters.PrivateUsage);
+    long long sum = 0;
+    MEMORY_BASIC_INFORMATION region{};
+    for (const char* at = nullptr; VirtualQuery(at, &region, sizeof(region)) == sizeof(region);
+         at = static_cast<const char*>(region.BaseAddress) + region.RegionSize)
+    {
+        if (region.State == MEM_COMMIT && region.Type == MEM_PRIVATE)
+            sum += static_cast<long long>(region.RegionSize);
+    }
+    return sum;
 }
 
 } // namespace prodsweep::test
