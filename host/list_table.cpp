@@ -20,6 +20,7 @@ std::string Joined(const std::vector<std::string>& texts, const char* separator)
 std::string VersionText(const FoundVersion& version)
 {
     std::vector<std::string> children;
+    children.reserve(version.children.size());
     for (const auto& [name, values] : version.children)
         children.push_back(name + ": " + Joined(values, ", "));
     return version.guid.value_or("(key without a name)") +

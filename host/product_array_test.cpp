@@ -23,6 +23,7 @@ Product Installed(Product product)
 std::vector<bool> Marks(const std::vector<Product>& products)
 {
     std::vector<bool> marks;
+    marks.reserve(products.size());
     for (const Product& product : products)
         marks.push_back(product.installed && product.versions.size() == 1);
     return marks;
