@@ -1,6 +1,7 @@
 #include "command.h"
 
 #include "list_command.h"
+#include "uninstall_command.h"
 
 namespace prodsweep {
 
@@ -8,6 +9,7 @@ std::vector<std::unique_ptr<ICommand>> MakeCommands(CLI::App& parser)
 {
     std::vector<std::unique_ptr<ICommand>> commands;
     commands.push_back(std::make_unique<CListCommand>(parser));
+    commands.push_back(std::make_unique<CUninstallCommand>(parser));
     return commands;
 }
 

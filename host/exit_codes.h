@@ -12,5 +12,11 @@ constexpr int exitNoMemory = ERROR_OUTOFMEMORY;
 constexpr int exitNotWritten = ERROR_WRITE_FAULT;
 constexpr int exitBadArguments = ERROR_INVALID_PARAMETER;
 constexpr int exitNoExport = ERROR_PROC_NOT_FOUND;
+constexpr int exitNeedsRights = 740; // ERROR_ELEVATION_REQUIRED, which not every SDK names
+constexpr int exitDeclined = ERROR_INSTALL_USEREXIT;
+constexpr int exitRemovalFailed = ERROR_INSTALL_FAILURE;
+constexpr int exitUnknownProduct = ERROR_UNKNOWN_PRODUCT;
+constexpr int exitRemovalRunning = ERROR_INSTALL_ALREADY_RUNNING;
+constexpr int exitRestartRequired = ERROR_SUCCESS_REBOOT_REQUIRED;
 
 } // namespace prodsweep

@@ -16,7 +16,7 @@ namespace prodsweep {
 
 namespace {
 
-constexpr const char* description = "Finds installed software products, told what by XML catalogues.";
+constexpr const char* description = "Finds and removes installed software products, told what by XML catalogues.";
 
 constexpr const char* exitCodeHelp = R"(
 Exit codes:
@@ -24,6 +24,12 @@ Exit codes:
   2    the library is missing
   13   a catalogue is missing or cannot be read
   87   the command line is wrong
+  740  a removal needs an administrator's rights
+  1602 the removal was declined
+  1603 a removal failed, or something remains
+  1605 a product is in no catalogue
+  1618 another removal by this program is running
+  3010 done, and a restart is needed to finish
 Any other code is that of the Windows error that is told on standard error.
 )";
 

@@ -1,5 +1,6 @@
 #include "library.h"
 
+#include <new>
 #include <type_traits>
 
 #include "exit_codes.h"
@@ -21,6 +22,11 @@ struct Catalogue
 constexpr Catalogue catalogues[] = {
     {PRODSWEEP_LIST_OWN, L"products.xml"},
     {PRODSWEEP_LIST_OTHER, L"detection.xml"},
+};
+
+struct BstrFree
+{
+    void operator()(OLECHAR* text) const noexcept { SysFreeString(text); }
 };
 
 bool Exists(const std::wstring& path) { return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
@@ -72,13 +78,46 @@ CLibrary::CLibrary(const std::string& path) : file(LibraryFile(path)), module(Lo
 
 std::string CLibrary::Path() const { return ToUtf8(ModulePath(module.get())); }
 
-CLibrary::ListingExport CLibrary::BindListing(const char* name) const
+void* CLibrary::Bind(const char* name) const
 {
-    static_assert(std::is_same_v<ListingExport, decltype(&::GetInstalledProductsEx)>);
     auto* const address = reinterpret_cast<void*>(GetProcAddress(module.get(), name));
     if (address == nullptr)
         throw CFailure(exitNoExport, Quoted(file) + " is not a prodsweep library: it has no function " + name + ".");
-    return reinterpret_cast<ListingExport>(address);
+    return address;
+}
+
+CLibrary::ListingExport CLibrary::BindListing(const char* name) const
+{
+    static_assert(std::is_same_v<ListingExport, decltype(&::GetInstalledProductsEx)>);
+    return reinterpret_cast<ListingExport>(Bind(name));
+}
+
+bool CLibrary::Uninstall(const Product& product, bool force, bool* restart, UninstallCallback callback) const
+{
+    const auto uninstall = reinterpret_cast<decltype(&::UninstallProduct)>(Bind("UninstallProduct"));
+    const std::unique_ptr<OLECHAR, BstrFree> name(SysAllocString(ToWide(product.name).c_str()));
+    if (name == nullptr)
+        throw std::bad_alloc();
+    ProductEntry entry{};
+    entry.Name = name.get();
+    entry.Kind = product.kind;
+    entry.Force = force ? 1 : 0;
+    return uninstall(&entry, restart, callback);
+}
+
+bool CLibrary::UninstallAllInstalled(int kind, bool* restart, UninstallCallback callback) const
+{
+    return reinterpret_cast<decltype(&::UninstallAllInstalled)>(Bind("UninstallAllInstalled"))(kind, restart, callback);
+}
+
+bool CLibrary::UninstallForceAll(int kind, bool* restart, UninstallCallback callback) const
+{
+    return reinterpret_cast<decltype(&::UninstallForceAll)>(Bind("UninstallForceAll"))(kind, restart, callback);
+}
+
+int CLibrary::ProgressPercent() const
+{
+    return reinterpret_cast<decltype(&::GetProgressPercent)>(Bind("GetProgressPercent"))();
 }
 
 std::vector<Product> CLibrary::Products(int flags) const { return List(BindListing("GetProducts"), flags, false); }

@@ -29,6 +29,13 @@ public:
     std::vector<Product> Products(int flags) const;
     std::vector<Product> InstalledProducts(int flags) const;
 
+    // The removal exports. Each result is that of the export; restart and callback go to it.
+    bool Uninstall(const Product& product, bool force, bool* restart, UninstallCallback callback) const;
+    bool UninstallAllInstalled(int kind, bool* restart, UninstallCallback callback) const;
+    bool UninstallForceAll(int kind, bool* restart, UninstallCallback callback) const;
+    // Of the removal that runs on another thread. May pass 100.
+    int ProgressPercent() const;
+
 private:
     struct ModuleCloser
     {
@@ -38,6 +45,8 @@ private:
     using ListingExport = decltype(&::GetProducts);
 
     ListingExport BindListing(const char* name) const;
+    // Throws CFailure when the library has no such export.
+    void* Bind(const char* name) const;
     std::vector<Product> List(ListingExport listing, int flags, bool installed) const;
     [[noreturn]] void FailListing(int flags) const;
 

@@ -1,12 +1,10 @@
 #include "list_command.h"
 
-#include <algorithm>
-#include <iterator>
-
 #include <CLI/CLI.hpp>
 
 #include "exit_codes.h"
 #include "failure.h"
+#include "kind_option.h"
 #include "library.h"
 #include "list_report.h"
 #include "output.h"
@@ -28,43 +26,13 @@ constexpr const char* jsonHelp = R"(
 After a failure the object holds format and error (code, message) instead.
 )";
 
-struct KindChoice
-{
-    const char* name;
-    int flags;
-};
-
-constexpr KindChoice kindChoices[] = {
-    {"own", PRODSWEEP_LIST_OWN},
-    {"other", PRODSWEEP_LIST_OTHER},
-    {"all", PRODSWEEP_LIST_ALL},
-};
-
-std::vector<std::string> KindNames()
-{
-    std::vector<std::string> names;
-    std::transform(std::begin(kindChoices), std::end(kindChoices), std::back_inserter(names),
-                   [](const KindChoice& choice) { return choice.name; });
-    return names;
-}
-
-int FlagsOf(const std::string& kind)
-{
-    // The parser let no other name through.
-    return std::find_if(std::begin(kindChoices), std::end(kindChoices),
-                        [&](const KindChoice& choice) { return choice.name == kind; })
-        ->flags;
-}
-
 } // namespace
 
 CListCommand::CListCommand(CLI::App& parser)
     : command(parser.add_subcommand("list", "List the products of the catalogues and the versions found here"))
 {
     command->add_flag("--installed", installedOnly, "Only products that are installed");
-    command->add_option("--kind", kind, "own: the maker's family; other: other makers' products; all (default)")
-        ->check(CLI::IsMember(KindNames()))
-        ->type_name("KIND");
+    AddKindOption(*command, kind);
     command->add_flag("--json", json, "One JSON object on standard output");
     command->add_option("--library", libraryPath, "The prodsweep.dll to ask (default: the one beside this program)")
         ->type_name("PATH");
@@ -75,7 +43,7 @@ bool CListCommand::IsChosen() const { return command->parsed(); }
 
 int CListCommand::Run(const COutput& out)
 {
-    const int flags = FlagsOf(kind);
+    const int flags = FlagsOfKind(kind);
     if (command->count("--library") != 0 && libraryPath.empty())
         throw CFailure(exitBadArguments, "--library needs a path.");
     const CLibrary library(libraryPath);

@@ -1,0 +1,54 @@
+#include "kind_option.h"
+
+#include <algorithm>
+#include <iterator>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "prodsweep/prodsweep.h"
+
+namespace prodsweep {
+
+namespace {
+
+struct KindChoice
+{
+    const char* name;
+    int flags;
+};
+
+constexpr KindChoice kindChoices[] = {
+    {"own", PRODSWEEP_LIST_OWN},
+    {"other", PRODSWEEP_LIST_OTHER},
+    {"all", PRODSWEEP_LIST_ALL},
+};
+static_assert(static_cast<int>(PRODSWEEP_LIST_OWN) == static_cast<int>(PRODSWEEP_KIND_OWN) &&
+              static_cast<int>(PRODSWEEP_LIST_OTHER) == static_cast<int>(PRODSWEEP_KIND_OTHER));
+
+std::vector<std::string> KindNames()
+{
+    std::vector<std::string> names;
+    std::transform(std::begin(kindChoices), std::end(kindChoices), std::back_inserter(names),
+                   [](const KindChoice& choice) { return choice.name; });
+    return names;
+}
+
+} // namespace
+
+void AddKindOption(CLI::App& command, std::string& kind)
+{
+    command.add_option("--kind", kind, "own: the maker's family; other: other makers' products; all (default)")
+        ->check(CLI::IsMember(KindNames()))
+        ->type_name("KIND");
+}
+
+int FlagsOfKind(const std::string& kind)
+{
+    // The parser let no other name through.
+    return std::find_if(std::begin(kindChoices), std::end(kindChoices),
+                        [&](const KindChoice& choice) { return choice.name == kind; })
+        ->flags;
+}
+
+} // namespace prodsweep

@@ -1,0 +1,18 @@
+// The option --kind, which several commands have.
+#pragma once
+
+#include <string>
+
+namespace CLI {
+class App;
+}
+
+namespace prodsweep {
+
+// kind: "own", "other" or "all"; what it holds beforehand is the default.
+void AddKindOption(CLI::App& command, std::string& kind);
+
+// PRODSWEEP_LIST_...; for a single kind also its PRODSWEEP_KIND_... number.
+int FlagsOfKind(const std::string& kind);
+
+} // namespace prodsweep

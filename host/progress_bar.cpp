@@ -1,0 +1,73 @@
+#include "progress_bar.h"
+
+#include <algorithm>
+#include <chrono>
+
+#include "output.h"
+#include "text.h"
+
+namespace prodsweep {
+
+namespace {
+
+constexpr int barCells = 20;
+constexpr std::chrono::milliseconds interval{100};
+
+} // namespace
+
+std::string ProgressLine(int percent, const std::string& product, const std::string& stage)
+{
+    const int shown = std::clamp(percent, 0, 100);
+    const int filled = shown * barCells / 100;
+    const std::string number = std::to_string(shown);
+    return "[" + std::string(static_cast<std::size_t>(filled), '#') +
+           std::string(static_cast<std::size_t>(barCells - filled), '.') + "] " + std::string(3 - number.size(), ' ') +
+           number + " %  " + Printable(product) + (stage.empty() ? "" : ": " + stage);
+}
+
+CProgressBar::CProgressBar(const COutput& console, std::function<int()> progress)
+    : out(console), percent(std::move(progress)), painter([this] { Run(); })
+{}
+
+CProgressBar::~CProgressBar()
+{
+    ended = true;
+    painter.join();
+    static_cast<void>(out.Write("\r" + std::string(width, ' ') + "\r"));
+}
+
+void CProgressBar::ProductBegins(const std::string& name)
+{
+    const std::lock_guard lock(guard);
+    product = name;
+    stage.clear();
+}
+
+void CProgressBar::StageEnds(const StageReport& report)
+{
+    const std::lock_guard lock(guard);
+    stage = report.stage;
+}
+
+void CProgressBar::Draw()
+{
+    const std::lock_guard lock(guard);
+    if (product.empty())
+        return;
+    const std::string line = ProgressLine(percent(), product, stage);
+    const std::size_t columns = DisplayWidth(line);
+    // A console that can't be written to is no reason to stop a removal.
+    static_cast<void>(out.Write("\r" + line + std::string(width > columns ? width - columns : 0, ' ')));
+    width = columns;
+}
+
+void CProgressBar::Run()
+{
+    while (!ended)
+    {
+        Draw();
+        std::this_thread::sleep_for(interval);
+    }
+}
+
+} // namespace prodsweep

@@ -1,0 +1,51 @@
+#include "removal_report.h"
+
+#include "text.h"
+
+namespace prodsweep {
+
+namespace {
+
+const char* OutcomeText(Outcome outcome)
+{
+    switch (outcome)
+    {
+    case Outcome::Gone:
+        return "gone";
+    case Outcome::GoneAfterRestart:
+        return "gone after the restart";
+    case Outcome::Remains:
+        return "remains";
+    case Outcome::NotInstalled:
+        break;
+    }
+    return "was not installed";
+}
+
+std::string ProductText(const ProductOutcome& product)
+{
+    std::string text = Printable(product.name) + ": " + OutcomeText(product.outcome);
+    if (!product.reason.empty())
+        text += " (" + Printable(product.reason) + ")";
+    text += "\n";
+    for (const StageReport& stage : product.stages)
+        text += "  " + stage.stage + std::string(20 - stage.stage.size(), ' ') +
+                (stage.done ? "done" : "something failed; the log tells what") + "\n";
+    return text;
+}
+
+} // namespace
+
+std::string RemovalAsText(const RemovalReport& report)
+{
+    std::string text;
+    for (const ProductOutcome& product : report.products)
+        text += ProductText(product);
+    if (report.products.empty())
+        text += "Nothing was installed, and nothing was done.\n";
+    if (report.restart)
+        text += "\nA restart of the machine is needed to finish.\n";
+    return text;
+}
+
+} // namespace prodsweep

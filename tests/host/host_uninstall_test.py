@@ -1,0 +1,219 @@
+"""prodsweep uninstall: what it removes, what it says of it, and how it ends."""
+import json
+import subprocess
+import time
+import unittest
+
+from windows import BUILD, Installation, REPORTS, ROOT, UserKey, product, run, windows_path
+
+import pyreport
+
+
+def seen(code):
+    """The exit code as the build host sees it: its processes end with eight bits."""
+    return code % 256
+
+
+def descriptor(sections):
+    return ("<uninstall_information><version_list><v1/></version_list><v1><install_folder name='none'/>"
+            f"<win_nt>{sections}</win_nt></v1></uninstall_information>")
+
+
+def section(op_code, *entries):
+    return f"<s op_code='{op_code}'>{''.join(entries)}</s>"
+
+
+class Uninstalling(unittest.TestCase):
+    """A folder with products whose marks lie below a key of the test's own."""
+
+    def setUp(self):
+        self.host = Installation("uninstall")
+        self.addCleanup(self.host.close)
+        self.key = UserKey("uninstall")
+        self.addCleanup(self.key.close)
+
+    def version(self, name):
+        return self.key.version("1", name)
+
+    def install(self, name, sections="", folder="intern", marks=True):
+        """Puts the mark of a product on the machine, and its descriptor beside the library."""
+        self.key.add_version(name)
+        mark = section("del_regkey", f"<e name='{self.key.path}\\{name}'/>") if marks else ""
+        self.host.write(f"{folder}/{name}.xml", descriptor(sections + mark))
+
+    def catalogue(self, *names, other=()):
+        self.host.catalogues(own=[product(name, self.version(name), file=f"{name}.xml") for name in names],
+                             other=[product(name, self.version(name), file=f"{name}.xml") for name in other])
+
+    def uninstall(self, *arguments):
+        return self.host.run("uninstall", "--yes", *arguments)
+
+    def installed(self):
+        ended = self.host.run("list", "--installed", "--json")
+        return [entry["name"] for entry in json.loads(ended.out_text())["products"]]
+
+    def test_one_of_two_goes_and_what_the_other_uses_stays(self):
+        for name in ["own/a.dll", "shared/common.dll"]:
+            self.host.write(name, "x")
+        own, shared = (section("del_folder", f"<e name='{self.host.path(name)}'/>") for name in ["own", "shared"])
+        self.install("Anvil", own + shared)
+        self.install("Bellows", shared)
+        self.catalogue("Anvil", "Bellows")
+        ended = self.uninstall("Anvil")
+        self.assertEqual((ended.code, ended.err_text()), (0, ""))
+        self.assertEqual(ended.out_text(), "Anvil: gone\n"
+                         "  folders             done\n  registry keys       done\n  registry values     done\n")
+        self.assertEqual(self.installed(), ["Bellows"])
+        self.assertFalse((self.host.folder / "own").exists())
+        self.assertTrue((self.host.folder / "shared" / "common.dll").exists())
+
+    def test_second_run_is_quiet(self):
+        self.install("Anvil")
+        self.install("Bellows")
+        self.catalogue("Anvil", "Bellows")
+        self.assertEqual(self.uninstall("Anvil").code, 0)
+        ended = self.uninstall("Anvil")
+        self.assertEqual((ended.code, ended.out_text()), (0, "Anvil: was not installed\n"))
+
+    def test_product_that_its_descriptor_does_not_take_off_remains(self):
+        self.install("Anvil", marks=False)
+        self.install("Bellows")
+        self.catalogue("Anvil", "Bellows")
+        ended = self.uninstall("Anvil")
+        self.assertEqual(ended.code, seen(1603))
+        self.assertEqual(ended.out_text(),
+                         "Anvil: remains (the registry key of its version UpdateLocation still stands)\n")
+
+    def test_missing_descriptor_is_named_as_the_reason(self):
+        self.key.add_version("Anvil")
+        self.catalogue("Anvil")
+        ended = self.uninstall("Anvil")
+        self.assertEqual(ended.code, seen(1603))
+        self.assertIn("its descriptor cannot be read", ended.out_text())
+
+    def test_name_that_is_in_no_catalogue_stops_everything(self):
+        self.install("Anvil")
+        self.catalogue("Anvil")
+        ended = self.uninstall("Anvil", "Absent")
+        self.assertEqual(ended.code, seen(1605))
+        self.assertEqual(ended.err_text(), 'prodsweep: "Absent" is in no catalogue; nothing was removed.\n')
+        self.assertEqual(self.installed(), ["Anvil"])
+
+    def test_name_in_both_catalogues_needs_its_kind(self):
+        self.install("Anvil")
+        self.install("Anvil", folder="extern")
+        self.catalogue("Anvil", other=["Anvil"])
+        self.assertEqual(self.uninstall("Anvil").code, 87)
+        self.assertEqual(self.uninstall("Anvil", "--kind", "other").code, 0)
+
+    def test_force_removes_what_is_not_found(self):
+        self.host.write("left/over.txt", "x")
+        self.host.write("intern/Anvil.xml",
+                        descriptor(section("del_folder", f"<e name='{self.host.path('left')}'/>")))
+        self.catalogue("Anvil", "Bellows")
+        self.assertEqual(self.uninstall("Anvil", "--force").code, 0)
+        self.assertFalse((self.host.folder / "left").exists())
+
+    def test_all_installed_of_a_kind(self):
+        for name in ["Anvil", "Bellows"]:
+            self.install(name)
+        self.install("Foreign", folder="extern")
+        self.catalogue("Anvil", "Bellows", "Absent", other=["Foreign"])
+        ended = self.uninstall("--all-installed", "--kind", "own")
+        self.assertEqual(ended.code, 0)
+        self.assertEqual(self.installed(), ["Foreign"])
+
+    def test_force_all_of_a_kind(self):
+        self.install("Anvil")
+        self.install("Bellows")
+        self.catalogue("Anvil", "Bellows")
+        self.assertEqual(self.uninstall("--force-all", "--kind", "own").code, 0)
+        self.assertEqual(self.installed(), [])
+
+    def test_file_in_use_goes_after_the_restart(self):
+        # A program that runs can't be deleted.
+        program = self.host.add_file("app/held.exe", REPORTS / "victim.exe")
+        self.install("Anvil", section("del_folder", f"<e name='{self.host.path('app')}'/>"))
+        self.install("Bellows")
+        self.catalogue("Anvil", "Bellows")
+        held = subprocess.Popen([ROOT / "cmake" / "wine", windows_path(program)], stdin=subprocess.DEVNULL,
+                                stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, cwd=BUILD)
+        try:
+            self.wait_for_process("held.exe")
+            ended = self.uninstall("Anvil", "--json")
+        finally:
+            run("taskkill", "/f", "/im", "held.exe")
+            held.wait()
+        self.assertEqual(ended.code, seen(3010))
+        report = json.loads(ended.out_text())
+        self.assertEqual((report["exitCode"], report["restart"]), (3010, True))
+        self.assertEqual(report["products"][0]["outcome"], "gone after restart")
+
+    def wait_for_process(self, name):
+        for _ in range(100):
+            if name in run("tasklist").out_text():
+                return
+            time.sleep(0.1)
+        self.fail(f"{name} does not run")
+
+    def test_json_tells_of_each_product(self):
+        self.install("Anvil")
+        self.install("Bellows")
+        self.catalogue("Anvil", "Bellows")
+        report = json.loads(self.uninstall("Anvil", "--json").out_text())
+        self.assertEqual(list(report), ["format", "library", "exitCode", "restart", "seconds", "products"])
+        self.assertEqual(report["products"], [{
+            "name": "Anvil", "kind": "own", "outcome": "gone", "reason": None,
+            "events": [{"stage": "registry keys", "done": True}, {"stage": "registry values", "done": True}]}])
+
+    def test_json_of_nothing_and_of_a_failure_is_an_object_too(self):
+        self.catalogue("Anvil")
+        self.assertEqual(json.loads(self.uninstall("--all-installed", "--kind", "own", "--json").out_text())["products"],
+                         [])
+        ended = self.uninstall("Absent", "--json")
+        self.assertEqual(json.loads(ended.out_text())["error"]["code"], 1605)
+
+    def test_quiet_says_nothing(self):
+        self.install("Anvil")
+        self.install("Bellows")
+        self.catalogue("Anvil", "Bellows")
+        ended = self.uninstall("Anvil", "--quiet")
+        self.assertEqual((ended.code, ended.out, ended.err), (0, b"", b""))
+
+    def test_without_yes_it_asks_and_without_a_console_it_removes_nothing(self):
+        self.install("Anvil")
+        self.catalogue("Anvil")
+        ended = self.host.run("uninstall", "Anvil")
+        self.assertEqual(ended.code, 87)
+        self.assertEqual(ended.out_text(), "These products will be removed:\n  Anvil\nRemove them? [y/N] ")
+        self.assertEqual(self.installed(), ["Anvil"])
+
+    def test_second_removal_at_the_same_time_is_refused(self):
+        tool = self.host.add_file("busy.exe", REPORTS / "victim.exe")
+        self.install("Anvil", section("exec_tool", f"<e tool_name='{windows_path(tool)}' wait='yes'/>"))
+        self.install("Bellows")
+        self.catalogue("Anvil", "Bellows")
+        first = subprocess.Popen([ROOT / "cmake" / "wine", windows_path(self.host.program), "uninstall", "-y", "Anvil"],
+                                 stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+                                 cwd=BUILD)
+        try:
+            self.wait_for_process("busy.exe")
+            ended = self.uninstall("Bellows")
+        finally:
+            run("taskkill", "/f", "/im", "busy.exe")
+            first.wait()
+        self.assertEqual(ended.code, seen(1618))
+        self.assertEqual(ended.err_text(), "prodsweep: another removal by this program is running.\n")
+        self.assertEqual(first.returncode, 0)
+
+    def test_options_that_do_not_go_together(self):
+        self.catalogue("Anvil")
+        for arguments in [[], ["--all-installed"], ["--force-all"], ["--all-installed", "--force-all", "--kind", "own"],
+                          ["Anvil", "--all-installed", "--kind", "own"],
+                          ["--force", "--force-all", "--kind", "own"], ["Anvil", "--kind", "none"]]:
+            with self.subTest(arguments):
+                self.assertEqual(self.uninstall(*arguments).code, 87)
+
+
+if __name__ == "__main__":
+    pyreport.main("host_uninstall", REPORTS)
