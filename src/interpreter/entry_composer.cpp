@@ -61,14 +61,17 @@ FileEntry ComposeFile(const AttributeMap& attributes, const std::wstring& appPat
 {
     FileEntry entry;
     const std::wstring* name = FindAttribute(attributes, L"name");
-    if (name == nullptr)
+    const std::wstring* keyword = FindFilledAttribute(attributes, L"path");
+    // An empty name is a name below a keyword only. Alone it would be canonicalised to the root of
+    // the current drive.
+    if (name == nullptr || (name->empty() && keyword == nullptr))
     {
         entry.fault = EntryFault::NoName;
         return entry;
     }
     std::wstring_view rest = *name;
     // Deliberate: the marker works below a keyword only. In a complete path it is part of the name.
-    if (const std::wstring* keyword = FindFilledAttribute(attributes, L"path"))
+    if (keyword != nullptr)
     {
         if (!Resolve(*keyword, appPath, entry.path, entry))
             return entry;
@@ -86,8 +89,9 @@ FolderEntry ComposeFolder(const AttributeMap& attributes, const std::wstring& ap
     FolderEntry entry;
     const std::wstring* name = FindAttribute(attributes, L"name");
     const std::wstring* keyword = FindFilledAttribute(attributes, L"path");
-    // An empty path beside no name says no more than both missing.
-    if (name == nullptr && keyword == nullptr)
+    // An empty path beside no name says no more than both missing. Nor does an empty name: it would be
+    // canonicalised to the root of the current drive, and that would be deleted.
+    if (keyword == nullptr && (name == nullptr || name->empty()))
     {
         entry.fault = EntryFault::NoNameNoPath;
         return entry;
