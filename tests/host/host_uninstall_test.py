@@ -20,7 +20,8 @@ def descriptor(sections):
 
 
 def section(op_code, *entries):
-    return f"<s op_code='{op_code}'>{''.join(entries)}</s>"
+    # With a minimum, since a section without one always counts as found.
+    return f"<s op_code='{op_code}' minimum_score='1'>{''.join(entries)}</s>"
 
 
 class Uninstalling(unittest.TestCase):
@@ -132,14 +133,14 @@ class Uninstalling(unittest.TestCase):
 
     def test_file_in_use_goes_after_the_restart(self):
         # A program that runs can't be deleted.
-        program = self.host.add_file("app/held.exe", REPORTS / "victim.exe")
+        program = self.host.add_file("app/held.exe", REPORTS / "tool.exe")
         self.install("Anvil", section("del_folder", f"<e name='{self.host.path('app')}'/>"))
         self.install("Bellows")
         self.catalogue("Anvil", "Bellows")
-        held = subprocess.Popen([ROOT / "cmake" / "wine", windows_path(program)], stdin=subprocess.DEVNULL,
+        held = subprocess.Popen([ROOT / "cmake" / "wine", windows_path(program), "linger"], stdin=subprocess.DEVNULL,
                                 stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, cwd=BUILD)
         try:
-            self.wait_for_process("held.exe")
+            self.wait_for_start(program)
             ended = self.uninstall("Anvil", "--json")
         finally:
             run("taskkill", "/f", "/im", "held.exe")
@@ -149,12 +150,13 @@ class Uninstalling(unittest.TestCase):
         self.assertEqual((report["exitCode"], report["restart"]), (3010, True))
         self.assertEqual(report["products"][0]["outcome"], "gone after restart")
 
-    def wait_for_process(self, name):
-        for _ in range(100):
-            if name in run("tasklist").out_text():
+    def wait_for_start(self, tool):
+        """The tool tells by a file beside it that it runs."""
+        for _ in range(300):
+            if tool.with_name(tool.name + ".started").exists():
                 return
             time.sleep(0.1)
-        self.fail(f"{name} does not run")
+        self.fail(f"{tool.name} does not run")
 
     def test_json_tells_of_each_product(self):
         self.install("Anvil")
@@ -189,15 +191,15 @@ class Uninstalling(unittest.TestCase):
         self.assertEqual(self.installed(), ["Anvil"])
 
     def test_second_removal_at_the_same_time_is_refused(self):
-        tool = self.host.add_file("busy.exe", REPORTS / "victim.exe")
-        self.install("Anvil", section("exec_tool", f"<e tool_name='{windows_path(tool)}' wait='yes'/>"))
+        tool = self.host.add_file("busy.exe", REPORTS / "tool.exe")
+        self.install("Anvil", section("exec_tool", f"<e tool_name='{windows_path(tool)}' cmd_line='linger' wait='yes'/>"))
         self.install("Bellows")
         self.catalogue("Anvil", "Bellows")
         first = subprocess.Popen([ROOT / "cmake" / "wine", windows_path(self.host.program), "uninstall", "-y", "Anvil"],
                                  stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
                                  cwd=BUILD)
         try:
-            self.wait_for_process("busy.exe")
+            self.wait_for_start(tool)
             ended = self.uninstall("Bellows")
         finally:
             run("taskkill", "/f", "/im", "busy.exe")
