@@ -5,9 +5,23 @@
 #include <gtest/gtest.h>
 
 namespace prodsweep::test {
+namespace {
 
-// The other process inherits the only handle, so it holds the lock from the moment it exists.
-LockedPath::LockedPath(const std::wstring& path, DWORD share)
+bool IsLocked(const std::wstring& path)
+{
+    const HANDLE handle =
+        CreateFileW(path.c_str(), DELETE, 0, nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    if (handle == INVALID_HANDLE_VALUE)
+        return GetLastError() == ERROR_SHARING_VIOLATION;
+    CloseHandle(handle);
+    return false;
+}
+
+} // namespace
+
+// The other process inherits the only handle, so it holds the lock from the moment it exists. It is
+// detached, since the host of a console would inherit the handle from it, and may outlive it.
+LockedPath::LockedPath(const std::wstring& locked, DWORD share) : path(locked)
 {
     SECURITY_ATTRIBUTES inheritable{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
     const HANDLE handle = CreateFileW(path.c_str(), GENERIC_READ, share, &inheritable, OPEN_EXISTING,
@@ -17,7 +31,7 @@ LockedPath::LockedPath(const std::wstring& path, DWORD share)
     STARTUPINFOW startup{};
     startup.cb = sizeof(startup);
     PROCESS_INFORMATION made{};
-    EXPECT_TRUE(CreateProcessW(nullptr, holder.data(), nullptr, nullptr, TRUE, CREATE_NO_WINDOW, nullptr, nullptr,
+    EXPECT_TRUE(CreateProcessW(nullptr, holder.data(), nullptr, nullptr, TRUE, DETACHED_PROCESS, nullptr, nullptr,
                                &startup, &made));
     CloseHandle(handle);
     CloseHandle(made.hThread);
@@ -26,9 +40,10 @@ LockedPath::LockedPath(const std::wstring& path, DWORD share)
 
 LockedPath::~LockedPath()
 {
-    TerminateProcess(process, 0);
-    WaitForSingleObject(process, 10000);
+    EXPECT_TRUE(TerminateProcess(process, 0));
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(process, 60000));
     CloseHandle(process);
+    EXPECT_FALSE(IsLocked(path)) << "the lock outlives its test";
 }
 
 } // namespace prodsweep::test

@@ -11,12 +11,13 @@ namespace prodsweep::test {
 class LockedPath
 {
 public:
-    explicit LockedPath(const std::wstring& path, DWORD share = 0);
+    explicit LockedPath(const std::wstring& locked, DWORD share = 0);
     ~LockedPath();
     LockedPath(const LockedPath&) = delete;
     LockedPath& operator=(const LockedPath&) = delete;
 
 private:
+    std::wstring path;
     HANDLE process = nullptr;
 };
 
