@@ -74,6 +74,12 @@ bool CProduct::Load(IXMLDOMNode* node)
 
 bool CProduct::IsInstalled(int kind) const
 {
+    CProductInstalled pass(file);
+    return IsInstalled(kind, pass);
+}
+
+bool CProduct::IsInstalled(int kind, CProductInstalled& pass) const
+{
     // Both walks are made for every kind, though the second has no say in the maker's own products: the
     // log then tells about both views.
     const bool found = std::any_of(versions.begin(), versions.end(),
@@ -85,7 +91,7 @@ bool CProduct::IsInstalled(int kind) const
         installed = found;
     else if (kind == ProductKindOther)
         // The descriptor is asked first, so that it is walked also when the marks have settled the matter.
-        installed = CProductInstalled(file).Process() || found || found2;
+        installed = pass.Process() || found || found2;
     LOG(LogTrace, L"\"%s\" is installed : %s", name.c_str(), installed ? L"true" : L"false");
     return installed;
 }

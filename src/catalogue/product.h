@@ -7,6 +7,8 @@
 
 namespace prodsweep {
 
+class CProductInstalled;
+
 constexpr int ProductKindOwn = 1;   // the maker's own family: "products.xml", folder "intern"
 constexpr int ProductKindOther = 2; // other makers' products: "detection.xml", folder "extern"
 
@@ -22,6 +24,8 @@ public:
     // bitness leads. Those of others count as installed when their descriptor's score says so, or a mark
     // in either registry view. COM must be initialised on this thread.
     [[nodiscard]] bool IsInstalled(int kind) const;
+    // The same by a pass of the caller's over this product's descriptor, for one who wants to listen to it.
+    [[nodiscard]] bool IsInstalled(int kind, CProductInstalled& pass) const;
 
     std::wstring name;
     std::wstring file; // full path of the uninstall descriptor, which need not exist

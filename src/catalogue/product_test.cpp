@@ -2,6 +2,7 @@
 
 #include "environment/log.h"
 #include "environment/path.h"
+#include "interpreter/product_installed.h"
 #include "support/com_scope.h"
 #include "support/descriptor_file.h"
 #include "support/dom.h"
@@ -340,6 +341,14 @@ TEST_F(ProductInstalledTest, DescriptorAloneFindsAProductWithoutVersions)
     const test::DescriptorFile descriptor(test::OneVersion(present));
     product.file = descriptor.Path();
     EXPECT_TRUE(product.IsInstalled(ProductKindOther));
+}
+
+TEST_F(ProductInstalledTest, PassOfTheCallersIsAskedInstead)
+{
+    const test::DescriptorFile descriptor(test::OneVersion(present));
+    CProductInstalled pass(descriptor.Path());
+    EXPECT_TRUE(product.IsInstalled(ProductKindOther, pass)) << "the product's own descriptor is missing";
+    EXPECT_FALSE(product.IsInstalled(ProductKindOwn, pass));
 }
 
 TEST_F(ProductInstalledTest, MissingDescriptorLeavesItToTheMarks)

@@ -46,6 +46,7 @@ bool CProductInstalled::Process()
 {
     LOG(LogTrace, L"->\"%s\"", file.c_str());
     const Descriptor opened = OpenDescriptor(file);
+    HearDescriptor(opened.fault);
     switch (opened.fault)
     {
     case Descriptor::Fault::None:
@@ -68,14 +69,17 @@ bool CProductInstalled::Process()
     WideStringList versions;
     if (!ReadVersions(opened.root.get(), versions))
         return false;
+    HearVersions(versions);
     for (const std::wstring& name : versions)
     {
         UniqueXmlNode version;
         if (FAILED(CXMLHelper::SelectNode(opened.root.get(), name.c_str(), version)) || version == nullptr)
         {
             LOG(LogWarning, L"the xml doesn't have <%s>", name.c_str());
+            HearVersion(false);
             continue;
         }
+        HearVersion(true);
         LOG(LogTrace, L"->ProcessVersion %s", name.c_str());
         const bool detected = ProcessVersion(version.get());
         LOG(LogTrace, L"<-ProcessVersion %s, result = %s", name.c_str(), detected ? L"true" : L"false");
@@ -99,6 +103,7 @@ bool CProductInstalled::ProcessNTVersion(IXMLDOMNode* version, const std::wstrin
         LOG(LogWarning, L"Invalid value for attribute \"mandatory_sections\". Default value is \"any\". ");
         mode = L"any";
     }
+    HearMode(mode == L"all");
     UniqueXmlNode sections;
     HRESULT result = CXMLHelper::SelectNode(version, L"win_nt", sections);
     if (FAILED(result) || sections == nullptr)
@@ -134,7 +139,10 @@ bool CProductInstalled::ProcessNTVersion(IXMLDOMNode* version, const std::wstrin
         // Deliberate: in this very spelling only, unlike the dispatch. A tool leaves nothing to look for;
         // in another spelling its entries count as found.
         if (opCode == L"exec_tool")
+        {
+            HearSkippedSection();
             continue;
+        }
         const bool passed = ProcessSection(section.get(), appPath);
         if (mode == L"all")
         {
@@ -153,6 +161,14 @@ bool CProductInstalled::ProcessNTVersion(IXMLDOMNode* version, const std::wstrin
 
 bool CProductInstalled::ProcessSection(IXMLDOMNode* section, const std::wstring& appPath)
 {
+    SectionScore tally;
+    const bool passed = ProcessSection(section, appPath, tally);
+    HearSection(tally, passed);
+    return passed;
+}
+
+bool CProductInstalled::ProcessSection(IXMLDOMNode* section, const std::wstring& appPath, SectionScore& tally)
+{
     std::wstring opCode;
     if (!CXMLHelper::GetNodeAttribute(section, L"op_code", opCode))
     {
@@ -162,8 +178,8 @@ bool CProductInstalled::ProcessSection(IXMLDOMNode* section, const std::wstring&
     std::wstring minimumText;
     // Absent is the normal case: the minimum is 0 then.
     const bool hasMinimum = CXMLHelper::GetNodeAttribute(section, L"minimum_score", minimumText);
-    const int minimum = hasMinimum ? DecimalPrefix(minimumText) : 0;
-    LOG(LogTrace, L"Minimum Score \"%s\" = %d", opCode.c_str(), minimum);
+    tally.minimum = hasMinimum ? DecimalPrefix(minimumText) : 0;
+    LOG(LogTrace, L"Minimum Score \"%s\" = %d", opCode.c_str(), tally.minimum);
     const ChildList children = ReadChildren(section);
     if (children.fault == ChildList::Fault::NoNodes)
     {
@@ -175,9 +191,10 @@ bool CProductInstalled::ProcessSection(IXMLDOMNode* section, const std::wstring&
         LOG(LogError, L"failed load \"win_nt\" children count 0x%x", children.result);
         return false;
     }
-    int score = 0;
+    tally.entries = children.count;
     for (long i = 0; i < children.count; ++i)
     {
+        tally.reached = i + 1;
         UniqueXmlNode node;
         if (const HRESULT result = CXMLHelper::ChildAt(children.nodes.get(), i, node);
             FAILED(result) || node == nullptr)
@@ -230,21 +247,25 @@ bool CProductInstalled::ProcessSection(IXMLDOMNode* section, const std::wstring&
             return false;
         }
         const ScoredEntry entry = TakeScore(read, opCode);
-        if (ExecOperation(entry.attributes, appPath))
+        const bool found = ExecOperation(entry.attributes, appPath);
+        HearEntry(entry.attributes, entry.score, entry.mandatory, found);
+        if (found)
         {
-            score = AddScore(score, entry.score);
+            tally.score = AddScore(tally.score, entry.score);
         }
         else if (entry.mandatory)
         {
             LOG(LogError, L"The mandatory failed");
             for (const auto& [key, value] : entry.attributes)
                 LOG(LogError, L"\t\"%s\" = \"%s\"", key.c_str(), value.c_str());
+            tally.end = SectionScore::End::Mandatory;
             return false;
         }
         LOG(LogTrace, L"<-node \"%s\"", name.c_str());
     }
-    LOG(LogTrace, L"Score \"%s\" = %d", opCode.c_str(), score);
-    return score >= minimum;
+    LOG(LogTrace, L"Score \"%s\" = %d", opCode.c_str(), tally.score);
+    tally.end = SectionScore::End::Minimum;
+    return tally.score >= tally.minimum;
 }
 
 } // namespace prodsweep

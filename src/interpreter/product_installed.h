@@ -1,5 +1,6 @@
 #pragma once
 
+#include "interpreter/descriptor.h"
 #include "interpreter/product_config.h"
 #include "operations/operations.h"
 
@@ -34,7 +35,39 @@ public:
     // For those who want to hear how the answer comes about, and derive to listen.
     virtual ~CProductInstalled() = default;
 
+protected:
+    // How it went with the score of a section.
+    struct SectionScore
+    {
+        enum class End
+        {
+            Minimum,   // the score was held against the minimum
+            Mandatory, // an entry that must be found was not: failed at once
+            Fault      // the section or an entry of it can't be read: failed at once
+        };
+        End end = End::Fault;
+        int minimum = 0;
+        int score = 0;
+        long entries = 0; // its child nodes,
+        long reached = 0; // and how many of them the walk came to
+    };
+
+    // What happens, told as it happens to a class that derives to listen. None of it has a say in the answer.
+    virtual void HearDescriptor(Descriptor::Fault) {}
+    virtual void HearVersions(const WideStringList& /*names*/) {}
+    // The next version of that list. ProcessNTVersion follows for one that is present.
+    virtual void HearVersion(bool /*present*/) {}
+    virtual void HearMode(bool /*allSections*/) {}
+    // The next section is left out. For all others ProcessSection is called.
+    virtual void HearSkippedSection() {}
+    // attributes: without those that say how the entry counts, which stand beside them.
+    virtual void HearEntry(const AttributeMap& /*attributes*/, int /*score*/, bool /*mandatory*/, bool /*found*/) {}
+    virtual void HearSection(const SectionScore&, bool /*passed*/) {}
+
 private:
+    // A step of the function of the same name; a log record carries the name of the function it stands in.
+    bool ProcessSection(IXMLDOMNode* section, const std::wstring& appPath, SectionScore& tally);
+
     COperations operations;
 };
 
