@@ -1,5 +1,6 @@
 #include "command.h"
 
+#include "explain_command.h"
 #include "list_command.h"
 #include "uninstall_command.h"
 
@@ -9,6 +10,7 @@ std::vector<std::unique_ptr<ICommand>> MakeCommands(CLI::App& parser)
 {
     std::vector<std::unique_ptr<ICommand>> commands;
     commands.push_back(std::make_unique<CListCommand>(parser));
+    commands.push_back(std::make_unique<CExplainCommand>(parser));
     commands.push_back(std::make_unique<CUninstallCommand>(parser));
     return commands;
 }

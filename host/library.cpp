@@ -78,6 +78,11 @@ CLibrary::CLibrary(const std::string& path) : file(LibraryFile(path)), module(Lo
 
 std::string CLibrary::Path() const { return ToUtf8(ModulePath(module.get())); }
 
+std::wstring CLibrary::CatalogueFile(int kind) const
+{
+    return FolderOf(ModulePath(module.get())) + catalogues[kind == PRODSWEEP_KIND_OWN ? 0 : 1].fileName;
+}
+
 void* CLibrary::Bind(const char* name) const
 {
     auto* const address = reinterpret_cast<void*>(GetProcAddress(module.get(), name));

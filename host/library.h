@@ -25,6 +25,9 @@ public:
     // UTF-8, full path of the file that was loaded.
     std::string Path() const;
 
+    // Full path of the catalogue of a kind, PRODSWEEP_KIND_...
+    std::wstring CatalogueFile(int kind) const;
+
     // flags: PRODSWEEP_LIST_... Both throw CFailure, which names the catalogue that is at fault.
     std::vector<Product> Products(int flags) const;
     std::vector<Product> InstalledProducts(int flags) const;

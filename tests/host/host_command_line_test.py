@@ -40,7 +40,7 @@ class CommandLine(unittest.TestCase):
     def test_help_names_the_command_and_the_exit_codes(self):
         ended = self.host.run("--help")
         self.assertEqual((ended.code, ended.err), (0, b""))
-        for text in ["list", "--version", "--help", "  0  ", "  2  ", "  13 ", "  87 "]:
+        for text in ["list", "explain", "--version", "--help", "  0  ", "  2  ", "  13 ", "  87 ", "  1605 "]:
             self.assertIn(text, ended.out_text())
 
     def test_short_help_is_the_same(self):

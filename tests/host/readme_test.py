@@ -1,6 +1,7 @@
 """The examples of the README compile without a warning and do what they say."""
 import os
 import re
+import shlex
 import subprocess
 import unittest
 
@@ -26,7 +27,7 @@ class Examples(unittest.TestCase):
         key = UserKey("readme")
         cls.addClassCleanup(key.close)
         cls.host.catalogues(own=[product("Here", key.version("1", "here")), product("Away", key.version("1", "away"))],
-                            other=[product("Else", key.version("1", "here"))])
+                            other=[product("Else", key.version("1", "here")), product("Dunmarrow Ledger")])
         key.add_version("here")
 
     def run_example(self, language):
@@ -51,10 +52,10 @@ class Examples(unittest.TestCase):
 
     def test_commands_of_the_readme_run(self):
         commands = re.findall(r"^    prodsweep (\S.*?)(?:   .*)?$", self.readme, re.MULTILINE)
-        self.assertEqual(len(commands), 3)
+        self.assertEqual(len(commands), 4)
         for command in commands:
             with self.subTest(command):
-                ended = self.host.run(*command.split())
+                ended = self.host.run(*shlex.split(command))
                 self.assertEqual((ended.code, ended.err), (0, b""))
 
     def test_readme_fits_a_screen_or_little_more(self):
