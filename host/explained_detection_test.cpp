@@ -114,6 +114,7 @@ TEST_F(ExplainedDetectionTest, OneEntryDoesNotColourTheNext)
     ASSERT_EQ(3u, entries.size());
     EXPECT_EQ("", entries[1].fault);
     EXPECT_EQ("", entries[2].target);
+    EXPECT_FALSE(entries[2].lookedFor);
     EXPECT_TRUE(entries[2].attributes.empty());
 }
 

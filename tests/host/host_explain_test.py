@@ -252,7 +252,8 @@ Installed: the mark of version 1 is in the registry's own view, by which alone t
         self.assertEqual((gone["key"], gone["value"], gone["inOwnView"], gone["inOtherView"]),
                          (self.key_of("gone"), "Path", False, False))
         self.assertEqual((far["inOwnView"], far["inOtherView"]), (False, True))
-        self.assertEqual(self.report("Own found")["marks"][1]["inOwnView"], True)
+        here = self.report("Own found")["marks"][1]
+        self.assertEqual((here["inOwnView"], here["inOtherView"]), (True, False))
 
     def test_json_of_rules_and_states(self):
         for name, installed, rule, version, state in [
