@@ -109,7 +109,9 @@ extern "C"
         PRODSWEEP_LOAD_NO_PARSER = 3     /* MSXML could not be created */
     };
 
-    /* value is only valid during the call. The callback must return; it may not start a second removal. */
+    /* value is only valid during the call. The callback must return; it may not start a second removal.
+     * A C++ exception that it throws is dropped, as if it had returned, where the caller's compiler
+     * throws like the DLL's; any other kind breaks the removal off. */
     typedef void (*UninstallCallback)(int32_t event, int32_t code, const void* value);
 
     /*

@@ -6,11 +6,7 @@
 namespace prodsweep {
 namespace {
 
-void Notify(UninstallCallback callback, int32_t code)
-{
-    if (callback != nullptr)
-        callback(PRODSWEEP_EVENT_CATALOGUE, code, nullptr);
-}
+void Notify(UninstallCallback callback, int32_t code) { NotifyCallback(callback, PRODSWEEP_EVENT_CATALOGUE, code); }
 
 } // namespace
 

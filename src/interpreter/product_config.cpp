@@ -14,8 +14,7 @@ CProductConfig::CProductConfig(std::wstring descriptor, UninstallCallback progre
 
 void CProductConfig::Notify(std::int32_t event, std::int32_t code, const void* value) const
 {
-    if (callback != nullptr)
-        callback(event, code, value);
+    NotifyCallback(callback, event, code, value);
 }
 
 bool CProductConfig::Process()
