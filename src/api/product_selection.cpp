@@ -42,8 +42,11 @@ LockedProducts::~LockedProducts() { Unlock(); }
 
 bool LockedProducts::HasProductEntries() const noexcept
 {
-    return array->cDims == 1 && array->cbElements == sizeof(ProductEntry) && array->rgsabound[0].lLbound == 0 &&
-           (data != nullptr || array->rgsabound[0].cElements == 0);
+    if (array->cDims != 1)
+        return false;
+    // Where there is no element, none is read, whatever its size and first index would be.
+    const SAFEARRAYBOUND& bound = array->rgsabound[0];
+    return bound.cElements == 0 || (array->cbElements == sizeof(ProductEntry) && bound.lLbound == 0 && data != nullptr);
 }
 
 std::span<const ProductEntry> LockedProducts::Entries() const noexcept

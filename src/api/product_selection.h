@@ -38,7 +38,7 @@ public:
 
     // Of the locking.
     [[nodiscard]] HRESULT Result() const noexcept { return result; }
-    // One dimension from index 0, with elements of the right size. Nothing else is safe to read.
+    // One dimension from index 0, with elements of the right size, or none. Nothing else is safe to read.
     [[nodiscard]] bool HasProductEntries() const noexcept;
     [[nodiscard]] std::span<const ProductEntry> Entries() const noexcept;
     HRESULT Unlock() noexcept;
