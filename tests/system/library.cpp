@@ -18,6 +18,10 @@ Library::Library()
     Bind(GetProducts, "GetProducts");
     Bind(GetInstalledProducts, "GetInstalledProducts");
     Bind(GetInstalledProductsEx, "GetInstalledProductsEx");
+    Bind(UninstallProducts, "UninstallProducts");
+    Bind(UninstallProduct, "UninstallProduct");
+    Bind(UninstallForceAll, "UninstallForceAll");
+    Bind(UninstallAllInstalled, "UninstallAllInstalled");
     Bind(GetProgressPercent, "GetProgressPercent");
 }
 

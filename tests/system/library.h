@@ -35,6 +35,10 @@ public:
     decltype(&::GetProducts) GetProducts = nullptr;
     decltype(&::GetInstalledProducts) GetInstalledProducts = nullptr;
     decltype(&::GetInstalledProductsEx) GetInstalledProductsEx = nullptr;
+    decltype(&::UninstallProducts) UninstallProducts = nullptr;
+    decltype(&::UninstallProduct) UninstallProduct = nullptr;
+    decltype(&::UninstallForceAll) UninstallForceAll = nullptr;
+    decltype(&::UninstallAllInstalled) UninstallAllInstalled = nullptr;
     decltype(&::GetProgressPercent) GetProgressPercent = nullptr;
 
 private:

@@ -5,6 +5,7 @@
 #include "support/log_recorder.h"
 #include "support/registry_sandbox.h"
 #include "system/catalogue_text.h"
+#include "system/com_keeper.h"
 #include "system/library.h"
 #include "system/memory_use.h"
 #include "system/product_array.h"
@@ -12,7 +13,6 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
-#include <future>
 #include <thread>
 
 namespace prodsweep::test {
@@ -50,32 +50,6 @@ struct LifetimeTest : testing::Test
     std::wstring version = VersionByKey(registry.Path(), L"path", L"<child>value</child>");
     Library library;
     LogRecorder log;
-};
-
-// Keeps COM up in the process, on a thread of its own. Without it each call of a thread without COM loads
-// and unloads the parser, which takes ten times as long as the call's own work.
-class ComKeeper
-{
-public:
-    ComKeeper()
-        : keeper([this] {
-              const ComScope com(COINIT_MULTITHREADED);
-              ready.set_value();
-              done.get_future().wait();
-          })
-    {
-        ready.get_future().wait();
-    }
-    ~ComKeeper()
-    {
-        done.set_value();
-        keeper.join();
-    }
-
-private:
-    std::promise<void> ready;
-    std::promise<void> done;
-    std::thread keeper;
 };
 
 struct GrowthTest : LifetimeTest
