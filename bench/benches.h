@@ -10,5 +10,6 @@ void BenchListing(Report& report);
 void BenchLoad(Report& report);
 void BenchLog(Report& report);
 void BenchRegistry(Report& report);
+void BenchRemoval(Report& report);
 
 } // namespace prodsweep::bench

@@ -1,5 +1,6 @@
 // The removal of keys and the search through values.
 #include "bench/benches.h"
+#include "bench/trees.h"
 #include "common/unique_reg_key.h"
 #include "registry/reg_key_helper.h"
 #include "registry/split_key_path.h"
@@ -14,13 +15,6 @@ namespace {
 
 constexpr wchar_t subkey[] = L"Software\\prodsweep-bench";
 constexpr wchar_t fullKey[] = L"HKEY_CURRENT_USER\\Software\\prodsweep-bench";
-
-UniqueRegKey Open(const std::wstring& path)
-{
-    HKEY key = nullptr;
-    RegOpenKeyExW(HKEY_CURRENT_USER, path.c_str(), 0, KEY_ALL_ACCESS, &key);
-    return UniqueRegKey(key);
-}
 
 void MakeKeys(int keys, int values)
 {
@@ -37,53 +31,6 @@ void MakeKeys(int keys, int values)
                            static_cast<DWORD>((name.size() + 1) * sizeof(wchar_t)));
         }
     }
-}
-
-std::vector<std::wstring> BareValueNames(HKEY key)
-{
-    DWORD longest = 0;
-    RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &longest, nullptr, nullptr,
-                     nullptr);
-    std::vector<wchar_t> name(longest + 1);
-    std::vector<std::wstring> names;
-    for (DWORD i = 0;; ++i)
-    {
-        auto length = static_cast<DWORD>(name.size());
-        if (RegEnumValueW(key, i, name.data(), &length, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS)
-            return names;
-        names.emplace_back(name.data(), length);
-    }
-}
-
-std::vector<std::wstring> BareSubkeyNames(HKEY key)
-{
-    DWORD longest = 0;
-    RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, nullptr, &longest, nullptr, nullptr, nullptr, nullptr, nullptr,
-                     nullptr);
-    std::vector<wchar_t> name(longest + 1);
-    std::vector<std::wstring> names;
-    for (DWORD i = 0;; ++i)
-    {
-        auto length = static_cast<DWORD>(name.size());
-        if (RegEnumKeyExW(key, i, name.data(), &length, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS)
-            return names;
-        names.emplace_back(name.data(), length);
-    }
-}
-
-// The very registry calls that the removal of a key makes, and nothing else.
-void BareRemoveKey(const std::wstring& path)
-{
-    {
-        const UniqueRegKey key = Open(path);
-        if (key == nullptr)
-            return;
-        for (const std::wstring& name : BareValueNames(key.get()))
-            RegDeleteValueW(key.get(), name.c_str());
-        for (const std::wstring& name : BareSubkeyNames(key.get()))
-            BareRemoveKey(path + L"\\" + name);
-    }
-    RegDeleteKeyW(HKEY_CURRENT_USER, path.c_str());
 }
 
 void RegDelete()
@@ -126,7 +73,9 @@ void CompareRemoval(Report& report)
 // Reads every value with its data, as the search must.
 void BareReadValues()
 {
-    const UniqueRegKey key = Open(std::wstring(subkey) + L"\\key0");
+    HKEY opened = nullptr;
+    RegOpenKeyExW(HKEY_CURRENT_USER, (std::wstring(subkey) + L"\\key0").c_str(), 0, KEY_ALL_ACCESS, &opened);
+    const UniqueRegKey key(opened);
     DWORD longestName = 0;
     DWORD longestData = 0;
     RegQueryInfoKeyW(key.get(), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &longestName,

@@ -1,16 +1,58 @@
 #include "bench/trees.h"
 
+#include "common/unique_reg_key.h"
+
 #include <windows.h>
 
 #include <shlwapi.h>
 
 #include <deque>
 #include <string_view>
+#include <vector>
 
 namespace prodsweep::bench {
 namespace {
 
 bool IsDots(const wchar_t* name) { return std::wstring_view(name) == L"." || std::wstring_view(name) == L".."; }
+
+UniqueRegKey Open(const std::wstring& path)
+{
+    HKEY key = nullptr;
+    RegOpenKeyExW(HKEY_CURRENT_USER, path.c_str(), 0, KEY_ALL_ACCESS, &key);
+    return UniqueRegKey(key);
+}
+
+std::vector<std::wstring> BareValueNames(HKEY key)
+{
+    DWORD longest = 0;
+    RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &longest, nullptr, nullptr,
+                     nullptr);
+    std::vector<wchar_t> name(longest + 1);
+    std::vector<std::wstring> names;
+    for (DWORD i = 0;; ++i)
+    {
+        auto length = static_cast<DWORD>(name.size());
+        if (RegEnumValueW(key, i, name.data(), &length, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS)
+            return names;
+        names.emplace_back(name.data(), length);
+    }
+}
+
+std::vector<std::wstring> BareSubkeyNames(HKEY key)
+{
+    DWORD longest = 0;
+    RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, nullptr, &longest, nullptr, nullptr, nullptr, nullptr, nullptr,
+                     nullptr);
+    std::vector<wchar_t> name(longest + 1);
+    std::vector<std::wstring> names;
+    for (DWORD i = 0;; ++i)
+    {
+        auto length = static_cast<DWORD>(name.size());
+        if (RegEnumKeyExW(key, i, name.data(), &length, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS)
+            return names;
+        names.emplace_back(name.data(), length);
+    }
+}
 
 } // namespace
 
@@ -79,6 +121,20 @@ int BareListFolder(const std::wstring& path)
     } while (FindNextFileW(find, &entry));
     FindClose(find);
     return files;
+}
+
+void BareRemoveKey(const std::wstring& path)
+{
+    {
+        const UniqueRegKey key = Open(path);
+        if (key == nullptr)
+            return;
+        for (const std::wstring& name : BareValueNames(key.get()))
+            RegDeleteValueW(key.get(), name.c_str());
+        for (const std::wstring& name : BareSubkeyNames(key.get()))
+            BareRemoveKey(path + L"\\" + name);
+    }
+    RegDeleteKeyW(HKEY_CURRENT_USER, path.c_str());
 }
 
 } // namespace prodsweep::bench

@@ -23,4 +23,7 @@ void BareRemoveFolder(const std::wstring& path);
 // The same for listing a folder. Returns the number of files.
 int BareListFolder(const std::wstring& path);
 
+// The very registry calls that the removal of a key of HKEY_CURRENT_USER makes, and nothing else.
+void BareRemoveKey(const std::wstring& path);
+
 } // namespace prodsweep::bench
