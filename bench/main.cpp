@@ -20,6 +20,7 @@ struct Group
 constexpr Group groups[] = {
     {"log", BenchLog},         {"load", BenchLoad},         {"listing", BenchListing},
     {"folders", BenchFolders}, {"registry", BenchRegistry}, {"interpreter", BenchInterpreter},
+    {"removal", BenchRemoval},
 };
 
 bool Wanted(const char* name, int argc, char** argv)

@@ -25,7 +25,8 @@ bool Same(const UsedRegItem& left, const UsedRegItem& right)
 
 void SortUnique(WideStringList& list)
 {
-    std::sort(list.begin(), list.end());
+    // The stable sort compares less often, and the paths of a tree are long and begin alike.
+    std::stable_sort(list.begin(), list.end());
     list.erase(std::unique(list.begin(), list.end()), list.end());
 }
 
