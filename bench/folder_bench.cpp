@@ -55,7 +55,7 @@ double Compare(Report& report, int files, const TreeShape& shape)
     const std::wstring root = Root();
     COperations operations;
     const std::vector<double> times =
-        InTurns(files >= 50'000 ? 3 : 5,
+        InTurns(files >= 50'000 ? 1 : 3,
                 {[&] { operations.DelFolder(root.c_str(), nullptr); }, [&] { BareRemoveFolder(root); },
                  [&] { std::filesystem::remove_all(root); }, [&] { RunAndWait(L"cmd /c rd /s /q \"" + root + L"\""); },
                  [&] { ShellRemove(root); }},

@@ -19,7 +19,9 @@ double Median(std::vector<double> samples)
 
 double Nanoseconds(const std::function<void()>& work)
 {
-    LARGE_INTEGER frequency{}, start{}, end{};
+    LARGE_INTEGER frequency{};
+    LARGE_INTEGER start{};
+    LARGE_INTEGER end{};
     QueryPerformanceFrequency(&frequency);
     QueryPerformanceCounter(&start);
     work();
@@ -36,7 +38,7 @@ std::vector<double> InTurns(int rounds, const std::vector<std::function<void()>>
             prepare();
         return Nanoseconds(works[which]);
     };
-    for (std::size_t which = 0; which < works.size(); ++which)
+    for (std::size_t which = 0; which < works.size() && rounds > 1; ++which)
         run(which);
     for (std::size_t round = 0; round < static_cast<std::size_t>(rounds); ++round)
     {

@@ -15,7 +15,8 @@ struct Pair
 
 double Nanoseconds(const std::function<void()>& work);
 
-// Runs all in turns, beginning with another one in each round, after one unmeasured run of each.
+// Runs all in turns, beginning with another one in each round, after one unmeasured run of each unless
+// there is just one round.
 // prepare, when given, runs unmeasured in front of every run. The medians, in the order of works.
 std::vector<double> InTurns(int rounds, const std::vector<std::function<void()>>& works,
                             const std::function<void()>& prepare = {});

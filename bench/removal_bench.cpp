@@ -96,7 +96,7 @@ double Compare(Report& report, const std::string& name, const Product& product, 
 {
     WriteDescriptor("product.xml", FolderSection(Root(L"product")) + (product.keys != 0 ? KeySection() : ""));
     const Pair pair = SideBySide(
-        3, [&] { Remove(staying); }, BareRemove, [&] { Make(product); });
+        product.files >= 50'000 ? 1 : 3, [&] { Remove(staying); }, BareRemove, [&] { Make(product); });
     report.Compare("removal of a product", name, pair, "bare loop", limit);
     return pair.ours;
 }

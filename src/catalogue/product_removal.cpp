@@ -118,7 +118,7 @@ bool CProducts::Uninstall(const ProductList& uninstallList, const CheckList& che
     return result;
 }
 
-bool CProducts::UninstallAllInstalled(int kind, bool* restart, UninstallCallback callback)
+bool CProducts::UninstallAllInstalled(int kind, bool* restart, UninstallCallback callback) const
 {
     LOG(LogTrace, L"-> UninstallAllInstalled");
     ProductList list;
@@ -135,7 +135,7 @@ bool CProducts::UninstallAllInstalled(int kind, bool* restart, UninstallCallback
     return result;
 }
 
-bool CProducts::UninstallForceAll(int /*kind*/, bool* restart, UninstallCallback callback)
+bool CProducts::UninstallForceAll(int /*kind*/, bool* restart, UninstallCallback callback) const
 {
     LOG(LogTrace, L"-> UninstallForceAll");
     const bool result = Uninstall(products, CheckList(), restart, callback);

@@ -34,9 +34,9 @@ public:
     static bool Uninstall(const ProductList& uninstallList, const CheckList& checkList, bool* restart,
                           UninstallCallback callback);
     // Every installed product; when it is only one, every other of the catalogue behind it.
-    bool UninstallAllInstalled(int kind, bool* restart, UninstallCallback callback);
+    bool UninstallAllInstalled(int kind, bool* restart, UninstallCallback callback) const;
     // Every product of the catalogue, installed or not.
-    bool UninstallForceAll(int kind, bool* restart, UninstallCallback callback);
+    bool UninstallForceAll(int kind, bool* restart, UninstallCallback callback) const;
 
     ProductList products;
     bool exec_all = true; // only the exact text "false" in the file makes it false

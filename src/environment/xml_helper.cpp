@@ -11,7 +11,7 @@ constexpr IID nodeInterface = {0x2933BF80, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0x
 
 struct Variant : VARIANT
 {
-    Variant() noexcept { VariantInit(this); }
+    Variant() noexcept : VARIANT{} {}
     ~Variant() { VariantClear(this); }
     Variant(const Variant&) = delete;
     Variant& operator=(const Variant&) = delete;

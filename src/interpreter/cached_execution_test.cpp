@@ -332,6 +332,8 @@ TEST_F(CachedExecutionTest, RefusedPatternFailsTheStageOfValues)
     pass.cachedRegItems = {Value(L"key", L"a*b")};
     pass.ExecuteCachedOperations();
     EXPECT_THAT(StageRecorder::Lines(), ElementsAre("5:0 at 0%", "6:2 at 70%"));
+    EXPECT_TRUE(log.Has(LogError, "CProductUninstall::ExecuteCachedOp_DelRegValues",
+                        L"failed _ERROR_FAILED delete key \"" + sandbox.Path(L"key") + L"\""));
 }
 
 LSTATUS WINAPI RefuseToDelete(HKEY, const wchar_t*) { return ERROR_ACCESS_DENIED; }
@@ -343,6 +345,40 @@ TEST_F(CachedExecutionTest, KeyThatCannotBeDeletedFailsItsStage)
     pass.cachedRegItems = {Key(L"key")};
     pass.ExecuteCachedOperations();
     EXPECT_THAT(StageRecorder::Lines(), ElementsAre("5:2 at 70%", "6:0 at 70%"));
+    EXPECT_TRUE(log.Has(LogError, "CProductUninstall::ExecuteCachedOp_DelRegKeys",
+                        L"failed _ERROR_FAILED delete key \"" + sandbox.Path(L"key") + L"\""));
+}
+
+TEST_F(CachedExecutionTest, SearchThatCannotDeleteWhatItFoundFailsTheStageOfKeys)
+{
+    sandbox.AddText(L"key", L"v", L"find me");
+    sandbox.AddText(L"other", L"v", L"data");
+    const test::ImportPatch patch(nullptr, "RegDeleteKeyW", RefuseToDelete);
+    pass.cachedRegKeySearches.push_back({sandbox.Path(L"key"), {L"find me"}, false, false});
+    pass.cachedRegItems = {Value(L"other", L"v")};
+    pass.ExecuteCachedOperations();
+    EXPECT_THAT(StageRecorder::Lines(), ElementsAre("5:2 at 70%", "6:0 at 140%"));
+    EXPECT_TRUE(log.Has(LogError, "CProductUninstall::ExecuteCachedOp_DelRegKeys",
+                        L"failed _ERROR_FAILED delete key \"" + sandbox.Path(L"key") + L"\""));
+}
+
+TEST_F(CachedExecutionTest, MethodsAloneMakeTheStageOfMethodsAndTools)
+{
+    pass.cachedDllMethods.push_back(
+        {{{L"module", test::ThisProgramsFolder() + L"method_dll.dll"}, {L"method_name", L"Succeed"}}, L""});
+    pass.ExecuteCachedOperations();
+    EXPECT_THAT(StageRecorder::Lines(), ElementsAre("7:0 at 70%"));
+}
+
+TEST_F(CachedExecutionTest, WhatIsPutOffWhileCarryingOutStandsBehindTheSortedList)
+{
+    const std::wstring path = tree.AddFile(L"a-locked.txt");
+    const test::LockedPath lock(path);
+    pass.restartDeleteList = {L"z:\\second", L"z:\\first"};
+    pass.cachedFiles = {path};
+    pass.PrepareCachedOperations();
+    pass.ExecuteCachedOperations();
+    EXPECT_THAT(pass.restartDeleteList, ElementsAre(L"z:\\first", L"z:\\second", path));
 }
 
 } // namespace

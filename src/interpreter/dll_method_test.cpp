@@ -82,6 +82,40 @@ TEST_F(RemovalDllMethodTest, SleepComesAfterASuccessOnlyAndReadsADecimalPrefix)
     EXPECT_THAT(Sleeps(), ElementsAre(25u));
 }
 
+TEST_F(RemovalDllMethodTest, NegativeSleepIsNoneInPlaceOfAnEndlessOne)
+{
+    const test::ImportPatch patch(nullptr, "Sleep", NoteSleep);
+    EXPECT_TRUE(pass.ProcessExecDllMethod(
+        {{L"module", module}, {L"method_name", L"Succeed"}, {L"sleep_after_exec", L"-1"}}, L""));
+    EXPECT_TRUE(Sleeps().empty());
+    EXPECT_TRUE(log.Has(LogTrace, "CProductUninstall::ProcessSleep", L"SLEEP -1"));
+}
+
+void WINAPI SayItIs32Bit(SYSTEM_INFO* info)
+{
+    *info = {};
+    info->wProcessorArchitecture = PROCESSOR_ARCHITECTURE_INTEL;
+}
+
+TEST_F(RemovalDllMethodTest, MethodFor64BitSystemsIsNotCalledOnOthers)
+{
+    const test::ImportPatch patch(nullptr, "GetSystemInfo", SayItIs32Bit);
+    EXPECT_FALSE(
+        pass.ProcessExecDllMethod({{L"module", module}, {L"method_name", L"Succeed"}, {L"os", L"x64"}}, L"C:\\App"));
+    EXPECT_EQ(L"", Trace());
+    EXPECT_TRUE(log.Has(LogSkipped, "CProductUninstall::ProcessExecDllMethod",
+                        L"Will not execute x64 operation on x32 OS! AppPath=C:\\App"));
+}
+
+DWORD WINAPI FailToNameTheModule(HMODULE, wchar_t*, DWORD) { return 0; }
+
+TEST_F(RemovalDllMethodTest, RelativeModuleWithoutTheLibrarysFolderIsNotCalled)
+{
+    const test::ImportPatch patch(nullptr, "GetModuleFileNameW", FailToNameTheModule);
+    EXPECT_FALSE(pass.ProcessExecDllMethod({{L"module", L"method_dll.dll"}, {L"method_name", L"Succeed"}}, L""));
+    EXPECT_EQ(L"", Trace());
+}
+
 TEST_F(RemovalDllMethodTest, MissingMethodFailsAndIsLogged)
 {
     EXPECT_FALSE(pass.ProcessExecDllMethod({{L"module", module}, {L"method_name", L"Missing"}}, L""));

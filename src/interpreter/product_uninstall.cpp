@@ -28,8 +28,8 @@ bool CProductUninstall::Uninstall()
 {
     restartRequired = false;
     LOG(LogTrace, L"\"%s\"", file.c_str());
-    Notify(13, 0, productName);
-    Notify(14, 0);
+    Notify(PRODSWEEP_EVENT_PRODUCT, 0, productName);
+    Notify(PRODSWEEP_EVENT_START, 0);
     const bool walked = Process();
     if (walked)
     {
@@ -56,21 +56,21 @@ bool CProductUninstall::Process()
     case Descriptor::Fault::None:
         break;
     case Descriptor::Fault::NoDocument:
-        Notify(1, 3);
+        Notify(PRODSWEEP_EVENT_DESCRIPTOR, PRODSWEEP_LOAD_NO_PARSER);
         LOG(LogError, L"CoCreateInstance CLSID_DOMDocument30 failed 0x%x", descriptor.result);
         return false;
     case Descriptor::Fault::NotLoaded:
-        Notify(1, 1);
+        Notify(PRODSWEEP_EVENT_DESCRIPTOR, PRODSWEEP_LOAD_NOT_READABLE);
         LOG(LogError, L"load \"%s\" failed 0x%x", file.c_str(), descriptor.result);
         return false;
     case Descriptor::Fault::NoDocumentNode:
-        Notify(1, 2);
+        Notify(PRODSWEEP_EVENT_DESCRIPTOR, PRODSWEEP_LOAD_AT_FAULT);
         LOG(LogError, L"failed load RootElement 0x%x", descriptor.result);
         LOG(LogError, L"failed \"%s\"", file.c_str());
         return false;
     case Descriptor::Fault::NoRoot:
-        // Deliberate: event 0, as if a catalogue were at fault.
-        Notify(0, 2);
+        // Deliberate: the event of catalogues.
+        Notify(PRODSWEEP_EVENT_CATALOGUE, PRODSWEEP_LOAD_AT_FAULT);
         LOG(LogError, L"failed load \"uninstall_information\" node 0x%x", descriptor.result);
         LOG(LogError, L"failed \"%s\"", file.c_str());
         return false;
@@ -102,7 +102,7 @@ bool CProductUninstall::Process()
     walkShare += walkPoints - share * count;
     PublishProgress();
     // Deliberate: a version that failed does not fail the walk. What it recorded is carried out.
-    Notify(1, 0);
+    Notify(PRODSWEEP_EVENT_DESCRIPTOR, PRODSWEEP_LOAD_DONE);
     LOG(LogTrace, L"<- success");
     return true;
 }

@@ -31,7 +31,6 @@ public:
                       UninstallCallback progress);
     CProductUninstall(const CProductUninstall&) = delete;
     CProductUninstall& operator=(const CProductUninstall&) = delete;
-    virtual ~CProductUninstall() = default;
 
     // The whole removal, once. True when the descriptor was walked and all that waits for the restart
     // is registered with the system. What single operations came to is in the log and the events only.
@@ -76,6 +75,9 @@ public:
     bool PrepareCachedOperations();
     // Carries the lists out, in their fixed order. Failures stop nothing.
     bool ExecuteCachedOperations();
+
+    // Declared behind the operations, whose places in the table of virtual functions are fixed.
+    virtual ~CProductUninstall() = default;
 
 protected:
     // What a stage reports: 2 when one of its operations failed.

@@ -4,6 +4,7 @@
 #include "environment/log.h"
 #include "support/callback_recorder.h"
 #include "support/com_scope.h"
+#include "support/dom_fault.h"
 #include "support/handle_count.h"
 #include "support/import_patch.h"
 #include "support/locked_path.h"
@@ -110,6 +111,38 @@ TEST_F(ProductUninstallTest, VersionsShareTheWalksPointsAndTheRemainderComesLast
     EXPECT_TRUE(log.Has(LogWarning, "CProductUninstall::Process", L"the xml doesn't have <v6>"));
 }
 
+// Writes down the progress as each version begins.
+class Sampling final : public CProductUninstall
+{
+public:
+    using CProductUninstall::CProductUninstall;
+    bool ProcessNTVersion(IXMLDOMNode* version, const std::wstring& appPath) override
+    {
+        samples.push_back(ProgressPercent.load());
+        return CProductUninstall::ProcessNTVersion(version, appPath);
+    }
+    std::vector<std::int32_t> samples;
+};
+
+TEST_F(ProductUninstallTest, ProgressRisesWithEachVersionThatIsThrough)
+{
+    std::string names;
+    std::string versions;
+    for (int i = 0; i < 7; ++i)
+    {
+        names += "<v" + std::to_string(i) + "/>";
+        // The third is absent, and earns its share all the same.
+        if (i != 2)
+            versions += "<v" + std::to_string(i) + "><win_nt/></v" + std::to_string(i) + ">";
+    }
+    const test::DescriptorFile descriptor("<uninstall_information><version_list>" + names + "</version_list>" +
+                                          versions + "</uninstall_information>");
+    Sampling removal(L"Product", descriptor.Path(), checkList, nullptr);
+    EXPECT_TRUE(removal.Process());
+    EXPECT_THAT(removal.samples, ElementsAre(0, 4, 12, 16, 20, 24));
+    EXPECT_EQ(30, ProgressPercent.load());
+}
+
 TEST_F(ProductUninstallTest, VersionsAreTracedWithTheirResults)
 {
     EXPECT_TRUE(Run("<uninstall_information><version_list><a/><b/></version_list><a><win_nt/></a><b/>"
@@ -175,6 +208,47 @@ TEST_F(ProductUninstallTest, WrongRootSendsTheCataloguesEventAndFails)
     EXPECT_FALSE(Run("<other/>"));
     EXPECT_THAT(StageRecorder::Lines(), ElementsAre("13:0 at 0%", "14:0 at 0%", "0:2 at 0%"));
     EXPECT_TRUE(log.Has(LogError, "CProductUninstall::Process", L"failed load \"uninstall_information\" node 0x1"));
+}
+
+struct DomRow
+{
+    const char* name;
+    test::DomMethod method;
+    int call;
+    const char* function;
+    const wchar_t* text;
+    bool result;
+};
+
+class RemovalDomFaultTest : public ProductUninstallTest, public testing::WithParamInterface<DomRow>
+{};
+
+TEST_P(RemovalDomFaultTest, IsLoggedByTheRemoval)
+{
+    const test::DescriptorFile descriptor(OneVersion("<s op_code='del_file'/>"));
+    const test::DomFault fault(GetParam().method, E_FAIL, GetParam().call);
+    EXPECT_EQ(GetParam().result, RunFile(descriptor.Path()));
+    EXPECT_TRUE(fault.Happened());
+    EXPECT_TRUE(log.Has(LogError, std::string("CProductUninstall::") + GetParam().function, GetParam().text));
+}
+
+INSTANTIATE_TEST_SUITE_P(Rows, RemovalDomFaultTest,
+                         testing::Values(DomRow{"NoNodeOfTheDocument", test::DomMethod::DocumentQueryNode, 1, "Process",
+                                                L"failed load RootElement 0x80004005", false},
+                                         DomRow{"NoChildrenOfWinNt", test::DomMethod::ElementChildren, 2,
+                                                "ProcessNTVersion", L"failed load \"win_nt\" childs nodes 0x80004005",
+                                                true},
+                                         DomRow{"NoCountOfWinNt", test::DomMethod::ListLength, 2, "ProcessNTVersion",
+                                                L"failed load \"win_nt\" childs count 0x80004005", true},
+                                         DomRow{"NoSection", test::DomMethod::ListItem, 2, "ProcessNTVersion",
+                                                L"failed load child 0 for \"win_nt\", err = 0x80004005", true}),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+TEST_F(ProductUninstallTest, MarkedFileRequiresARestartThroughItsListAlone)
+{
+    // Any file that is there will do; the registration is patched away.
+    EXPECT_TRUE(Run(OneVersion("<s op_code='del_file'><e path='windows_folder' name='#####explorer.exe'/></s>")));
+    EXPECT_TRUE(restartRequired);
 }
 
 TEST_F(ProductUninstallTest, MissingListOfVersionsFailsWithoutAnEvent)

@@ -154,7 +154,9 @@ bool CProductUninstall::ProcessExecTool(const AttributeMap& attributes, const st
 bool CProductUninstall::ProcessSleep(int milliseconds)
 {
     LOG(LogTrace, L"SLEEP %d", milliseconds);
-    Sleep(static_cast<DWORD>(milliseconds));
+    // A negative number would be taken for endless.
+    if (milliseconds > 0)
+        Sleep(static_cast<DWORD>(milliseconds));
     return true;
 }
 

@@ -25,10 +25,11 @@ int COperations::DelFile(const wchar_t* path, IUsed* used, bool* inUse)
         const DWORD error = GetLastError();
         LOG(LogWarning, L"SetFileAttributes NORMAL failed 0x%x", error);
     }
-    const DWORD error = DeleteFileW(path) ? ERROR_SUCCESS : GetLastError();
+    const bool deleted = DeleteFileW(path);
+    const DWORD error = GetLastError();
     if (!bracket.Close())
         LOG(LogWarning, L"Wow64RevertWow64FsRedirection failed 0x%x", bracket.Error());
-    if (error == ERROR_SUCCESS)
+    if (deleted)
         return _ERROR_SUCCESS;
     if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND)
     {

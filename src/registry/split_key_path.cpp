@@ -26,6 +26,9 @@ const Hive hiveRows[] = {
     {L"HKEY_DYN_DATA", L"HKDD", HKEY_DYN_DATA},
 };
 
+// Listings may run on several threads, and one that finds a table half filled would not know a hive.
+constinit SRWLOCK filling = SRWLOCK_INIT;
+
 } // namespace
 
 std::map<std::wstring, HKEY> CSplitKeyPath::hives;
@@ -33,8 +36,6 @@ std::map<HKEY, std::wstring> CSplitKeyPath::names;
 
 CSplitKeyPath::CSplitKeyPath()
 {
-    // Listings may run on several threads, and one that finds a table half filled would not know a hive.
-    static constinit SRWLOCK filling = SRWLOCK_INIT;
     const SrwGuard guard(filling);
     if (!hives.empty())
         return;
@@ -73,6 +74,8 @@ bool CSplitKeyPath::Split(const wchar_t* path, HKEY& hive, std::wstring& subkey)
 
 const wchar_t* HiveName(HKEY hive)
 {
+    // The text stays where it is: a table that is filled is not changed any more.
+    const SrwGuard guard(filling);
     const auto found = CSplitKeyPath::names.find(hive);
     return found != CSplitKeyPath::names.end() ? found->second.c_str() : nullptr;
 }
