@@ -1,5 +1,5 @@
 ; Dunmarrow Ledger 7, another maker's product. Found by the name that it shows in the list of programs.
-;   makensis -DPROGRAMS=folder-of-ledger.exe -DPAYLOAD=folder -DOUTPUT=setup.exe dunmarrow_ledger.nsi
+;   makensis -DPROGRAMS=folder-of-programs -DPAYLOAD=folder -DOUTPUT=setup.exe dunmarrow_ledger.nsi
 !include machine_wide.nsh
 Name "Dunmarrow Ledger 7"
 OutFile "${OUTPUT}"

@@ -1,5 +1,5 @@
 ; Halvane Archive 3.0, of the maker's own family. Found by the value "Path" below its UpdateLocation key.
-;   makensis -DPROGRAMS=folder-of-archive.exe -DPAYLOAD=folder -DOUTPUT=setup.exe halvane_archive.nsi
+;   makensis -DPROGRAMS=folder-of-programs -DPAYLOAD=folder -DOUTPUT=setup.exe halvane_archive.nsi
 !include machine_wide.nsh
 Name "Halvane Archive 3"
 OutFile "${OUTPUT}"
@@ -18,6 +18,7 @@ FunctionEnd
 Section
   SetOutPath "$INSTDIR"
   File "${PROGRAMS}\archive.exe"
+  File "${PROGRAMS}\sync.exe"
   SetOutPath "$INSTDIR\templates"
   File "${PAYLOAD}\weekly.template"
   SetOutPath "$COMMONFILES64\Halvane\Shared"
@@ -32,11 +33,15 @@ Section
   WriteRegStr HKLM "Software\Halvane\Shared" "Words" "$COMMONFILES64\Halvane\Shared\words.dat"
   WriteRegStr HKLM "Software\Halvane\Family" "Archive" "3.0"
   WriteRegDWORD HKLM "Software\Microsoft\Windows\CurrentVersion\SharedDLLs" "$COMMONFILES64\Halvane\Shared\words.dat" 1
+  ExecWait `"$SYSDIR\sc.exe" create HalvaneArchiveSync binPath= "\"$INSTDIR\sync.exe\"" start= auto DisplayName= "Halvane Archive Sync"`
   !insertmacro ListProgram "Halvane Archive" "Halvane Archive 3" "3.0" "Halvane"
 SectionEnd
 
 ; Leaves the shared folder and key, as the other products of the family may need them.
 Section "Uninstall"
+  ExecWait `"$SYSDIR\sc.exe" stop HalvaneArchiveSync`
+  ExecWait `"$SYSDIR\sc.exe" delete HalvaneArchiveSync`
+  ExecWait `"$INSTDIR\archive.exe" --close sync.exe`
   Delete "$SMPROGRAMS\Halvane\Halvane Archive.lnk"
   RMDir "$SMPROGRAMS\Halvane"
   RMDir /r "$INSTDIR"

@@ -1,0 +1,35 @@
+/* The service of a sample product: it does nothing until it is told to stop. */
+#include <windows.h>
+
+static SERVICE_STATUS_HANDLE handle;
+static HANDLE stop;
+
+static void Report(DWORD state)
+{
+    SERVICE_STATUS status = {
+        .dwServiceType = SERVICE_WIN32_OWN_PROCESS, .dwCurrentState = state, .dwControlsAccepted = SERVICE_ACCEPT_STOP};
+    SetServiceStatus(handle, &status);
+}
+
+static void WINAPI Control(DWORD control)
+{
+    if (control == SERVICE_CONTROL_STOP)
+        SetEvent(stop);
+}
+
+static void WINAPI Run(DWORD count, wchar_t** arguments)
+{
+    (void)count;
+    (void)arguments;
+    handle = RegisterServiceCtrlHandlerW(SAMPLE_SERVICE, Control);
+    Report(SERVICE_RUNNING);
+    WaitForSingleObject(stop, INFINITE);
+    Report(SERVICE_STOPPED);
+}
+
+int main(void)
+{
+    stop = CreateEventW(NULL, TRUE, FALSE, NULL);
+    const SERVICE_TABLE_ENTRYW table[] = {{SAMPLE_SERVICE, Run}, {NULL, NULL}};
+    return stop != NULL && StartServiceCtrlDispatcherW(table) ? 0 : 1;
+}
