@@ -1,14 +1,17 @@
 #!/usr/bin/env bash
-# demo.sh BUILD: lets three installers run on a fresh machine and shows what prodsweep finds before and after.
+# demo.sh BUILD: lets four installers run on a fresh machine, removes what they brought, and shows what prodsweep
+# finds, removes and leaves alone on the way.
 #
 # The machine is a Wine prefix of the demo's own, made anew each time. BUILD (build/<preset>) must hold the
-# program, the library and the installers; "./dev demo" sees to that.
+# program, the library and the installers; "./dev demo" sees to that. Each step is checked: the demo ends with
+# an error when the machine is not in the state that the story tells.
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 out=$(cd "$1" && pwd)
 export PRODSWEEP_PREFIX="${PRODSWEEP_PREFIX:-demo}"
 base="${PRODSWEEP_BUILD_ROOT:-$root/build}/wine/$PRODSWEEP_PREFIX"
 drive="$base/prefix/drive_c"
+programs="$drive/Program Files"
 
 # Colour for a reader at a terminal only.
 bold='' plain=''
@@ -16,27 +19,115 @@ if [ -t 1 ]; then
   bold=$'\e[1m' plain=$'\e[0m'
 fi
 
+fail() {
+  echo "demo: $*" >&2
+  exit 1
+}
+
 heading() {
   printf '\n%s%s%s\n\n' "$bold" "$1" "$plain"
 }
 
 # windows PROGRAM ARGUMENTS...: runs it in C:\prodsweep. Its output goes through a pipe, so that Wine does
-# not paint a console of its own over the terminal.
+# not paint a console of its own over the terminal. What Wine says of its own processes is no part of the story.
 windows() {
-  (cd "$drive/prodsweep" && timeout 120 "$root/cmake/wine" "$@") | tr -d '\r'
+  (cd "$drive/prodsweep" && timeout 120 "$root/cmake/wine" "$@" 2> >(grep -v '^wine: ' >&2)) | tr -d '\r'
+}
+
+prompt() {
+  printf '%sC:\\prodsweep> %s%s\n' "$bold" "$1" "$plain"
 }
 
 # type_in COMMAND PROGRAM ARGUMENTS...: shows the command as one would type it and runs it.
 type_in() {
-  printf '%sC:\\prodsweep> %s%s\n' "$bold" "$1" "$plain"
+  prompt "$1"
   shift
-  windows "$@" || { echo "demo: that command failed" >&2; exit 1; }
+  windows "$@" || fail "that command failed"
 }
 
-# show COMMAND PROGRAM ARGUMENTS...: the same, with its output set off from what follows.
-show() {
-  type_in "$@" | cat -s
-  echo
+# leave_running COMMAND PROGRAM ARGUMENTS...: starts a program that stays, and shows the line by which it tells that
+# it has begun.
+leave_running() {
+  local begun
+  prompt "$1"
+  shift
+  exec {running}< <(cd "$drive/prodsweep" && exec "$root/cmake/wine" "$@" 2>/dev/null)
+  read -r -t 60 -u "$running" begun || fail "that program did not start"
+  printf '%s\n' "${begun%$'\r'}"
+}
+
+# ended RUNNING: its output comes to an end with the program.
+ended() {
+  local rest status=0
+  read -r -t 30 -u "$1" rest || status=$?
+  [ "$status" -eq 1 ]
+}
+
+# uninstall CODE COMMAND ARGUMENTS...: removes products, and shows the exit code unless all is done. It is asked
+# for on the machine, since the host of Wine gets eight bits of it.
+uninstall() {
+  local expected=$1 code
+  prompt "$2"
+  shift 2
+  windows cmd /c uninstall.cmd "$@" || true
+  code=$(tr -cd '0-9' <"$drive/prodsweep/exitcode.txt")
+  if [ "$code" != 0 ]; then
+    prompt 'echo %errorlevel%'
+    echo "$code"
+  fi
+  [ "$code" = "$expected" ] || fail "the exit code is $code, not $expected"
+}
+
+# restart: switches the machine off and on. Its shutdown would leave programs without a window running.
+restart() {
+  printf '%s$ cmake/wine --stop; cmake/wine wineboot%s\n' "$bold" "$plain"
+  "$root/cmake/wine" --stop
+  "$root/cmake/wine" wineboot >/dev/null 2>&1 </dev/null || fail "the machine does not start"
+  # What the machine starts for its user is still starting.
+  local program="$programs/Halvane/Archive/archive.exe"
+  if [ -e "$program" ]; then
+    windows 'C:\Program Files\Halvane\Archive\archive.exe' --close ledger.exe
+    windows 'C:\Program Files\Halvane\Archive\archive.exe' --close viewer.exe
+    await_service HalvaneArchiveSync
+  fi
+}
+
+stands() {
+  local path
+  for path in "$@"; do
+    [ -e "$path" ] || fail "${path#"$drive/"} is gone"
+  done
+}
+
+gone() {
+  local path
+  for path in "$@"; do
+    [ ! -e "$path" ] || fail "${path#"$drive/"} is still there"
+  done
+}
+
+key_stands() { windows reg query "$1" >/dev/null 2>&1 || fail "the key $1 is gone"; }
+key_gone() { ! windows reg query "$1" >/dev/null 2>&1 || fail "the key $1 is still there"; }
+
+# On the desktops and in the menus, everybody's and the user's own.
+shortcuts() { find "$base/home" "$drive/users" "$drive/ProgramData" -name "$1.lnk" | grep . >/dev/null; }
+starts_by_itself() { windows reg query 'HKLM\Software\Microsoft\Windows\CurrentVersion\Run' | grep "$1" >/dev/null; }
+
+# installed NUMBER
+installed() {
+  local found
+  found=$(windows prodsweep.exe list --installed --json | grep -c '"installed": true' || true)
+  [ "$found" -eq "$1" ] || fail "$found products are found, not $1"
+}
+
+# The service manager answers before the service runs.
+await_service() {
+  local try
+  for try in {1..60}; do
+    windows sc query "$1" 2>/dev/null | grep -q RUNNING && return
+    sleep 1
+  done
+  fail "the service $1 does not run ($try looks)"
 }
 
 echo "Making a fresh Windows machine (a Wine prefix of the demo's own) ..."
@@ -50,30 +141,84 @@ mkdir -p "$drive/prodsweep" "$drive/setup"
 cp "$out"/bin/prodsweep.exe "$out"/bin/prodsweep.dll "$drive/prodsweep"
 cp -r "$root"/samples/catalogue/. "$drive/prodsweep"
 cp "$out"/installers/*.exe "$out"/installers/*.msi "$drive/setup"
+printf '@prodsweep.exe %%*\r\n@echo %%errorlevel%% >exitcode.txt\r\n' >"$drive/prodsweep/uninstall.cmd"
+notes="$programs/Halvane/Notes" archive="$programs/Halvane/Archive" shared="$programs/Common Files/Halvane/Shared"
+filter="$drive/windows/system32/drivers/pwfilter.sys"
+extension='HKLM\Software\Classes\CLSID\{5B8C3A51-6E0A-4B0E-9A31-7C5D2E9F1B42}'
 
 heading "1. The catalogues name five products. None of them is here yet."
 type_in 'prodsweep list' prodsweep.exe list
+installed 0
 
-heading "2. Three installers run, without a window: two setup programs and one MSI package."
-type_in 'C:\setup\halvane-archive-3.0-setup.exe /S' 'C:\setup\halvane-archive-3.0-setup.exe' /S
-type_in 'C:\setup\dunmarrow-ledger-7.2-setup.exe /S' 'C:\setup\dunmarrow-ledger-7.2-setup.exe' /S
+heading "2. Four installers run, without a window: three setup programs and one MSI package."
 type_in 'msiexec /i C:\setup\halvane-notes-2.1.msi /qn' msiexec /i 'C:\setup\halvane-notes-2.1.msi' /qn
-
-heading "3. They put files, shortcuts and registry entries on the machine. Some of them:"
-show 'dir /s /b "C:\Program Files\Halvane"' cmd /c dir /s /b 'C:\Program Files\Halvane'
-show 'dir /s /b C:\*.lnk' cmd /c dir /s /b 'C:\*.lnk'
-show 'reg query HKLM\Software\Halvane\Archive /s' reg query 'HKLM\Software\Halvane\Archive' /s
-
-heading "4. prodsweep finds all three, each in another way: by product code, by a value of its own, by its name."
+for setup in halvane-archive-3.0 dunmarrow-ledger-7.2 pellworth-viewer-12; do
+  type_in "C:\\setup\\$setup-setup.exe /S" "C:\\setup\\$setup-setup.exe" /S
+done
 type_in 'prodsweep list' prodsweep.exe list
+installed 4
+key_stands 'HKLM\Software\Pellworth\Recent Pictures'
+key_stands "$extension"
+shortcuts 'Halvane Notes' || fail "Notes has no shortcut"
+starts_by_itself Ledger || fail "the ledger does not start by itself"
+printf '\nThe viewer took no place in the list of programs: its descriptor alone found it.\n'
 
-heading "5. The same for a script: only what is installed, other makers' products only."
-type_in 'prodsweep list --installed --kind other --json' prodsweep.exe list --installed --kind other --json
+heading "3. The machine is in use. The archive's service runs, Notes is open, and the ledger reads a file of Notes."
+type_in 'net start HalvaneArchiveSync' net start HalvaneArchiveSync
+await_service HalvaneArchiveSync
+leave_running '"C:\Program Files\Halvane\Notes\notes.exe"' 'C:\Program Files\Halvane\Notes\notes.exe' --wait
+notes_runs=$running
+leave_running '"C:\Program Files\Dunmarrow\Ledger 7\ledger.exe" "C:\Program Files\Halvane\Notes\welcome.txt"' \
+  'C:\Program Files\Dunmarrow\Ledger 7\ledger.exe' --open 'C:\Program Files\Halvane\Notes\welcome.txt'
 
-# The story must not read well when it went wrong.
-found=$(windows prodsweep.exe list --installed --json | grep -c '"installed": true' || true)
-if [ "$found" -ne 3 ]; then
-  echo "demo: $found products were found, 3 were installed" >&2
-  exit 1
-fi
-printf '\nFound %s of 3. The machine is kept in %s until the next demo.\n' "$found" "${base#"$root/"}"
+heading "4. Notes is removed. It is ended first; what can't go now waits for the restart."
+uninstall 3010 'prodsweep uninstall "Halvane Notes" --yes' uninstall "Halvane Notes" --yes
+installed 3
+
+heading "5. Two things stayed: the file that the ledger holds, and the folder that the archive still uses."
+type_in 'dir /s /b "C:\Program Files\Halvane\Notes"' cmd /c dir /s /b 'C:\Program Files\Halvane\Notes'
+type_in 'dir /s /b "C:\Program Files\Common Files\Halvane"' cmd /c dir /s /b 'C:\Program Files\Common Files\Halvane'
+gone "$notes/notes.exe"
+! shortcuts 'Halvane Notes' || fail "a shortcut is left"
+ended "$notes_runs" || fail "Notes still runs"
+stands "$notes/welcome.txt" "$shared/words.dat" "$archive/archive.exe" "$archive/sync.exe"
+key_gone 'HKLM\Software\Halvane\Notes'
+key_stands 'HKLM\Software\Halvane\Shared'
+
+heading "6. After the restart the held file is gone, with its folder. The shared folder is not."
+restart
+gone "$notes"
+stands "$shared/words.dat" "$archive/archive.exe"
+type_in 'dir /b "C:\Program Files\Halvane"' cmd /c dir /b 'C:\Program Files\Halvane'
+type_in 'prodsweep list --installed' prodsweep.exe list --installed
+installed 3
+
+heading "7. The archive is removed. Its service is stopped, and the shared folder has nobody left to stay for."
+uninstall 0 'prodsweep uninstall "Halvane Archive" --yes' uninstall "Halvane Archive" --yes
+gone "$archive" "$shared"
+key_gone 'HKLM\Software\Halvane\Shared'
+key_gone 'HKLM\System\CurrentControlSet\Services\HalvaneArchiveSync'
+installed 2
+
+heading "8. The other makers' products, all at once and without a word. A driver's file needs the restart."
+uninstall 3010 'prodsweep uninstall --all-installed --kind other --yes --quiet' \
+  uninstall --all-installed --kind other --yes --quiet
+installed 0
+gone "$programs/Dunmarrow/Ledger 7" "$programs/Pellworth/Viewer"
+stands "$filter"
+gone "$drive/users/Public/Desktop/Dunmarrow Ledger.lnk"
+! starts_by_itself 'Ledger\|Viewer' || fail "a value is left in Run"
+key_gone 'HKLM\Software\Pellworth\Recent Pictures'
+key_gone "$extension"
+key_gone 'HKLM\System\CurrentControlSet\Services\PellworthFilter'
+key_gone 'HKLM\System\CurrentControlSet\Services\PellworthCapture'
+key_gone 'HKLM\System\CurrentControlSet\Services\PellworthUpdate'
+restart
+gone "$filter"
+
+heading "9. Nothing is left to remove, and a second run has nothing to say against it."
+type_in 'prodsweep list --installed' prodsweep.exe list --installed
+installed 0
+uninstall 0 'prodsweep uninstall "Halvane Notes" --yes' uninstall "Halvane Notes" --yes
+
+printf '\nRemoved 4 of 4. The machine is kept in %s until the next demo.\n' "${base#"$root/"}"

@@ -1,4 +1,4 @@
-"""The demo on a machine of the test's own: real installers, and what is found before and after."""
+"""The demo on a machine of the test's own: real installers, and what is found, removed and left on the way."""
 import os
 import shutil
 import subprocess
@@ -29,20 +29,66 @@ Halvane Notes     own    yes        {C88CB445-D6F8-4480-80D0-46AC8CF573AE} (edit
 Halvane Archive   own    yes        UpdateLocation (edition: Professional; language: en)
 Halvane Studio    own    no         -
 Dunmarrow Ledger  other  yes        DunmarrowLedger7 (maker: Dunmarrow Software; removal: silent)
-Pellworth Viewer  other  no         -
+Pellworth Viewer  other  yes        (found by its descriptor)
 
-5 products, 3 installed.
+5 products, 4 installed.
 """
-INSTALLED_FILES = [
-    "Program Files/Halvane/Notes/notes.exe", "Program Files/Halvane/Notes/welcome.txt",
-    "Program Files/Halvane/Archive/archive.exe", "Program Files/Halvane/Archive/templates/weekly.template",
-    "Program Files/Halvane/Archive/uninstall.exe", "Program Files/Common Files/Halvane/Shared/words.dat",
-    "Program Files/Dunmarrow/Ledger 7/ledger.exe", "Program Files/Dunmarrow/Ledger 7/forms/invoice.txt",
-    "Program Files/Dunmarrow/Ledger 7/uninstall.exe", "ProgramData/Dunmarrow/Ledger/last_form.txt",
-    "ProgramData/Microsoft/Windows/Start Menu/Programs/Halvane/Halvane Archive.lnk",
-    "ProgramData/Microsoft/Windows/Start Menu/Programs/Dunmarrow/Dunmarrow Ledger.lnk",
-    "users/Public/Desktop/Dunmarrow Ledger.lnk",
+NOTES_REMOVED = """\
+Halvane Notes: gone after the restart (what could not be deleted now is deleted at the next restart)
+  processes           done
+  folders             done
+  files               done
+  shortcuts           done
+  registry keys       done
+  registry values     done
+
+A restart of the machine is needed to finish.
+C:\\prodsweep> echo %errorlevel%
+3010
+"""
+WHAT_STAYED = """\
+C:\\prodsweep> dir /s /b "C:\\Program Files\\Halvane\\Notes"
+C:\\Program Files\\Halvane\\Notes\\welcome.txt
+C:\\prodsweep> dir /s /b "C:\\Program Files\\Common Files\\Halvane"
+C:\\Program Files\\Common Files\\Halvane\\Shared
+C:\\Program Files\\Common Files\\Halvane\\Shared\\words.dat
+"""
+AFTER_THE_RESTART = """\
+$ cmake/wine --stop; cmake/wine wineboot
+C:\\prodsweep> dir /b "C:\\Program Files\\Halvane"
+Archive
+"""
+ARCHIVE_REMOVED = """\
+Halvane Archive: gone
+  stopping services   done
+  disabling services  done
+  tools               done
+  processes           done
+  folders             done
+  files               done
+  shortcuts           done
+  registry keys       done
+  registry values     done
+
+"""
+OTHERS_REMOVED = """\
+C:\\prodsweep> prodsweep uninstall --all-installed --kind other --yes --quiet
+C:\\prodsweep> echo %errorlevel%
+3010
+$ cmake/wine --stop; cmake/wine wineboot
+"""
+NOTHING_LEFT = """\
+C:\\prodsweep> prodsweep list --installed
+No product is installed.
+C:\\prodsweep> prodsweep uninstall "Halvane Notes" --yes
+Halvane Notes: was not installed
+"""
+# What no descriptor names: the folders around the products, which other products of the makers may use.
+LEFT_FOLDERS = [
+    "Program Files/Common Files/Halvane", "Program Files/Dunmarrow", "Program Files/Halvane", "Program Files/Pellworth",
 ]
+MAKERS = ["Halvane", "Dunmarrow", "Pellworth", "pwfilter"]
+
 
 
 class Demo(unittest.TestCase):
@@ -60,16 +106,26 @@ class Demo(unittest.TestCase):
 
     def test_story_comes_to_its_end(self):
         self.assertEqual((self.code, self.errors), (0, ""))
-        self.assertIn("\nFound 3 of 3.", self.story)
+        self.assertIn("\nRemoved 4 of 4.", self.story)
 
-    def test_nothing_is_found_before_and_all_three_after(self):
-        before, installing, after = (self.story.find(text) for text in [NOTHING_FOUND, "C:\\setup\\", ALL_FOUND])
-        self.assertNotIn(-1, (before, installing, after), self.story)
-        self.assertTrue(before < installing < after, self.story)
+    def test_steps_follow_each_other(self):
+        steps = [NOTHING_FOUND, "C:\\setup\\", ALL_FOUND, NOTES_REMOVED, WHAT_STAYED, AFTER_THE_RESTART,
+                 "\n3 products installed.\n", ARCHIVE_REMOVED, OTHERS_REMOVED, NOTHING_LEFT]
+        end = 0
+        for step in steps:
+            start = self.story.find(step, end)
+            self.assertNotEqual(start, -1, f"not found, or not behind the step before it:\n{step}\nin\n{self.story}")
+            end = start + len(step)
 
-    def test_installers_put_files_and_shortcuts_on_the_machine(self):
+    def test_no_file_is_left_on_the_machine(self):
         drive = BASE / "prefix" / "drive_c"
-        self.assertEqual([name for name in INSTALLED_FILES if not (drive / name).exists()], [])
+        left = [file.relative_to(drive).as_posix() for area in ["Program Files", "ProgramData", "users", "windows"]
+                for file in (drive / area).rglob("*") if not file.is_dir()]
+        self.assertEqual([file for file in left if any(maker in file for maker in MAKERS)], [])
+
+    def test_folders_around_the_products_stay(self):
+        drive = BASE / "prefix" / "drive_c"
+        self.assertEqual([folder for folder in LEFT_FOLDERS if not (drive / folder).is_dir()], [])
 
     def test_machine_is_made_anew(self):
         self.assertFalse(self.stale.exists())
