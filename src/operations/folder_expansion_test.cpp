@@ -144,6 +144,7 @@ TEST_F(ExpandFolderTest, FolderThatCannotBeListedIsUnknown)
     EXPECT_EQ(_ERROR_UNKNOWN, Expand(root));
 
     EXPECT_TRUE(log.Has(LogError, "COperations::ExpandFolderRec", L"FindFirstFile \"" + root + L"\" failed 0x3"));
+    EXPECT_TRUE(log.HasNoneAt(LogWarning)); // the line about a subfolder is not written for the root
 }
 
 TEST_F(ExpandFolderTest, SubfolderThatCannotBeExpandedIsToldAndTheRestIsCollected)

@@ -39,6 +39,14 @@ struct OddTreeTest : testing::Test
     }
 };
 
+bool GoTo(WalkStep wanted, CTreeWalk& walk)
+{
+    WalkStep step = walk.Next();
+    while (step != wanted && step != WalkStep::End)
+        step = walk.Next();
+    return step == wanted;
+}
+
 TEST_F(OddTreeTest, StepsComeInTheOrderOfTheWalk)
 {
     tree.AddFile(L"sub\\a.txt");
@@ -58,8 +66,7 @@ TEST_F(OddTreeTest, SkippedFolderIsNeitherEnteredNorLeft)
 {
     tree.AddFile(L"a.txt");
     CTreeWalk walk(root.c_str());
-    while (walk.Next() != WalkStep::Folder)
-        ;
+    ASSERT_TRUE(GoTo(WalkStep::Folder, walk));
     walk.Skip();
 
     EXPECT_EQ(WalkStep::End, walk.Next());
@@ -69,8 +76,7 @@ TEST_F(OddTreeTest, NameIsTheLastPartOfThePath)
 {
     tree.AddFile(L"sub\\a.txt");
     CTreeWalk walk(root.c_str());
-    while (walk.Next() != WalkStep::File)
-        ;
+    ASSERT_TRUE(GoTo(WalkStep::File, walk));
 
     EXPECT_STREQ(L"a.txt", walk.Name());
     EXPECT_EQ(tree.Path(L"sub\\a.txt"), walk.Path());
