@@ -27,7 +27,8 @@ class Examples(unittest.TestCase):
         key = UserKey("readme")
         cls.addClassCleanup(key.close)
         cls.host.catalogues(own=[product("Here", key.version("1", "here")), product("Away", key.version("1", "away"))],
-                            other=[product("Else", key.version("1", "here")), product("Dunmarrow Ledger")])
+                            other=[product("Else", key.version("1", "here")), product("Dunmarrow Ledger"),
+                                   product("Halvane Archive")])
         key.add_version("here")
 
     def run_example(self, language):
@@ -52,7 +53,7 @@ class Examples(unittest.TestCase):
 
     def test_commands_of_the_readme_run(self):
         commands = re.findall(r"^    prodsweep (\S.*?)(?:   .*)?$", self.readme, re.MULTILINE)
-        self.assertEqual(len(commands), 4)
+        self.assertEqual(len(commands), 5)
         for command in commands:
             with self.subTest(command):
                 ended = self.host.run(*shlex.split(command))
