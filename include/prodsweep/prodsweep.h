@@ -111,7 +111,7 @@ extern "C"
 
     /* value is only valid during the call. The callback must return; it may not start a second removal.
      * A C++ exception that it throws is dropped, as if it had returned, where the caller's compiler
-     * throws like the DLL's; any other kind breaks the removal off. */
+     * throws like the DLL's; no other kind is caught. */
     typedef void (*UninstallCallback)(int32_t event, int32_t code, const void* value);
 
     /*

@@ -181,6 +181,22 @@ TEST_F(RemovalListTest, FirstCatalogueMissingFailsTheCallAndTheSecondIsStillLook
     EXPECT_TRUE(products.Has(Other, L"A"));
 }
 
+TEST_F(RemovalListTest, SecondCatalogueThatLoadsAllTheSameIsNotRunAfterAFailure)
+{
+    // The joined path leads somewhere only where the first catalogue is a folder, and so can't be read.
+    products.Write(Other, L"A+");
+    library.Write(L"products.xml\\detection.xml", "");
+    ASSERT_TRUE(
+        CopyFileW(library.Path(L"detection.xml").c_str(), library.Path(L"products.xml\\detection.xml").c_str(), FALSE));
+
+    EXPECT_FALSE(Call({{L"A", Own}, {L"A", Other}}));
+
+    EXPECT_EQ(CatalogueEvent(PRODSWEEP_LOAD_DONE), callback.Calls().back());
+    EXPECT_THAT(Lines(), ElementsAre(L"10 ->", L"10 Uninstall : \"\"HQ : A\" \"EXT : A\" \"",
+                                     NotLoaded(L"HQ", L"products.xml"), L"10 <- false"));
+    EXPECT_TRUE(products.Has(Other, L"A"));
+}
+
 TEST_F(RemovalListTest, SecondCatalogueMissingFailsTheCall)
 {
     EXPECT_FALSE(Call({{L"A", Other, 1}}));
