@@ -10,6 +10,8 @@
 #include <gmock/gmock.h>
 
 #include <deque>
+#include <string>
+#include <vector>
 
 namespace prodsweep {
 namespace {
@@ -141,8 +143,11 @@ TEST_F(StopServiceTest, AsksForNoMoreAccessThanItNeeds)
 
     EXPECT_EQ(_ERROR_SUCCESS, operations.StopService(service.Name().c_str()));
 
-    EXPECT_THAT(watch.Calls(),
-                ElementsAre("manager 1", "service 36", "control 1", "query", "close service", "close manager"));
+    // How often it must be asked is the service's business: it may still be on its way when first asked.
+    std::vector<std::string> calls = watch.Calls();
+    std::erase_if(calls, [](const std::string& call) { return call == "query" || call.starts_with("sleep"); });
+    EXPECT_THAT(calls, ElementsAre("manager 1", "service 36", "control 1", "close service", "close manager"));
+    EXPECT_GE(watch.Count("query"), 1);
 }
 
 TEST_F(StopServiceTest, ServiceThatIsNotRunningIsStoppedAfterOneQuery)
