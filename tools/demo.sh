@@ -81,13 +81,14 @@ uninstall() {
 # restart: switches the machine off and on. Its shutdown would leave programs without a window running.
 restart() {
   printf '%s$ cmake/wine --stop; cmake/wine wineboot%s\n' "$bold" "$plain"
-  "$root/cmake/wine" --stop
+  "$root/cmake/wine" --stop || fail "the machine does not stop"
   "$root/cmake/wine" wineboot >/dev/null 2>&1 </dev/null || fail "the machine does not start"
   # What the machine starts for its user is still starting.
-  local program="$programs/Halvane/Archive/archive.exe"
-  if [ -e "$program" ]; then
-    windows 'C:\Program Files\Halvane\Archive\archive.exe' --close ledger.exe
-    windows 'C:\Program Files\Halvane\Archive\archive.exe' --close viewer.exe
+  local process
+  if [ -e "$programs/Halvane/Archive/archive.exe" ]; then
+    for process in ledger.exe viewer.exe; do
+      windows 'C:\Program Files\Halvane\Archive\archive.exe' --close "$process" || fail "$process goes on running"
+    done
     await_service HalvaneArchiveSync
   fi
 }
