@@ -152,9 +152,14 @@ def _registry():
             if not any(is_in(place, written) for written in WRITTEN_BY_WINE)}
 
 
+def path_of(place):
+    """Where the file of that place lies on the host."""
+    return DRIVE / place[3:] if place.startswith("C:/") else BASE / place
+
+
 def _copy(source, target):
     target.parent.mkdir(parents=True, exist_ok=True)
-    shutil.copy2(source, target)
+    shutil.copy2(source, target, follow_symlinks=False)
 
 
 class Machine:
@@ -199,7 +204,7 @@ class Machine:
             return False
         pristine = json.loads((kept / "files.json").read_text(encoding="utf-8"))
         for place in sorted(files().places.keys() - pristine.keys(), reverse=True):
-            path = DRIVE / place[3:] if place.startswith("C:") else BASE / place
+            path = path_of(place)
             path.rmdir() if path.is_dir() and not path.is_symlink() else path.unlink()
         for file in HIVES:
             shutil.copy2(kept / file, BASE / "prefix")
@@ -214,9 +219,9 @@ class Machine:
             shutil.copy2(BASE / "prefix" / file, kept)
         pristine = json.loads((BASE / "pristine" / "files.json").read_text(encoding="utf-8"))
         for place, what in files().places.items():
-            if place.startswith("C:/") and place not in pristine:
-                copy = kept / "drive_c" / place[3:]
-                copy.mkdir(parents=True) if what[0] == "folder" else _copy(DRIVE / place[3:], copy)
+            if place not in pristine:
+                copy = kept / path_of(place).relative_to(BASE)
+                copy.mkdir(parents=True, exist_ok=True) if what[0] == "folder" else _copy(path_of(place), copy)
 
     def go_back_to(self, name):
         """Nothing needs to be done right after the look that kept this name."""
@@ -227,7 +232,9 @@ class Machine:
             raise RuntimeError("files of Windows are missing or were changed")
         for file in HIVES:
             shutil.copy2(BASE / name / file, BASE / "prefix")
-        shutil.copytree(BASE / name / "drive_c", DRIVE, dirs_exist_ok=True)
+        for tree in ["prefix", "home"]:
+            if (BASE / name / tree).exists():
+                shutil.copytree(BASE / name / tree, BASE / tree, symlinks=True, dirs_exist_ok=True)
         self.start()
         self._at = name
 
@@ -291,12 +298,14 @@ class Machine:
 
     def write(self, path, content):
         """A file, by its Windows path."""
+        self._at = None
         file = unix_path(path)
         file.parent.mkdir(parents=True, exist_ok=True)
         file.write_bytes(content if isinstance(content, bytes) else content.encode("utf-8"))
         return file
 
     def copy(self, path, source):
+        self._at = None
         file = unix_path(path)
         file.parent.mkdir(parents=True, exist_ok=True)
         shutil.copyfile(source, file)
