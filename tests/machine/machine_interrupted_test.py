@@ -117,7 +117,7 @@ class Interrupted(unittest.TestCase):
         chance = random.Random(SEED)
         for index in range(INTERRUPTIONS):
             if index % 3 == 0:
-                yield ALL_FILES, chance.uniform(0, 0.03)
+                yield ALL_FILES, chance.uniform(0, 0.012)
             else:
                 yield chance.randrange(1, ALL_FILES), 0
 
