@@ -37,6 +37,7 @@ REGISTRY = rf"""
 "Words"="words"
 [HKEY_LOCAL_MACHINE\Software\Smithy\Shared\Deep]
 "Number"=dword:00000007
+[HKEY_LOCAL_MACHINE\Software\Smithy\Shared\Empty]
 [HKEY_LOCAL_MACHINE\Software\Smithy\Family]
 "Anvil"="3"
 "Bellows"="2"
