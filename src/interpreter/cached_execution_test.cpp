@@ -116,6 +116,7 @@ TEST_F(CachedExecutionTest, StoppedServiceIsDisabledInTheNextStageAndWeighsTwice
 {
     test::RegisteredService service(L"stops");
     service.Start();
+    const test::SleepUntilStopped wait(service);
     pass.cachedDriverStops.push_back({{{L"name", service.Name()}}, service.Name()});
     pass.ExecuteCachedOperations();
     EXPECT_EQ(static_cast<DWORD>(SERVICE_STOPPED), service.State());

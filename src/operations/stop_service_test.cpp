@@ -128,6 +128,7 @@ TEST_F(StopServiceTest, RunningServiceIsStopped)
 {
     test::RegisteredService service(L"stops");
     service.Start();
+    const test::SleepUntilStopped wait(service);
 
     EXPECT_EQ(_ERROR_SUCCESS, operations.StopService(service.Name().c_str()));
 
@@ -140,6 +141,7 @@ TEST_F(StopServiceTest, AsksForNoMoreAccessThanItNeeds)
     test::RegisteredService service(L"stops");
     service.Start();
     const ScmWatch watch;
+    const test::SleepUntilStopped wait(service);
 
     EXPECT_EQ(_ERROR_SUCCESS, operations.StopService(service.Name().c_str()));
 

@@ -109,4 +109,20 @@ bool RegisteredService::CanaryIntact() const
     return ReadStartType(name + L"-canary", nullptr) == SERVICE_DEMAND_START && QueryServiceStatus(canary, &status);
 }
 
+const RegisteredService* SleepUntilStopped::waitedFor = nullptr;
+
+SleepUntilStopped::SleepUntilStopped(const RegisteredService& service) : patch(nullptr, "Sleep", Wait)
+{
+    waitedFor = &service;
+}
+
+SleepUntilStopped::~SleepUntilStopped() { waitedFor = nullptr; }
+
+void WINAPI SleepUntilStopped::Wait(DWORD)
+{
+    constexpr int patience = 3000; // times 10 ms
+    for (int i = 0; i < patience && waitedFor->State() != SERVICE_STOPPED; ++i)
+        SleepEx(10, FALSE);
+}
+
 } // namespace prodsweep::test

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/import_patch.h"
+
 #include <windows.h>
 
 #include <string>
@@ -35,6 +37,23 @@ private:
     SC_HANDLE manager;
     SC_HANDLE service;
     SC_HANDLE canary;
+};
+
+// Lets the test program's waits last until the service has stopped, for as long as it lives. Without
+// it a busy machine may ask a service twice before that has got anywhere, which counts as hanging.
+class SleepUntilStopped
+{
+public:
+    explicit SleepUntilStopped(const RegisteredService& service);
+    ~SleepUntilStopped();
+    SleepUntilStopped(const SleepUntilStopped&) = delete;
+    SleepUntilStopped& operator=(const SleepUntilStopped&) = delete;
+
+private:
+    static void WINAPI Wait(DWORD milliseconds);
+
+    static const RegisteredService* waitedFor;
+    ImportPatch patch;
 };
 
 } // namespace prodsweep::test
