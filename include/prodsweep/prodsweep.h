@@ -7,9 +7,10 @@
  * and "detection.xml" (kind 2, other makers' products). Nothing is kept between two calls.
  *
  * COM        Each export sees to COM on the calling thread. Any apartment model will do. A thread
- *            without COM is without it again afterwards. On a thread that has COM in the
- *            single-threaded model each call leaves one reference behind: the caller's last
- *            CoUninitialize does not end COM there, the end of the thread does.
+ *            without COM is without it again afterwards, unless shortcuts were read: each of them
+ *            leaves one reference behind. On a thread that has COM in the single-threaded model
+ *            each call leaves one as well: the caller's last CoUninitialize does not end COM there,
+ *            the end of the thread does.
  * Threads    The listing exports may run on any thread. One removal at a time. The DLL makes no
  *            thread of its own. GetProgressPercent may be called from any thread at any moment.
  * Failure    A false result says that something failed; the reason goes to the log (see log.dll).
