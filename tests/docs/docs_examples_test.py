@@ -1,0 +1,224 @@
+"""What the pages show is built and run as it stands, on the sample catalogues: programs, commands, help texts."""
+import json
+import os
+import re
+import shlex
+import shutil
+import subprocess
+import sys
+import unittest
+
+import pages
+import shown
+from pages import DOCS, ROOT
+
+sys.path.insert(0, str(ROOT / "tests" / "host"))
+import windows  # noqa: E402
+from windows import BUILD, Installation, REPORTS  # noqa: E402
+
+import pyreport  # noqa: E402
+
+COMPILERS = {
+    "x86_64-w64-mingw32-g++-posix": os.environ.get("PRODSWEEP_CXX", "x86_64-w64-mingw32-g++-posix"),
+    "x86_64-w64-mingw32-gcc-posix": os.environ.get("PRODSWEEP_CC", "x86_64-w64-mingw32-gcc-posix"),
+}
+STRICT = ["-Wall", "-Wextra", "-Wpedantic", "-Werror"]
+
+UNINSTALL = r"HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall"
+NOTES = rf'reg add "{UNINSTALL}\{{C88CB445-D6F8-4480-80D0-46AC8CF573AE}}" /f'
+ARCHIVE = r'reg add "HKLM\Software\Halvane\Archive\UpdateLocation" /v Path /d x /f'
+LEDGER = rf'reg add "{UNINSTALL}\DunmarrowLedger7" /v DisplayName /d "Dunmarrow Ledger 7" /f'
+# What the samples may have put there, and none of the pages has taken away.
+CLEANUP = [rf'reg delete "{UNINSTALL}\{{C88CB445-D6F8-4480-80D0-46AC8CF573AE}}" /f',
+           rf'reg delete "{UNINSTALL}\DunmarrowLedger7" /f',
+           r'reg delete "HKLM\Software\Halvane" /f']
+
+
+class Samples(Installation):
+    """The program, the library and the sample catalogues in one folder."""
+
+    def __init__(self, name):
+        super().__init__(name)
+        shutil.copytree(ROOT / "samples" / "catalogue", self.folder, dirs_exist_ok=True)
+
+    def batch(self, commands):
+        """Runs commands one after the other in one start of Wine. Each ends as (exit code, output, errors)."""
+        lines = ["@echo off"]
+        for number, command in enumerate(commands):
+            escaped = command.replace("%", "%%")
+            lines += [f"{escaped} >{number}.out 2>{number}.err <nul", f"echo %errorlevel% >{number}.code"]
+        (self.folder / "batch.cmd").write_bytes("\r\n".join([*lines, ""]).encode("utf-8"))
+        windows.run("cmd", "/c", "batch.cmd", cwd=self.folder)
+        return [(int(self._take(f"{number}.code")), self._take(f"{number}.out"), self._take(f"{number}.err"))
+                for number in range(len(commands))]
+
+    def _take(self, name):
+        path = self.folder / name
+        text = path.read_bytes().decode("utf-8").replace("\r\n", "\n")
+        path.unlink()
+        return text
+
+    def as_shown(self, text):
+        """The text with this folder under the name that the pages give it."""
+        own = self.path("").rstrip("\\")
+        return text.replace(own.replace("\\", "\\\\"), "C:\\\\prodsweep").replace(own, "C:\\prodsweep")
+
+    def close(self):
+        self.batch(CLEANUP)
+        super().close()
+
+
+class Programs(unittest.TestCase):
+    """The whole programs of the pages, built by the very command lines that stand below them."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.host = Samples("docs-programs")
+        cls.addClassCleanup(cls.host.close)
+
+    def build(self, fence, command):
+        (self.host.folder / fence.name).write_text(fence.text, encoding="utf-8")
+        compiler, *arguments = shlex.split(command)
+        arguments = [re.sub(r"^include$", str(ROOT / "include"),
+                            re.sub(r"^build/mingw-release(?=/)", str(BUILD), argument)) for argument in arguments]
+        made = subprocess.run([COMPILERS[compiler], *STRICT, *arguments], cwd=self.host.folder, capture_output=True,
+                              text=True, check=False)
+        self.assertEqual((made.returncode, made.stderr), (0, ""), fence.name)
+
+    def test_each_program_builds_without_a_warning_and_prints_what_the_page_shows(self):
+        programs = [program for page in pages.all_pages() for program in shown.programs(page)]
+        self.assertGreaterEqual(len(programs), 3)
+        commands = []
+        for fence, _, command in programs:
+            self.build(fence, command)
+            commands += [NOTES, ARCHIVE, fence.name.rpartition(".")[0] + ".exe", *CLEANUP]
+        ended = self.host.batch(commands)[2::3 + len(CLEANUP)]
+        for (fence, output, _), (code, out, _) in zip(programs, ended):
+            with self.subTest(fence.name):
+                self.assertEqual((code, out), (0, output))
+
+    def test_each_block_that_is_a_whole_program_is_one_of_them(self):
+        for page in pages.all_pages():
+            for fence in pages.fences(pages.read(page)):
+                # Those of the README have a test of their own.
+                if page.name != "README.md" and re.search(r"\bw?main\(", fence.text):
+                    self.assertTrue(fence.name, f"{page.name}:{fence.line}")
+
+
+class Commands(unittest.TestCase):
+    """The command lines of the pages, and the outputs that they show."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.host = Samples("docs-commands")
+        cls.addClassCleanup(cls.host.close)
+
+    def check(self, step, before, ended):
+        code, out, err = ended
+        if step.command == "echo %errorlevel%":
+            self.assertEqual(step.output, str(before))
+        elif step.output is None:
+            self.assertNotEqual(code, 87, err)
+            self.assertNotIn("unknown", err)
+        elif not shown.matches(self.host.as_shown(out + err), step.output):
+            self.assertEqual(self.host.as_shown(out + err), step.output)
+
+    def test_each_command_of_the_pages_runs_and_says_what_is_shown(self):
+        shown_pages = {page: shown.transcripts(page) + shown.lone_commands(page) for page in DOCS.rglob("*.md")}
+        shown_pages = {page: steps for page, steps in shown_pages.items() if steps}
+        self.assertIn(DOCS / "host.md", shown_pages)
+        # Each page begins on the same machine.
+        start = [*CLEANUP, NOTES, LEDGER]
+        commands = []
+        for steps in shown_pages.values():
+            commands += [*start, *(step.command for step in steps)]
+        ended = self.host.batch(commands)
+        for page, steps in shown_pages.items():
+            ended = ended[len(start):]
+            before = None
+            for step in steps:
+                with self.subTest(step.place, command=step.command):
+                    self.check(step, before, ended[0])
+                before = ended.pop(0)[0]
+
+
+def options_of_help(text):
+    """The options and operands that a help text lists, above what it says of them."""
+    options = set()
+    for line in text.partition("\n\n\n")[0].splitlines():
+        listed = re.match(r"  ((?:-\w,)?--[\w-]+|[A-Z]+)\b", line)
+        if listed:
+            options.update(listed.group(1).split(","))
+    return options
+
+
+def options_of_section(text):
+    """The same of a section of the page: the first cells of its tables, each option in backticks."""
+    return {name.split(" ")[0] for cells in pages.table_rows(text)
+            for name in re.findall(r"`(-[\w-]+(?: [A-Z]+)?|[A-Z]+)`", cells[0])}
+
+
+def members(report):
+    """The names of a report's members, on every level; those that the catalogues and descriptors choose left out."""
+    if isinstance(report, list):
+        return set().union(*map(members, report))
+    if not isinstance(report, dict):
+        return set()
+    return set(report).union(*(members(value) for name, value in report.items()
+                               if name not in ("children", "attributes")))
+
+
+class Reference(unittest.TestCase):
+    """docs/host.md and what the program says of itself."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.host = Samples("docs-reference")
+        cls.addClassCleanup(cls.host.close)
+        cls.page = pages.read(DOCS / "host.md")
+        cls.sections = pages.sections(cls.page)
+        cls.general = cls.host.batch(["prodsweep --help"])[0][1]
+        cls.commands = re.findall(r"^  (\w+) ", cls.general.partition("Subcommands:")[2].partition("\n\n")[0],
+                                  re.MULTILINE)
+        helps = cls.host.batch([f"prodsweep {command} --help" for command in cls.commands])
+        cls.helps = {command: ended[1] for command, ended in zip(cls.commands, helps)}
+
+    def test_each_command_has_its_section_and_each_section_its_command(self):
+        self.assertGreaterEqual(len(self.commands), 3)
+        told = [heading.split(" ")[1] for heading in self.sections if heading.startswith("prodsweep ")]
+        self.assertEqual(sorted(told), sorted(self.commands))
+
+    def test_each_option_of_a_command_is_told_and_none_that_it_lacks(self):
+        for command, text in self.helps.items():
+            with self.subTest(command):
+                self.assertEqual(options_of_section(self.sections[f"prodsweep {command}"]),
+                                 options_of_help(text) - {"-h", "--help"})
+
+    def test_general_options_are_told_and_none_that_it_lacks(self):
+        self.assertEqual(options_of_section(self.sections["General options"]), options_of_help(self.general))
+
+    def test_each_member_of_a_report_is_told(self):
+        reports = {"list": "list", "explain": 'explain "Dunmarrow Ledger"', "uninstall": 'uninstall --yes "Halvane Notes"'}
+        ended = self.host.batch([NOTES, *(f"prodsweep {command} --json" for command in reports.values())])[1:]
+        for command, (_, out, _) in zip(reports, ended):
+            for member in sorted(members(json.loads(out))):
+                with self.subTest(command, member=member):
+                    self.assertIn(f"`{member}`", self.sections[f"prodsweep {command}"])
+
+    def test_exit_codes_are_those_of_the_sources_of_the_help_and_of_the_page(self):
+        header = pages.read(ROOT / "host" / "exit_codes.h")
+        names = dict(re.findall(r"constexpr int (\w+) = (\w+);", header))
+        numbers = subprocess.run(
+            [COMPILERS["x86_64-w64-mingw32-gcc-posix"], "-E", "-P", "-include", "windows.h", "-xc", "-"],
+            input="\n".join(f"exit {value}" for value in names.values()), capture_output=True, text=True, check=True)
+        values = {int(re.sub(r"[^\d]", "", number))
+                  for number in re.findall(r"^exit (.+)$", numbers.stdout, re.MULTILINE)}
+        self.assertEqual(len(values), len(names))
+        told = {int(cells[0]) for cells in pages.table_rows(self.sections["Exit codes"])}
+        self.assertEqual(told, values)
+        of_help = {int(code) for code in re.findall(r"^  (\d+) +\w", self.general.partition("Exit codes:")[2], re.MULTILINE)}
+        self.assertLessEqual(of_help, told)
+
+
+if __name__ == "__main__":
+    pyreport.main("docs_examples", REPORTS)
