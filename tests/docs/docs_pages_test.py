@@ -92,6 +92,15 @@ class Links(unittest.TestCase):
         self.assertGreater(seen, 20)
 
 
+class Commands(unittest.TestCase):
+    def test_each_command_of_dev_that_a_page_names_is_one(self):
+        known = set(re.findall(r"^  (\w+)\)", pages.read(ROOT / "dev"), re.MULTILINE))
+        named = [(page.name, command) for page in pages.all_pages()
+                 for command in re.findall(r"\./dev ([a-z]\w*)", pages.read(page))]
+        self.assertGreater(len(named), 5)
+        self.assertEqual([(page, command) for page, command in named if command not in known], [])
+
+
 def tests_of_the_tree():
     """The names of all tests: Suite.Test of GoogleTest, test_name of Python."""
     names = set()
