@@ -16,12 +16,12 @@ void AppendMissing(ProductList& list, const ProductList& all)
     }
 }
 
-void AppendStaying(CheckList& checkList, const ProductList& installed, const ProductList& uninstallList)
+void AppendStaying(ProductList& asked, const ProductList& installed, const ProductList& uninstallList)
 {
     for (const CProduct& product : installed)
     {
         if (!CProducts::IsProductInList(uninstallList, product.name))
-            checkList.emplace_back(product.file);
+            asked.push_back(product);
     }
 }
 
@@ -45,26 +45,33 @@ bool CProducts::Uninstall(const WideStringList& names, const WideStringList& for
             LOG(LogTrace, L"There are zero installed products and you try to uninstall zero force products");
         return true;
     }
-    ProductList uninstallList;
-    Uninstall(names, installed, uninstallList);
+    const UninstallSelection selection = Uninstall(names, forced, kind, installed);
     CheckList checkList;
-    if (uninstallList.size() == 1 && installed.size() == 1 && kind == ProductKindOwn)
+    for (const CProduct& product : selection.asked)
+        checkList.emplace_back(product.file);
+    const bool result = Uninstall(selection.uninstallList, checkList, restart, callback);
+    LOG(LogTrace, L"<- %s", result ? L"true" : L"false");
+    return result;
+}
+
+UninstallSelection CProducts::Uninstall(const WideStringList& names, const WideStringList& forced, int kind,
+                                        const ProductList& installed) const
+{
+    UninstallSelection selection;
+    Uninstall(names, installed, selection.uninstallList);
+    if (selection.uninstallList.size() == 1 && installed.size() == 1 && kind == ProductKindOwn)
     {
         // The last product of the family goes. With exec_all the descriptors of all the others are run
         // too, to clean up what they may have left. Deliberate: forced is not looked at then.
         if (exec_all)
-            AppendMissing(uninstallList, products);
+            AppendMissing(selection.uninstallList, products);
+        return selection;
     }
-    else
-    {
-        Uninstall(forced, uninstallList);
-        // Deliberate: only products of the maker's own family protect what they share.
-        if (kind == ProductKindOwn)
-            AppendStaying(checkList, installed, uninstallList);
-    }
-    const bool result = Uninstall(uninstallList, checkList, restart, callback);
-    LOG(LogTrace, L"<- %s", result ? L"true" : L"false");
-    return result;
+    Uninstall(forced, selection.uninstallList);
+    // Deliberate: only products of the maker's own family protect what they share.
+    if (kind == ProductKindOwn)
+        AppendStaying(selection.asked, installed, selection.uninstallList);
+    return selection;
 }
 
 void CProducts::Uninstall(const WideStringList& names, const ProductList& installed, ProductList& uninstallList) const
@@ -127,12 +134,17 @@ bool CProducts::UninstallAllInstalled(int kind, bool* restart, UninstallCallback
         LOG(LogError, L"GetInstalledProducts failed");
         return false;
     }
-    // Deliberate: neither exec_all nor the kind is asked here, unlike in the selection by name.
-    if (list.size() == 1)
-        AppendMissing(list, products);
+    WidenAllInstalled(list);
     const bool result = Uninstall(list, CheckList(), restart, callback);
     LOG(LogTrace, L"<- UninstallAllInstalled %s", result ? L"true" : L"false");
     return result;
+}
+
+void CProducts::WidenAllInstalled(ProductList& list) const
+{
+    // Deliberate: neither exec_all nor the kind is asked here, unlike in the selection by name.
+    if (list.size() == 1)
+        AppendMissing(list, products);
 }
 
 bool CProducts::UninstallForceAll(int /*kind*/, bool* restart, UninstallCallback callback) const

@@ -10,6 +10,13 @@
 
 namespace prodsweep {
 
+// What a removal by name comes to.
+struct UninstallSelection
+{
+    ProductList uninstallList; // what goes, in this order
+    ProductList asked;         // what stays, and is asked what it still uses
+};
+
 // What a catalogue file says. Made anew for each call of an export.
 class CProducts
 {
@@ -30,11 +37,17 @@ public:
     // finish; untouched when there was nothing to do. False when a product's removal failed.
     bool Uninstall(const WideStringList& names, const WideStringList& forced, int kind, bool* restart,
                    UninstallCallback callback);
+    // The selection that the function above makes, when these products are installed and it has not found
+    // that there is nothing to do.
+    [[nodiscard]] UninstallSelection Uninstall(const WideStringList& names, const WideStringList& forced, int kind,
+                                               const ProductList& installed) const;
     // Removes the products of a list in their order, whatever is installed. checkList: what stays.
     static bool Uninstall(const ProductList& uninstallList, const CheckList& checkList, bool* restart,
                           UninstallCallback callback);
     // Every installed product; when it is only one, every other of the catalogue behind it.
     bool UninstallAllInstalled(int kind, bool* restart, UninstallCallback callback) const;
+    // The list of the function above, from that of the installed products.
+    void WidenAllInstalled(ProductList& list) const;
     // Every product of the catalogue, installed or not.
     bool UninstallForceAll(int kind, bool* restart, UninstallCallback callback) const;
 

@@ -69,7 +69,8 @@ UsedTool Normalised(std::wstring tool, std::wstring commandLine)
 
 } // namespace
 
-CProductCheckUse::CProductCheckUse(std::wstring descriptor) : CProductConfig(std::move(descriptor))
+CProductCheckUse::CProductCheckUse(std::wstring descriptor, FolderLook look)
+    : CProductConfig(std::move(descriptor)), folderLook(look)
 {
     if (!CProductConfig::Process())
     {
@@ -131,7 +132,10 @@ bool CProductCheckUse::ProcessDelFolder(const AttributeMap& attributes, const st
     if (entry.fault != EntryFault::None)
         return false;
     // A folder that is not there needs no protection.
-    (void)COperations().ExpandFolder(entry.path.c_str(), usedFolders, usedFiles);
+    COperations machine;
+    (void)(folderLook == FolderLook::ResetsAttributes
+               ? machine.ExpandFolder(entry.path.c_str(), usedFolders, usedFiles)
+               : machine.ExpandFolderRec(entry.path.c_str(), usedFolders, usedFiles));
     return true;
 }
 

@@ -18,15 +18,22 @@ struct UsedTool
     auto operator<=>(const UsedTool&) const = default;
 };
 
+// How the in-use pass looks into a folder that a descriptor names.
+enum class FolderLook
+{
+    ResetsAttributes, // as a removal does: the named folder loses its attributes
+    LeavesNoTrace     // for one who only wants to know what a removal would find
+};
+
 // What a product that stays still uses: all that its own descriptor names, as far as it lies on the
-// machine at this moment. Changes nothing. The walk is done by the constructor; afterwards the object
-// answers questions from its lists. Copied by value into the CheckList.
+// machine at this moment. Changes nothing but what FolderLook says. The walk is done by the constructor; afterwards the
+// object answers questions from its lists. Copied by value into the CheckList.
 class CProductCheckUse final : public CProductConfig
 {
 public:
     // descriptor: full path of the file. When it can't be read, the product protects nothing, or less.
     // COM must be initialised on this thread.
-    explicit CProductCheckUse(std::wstring descriptor);
+    explicit CProductCheckUse(std::wstring descriptor, FolderLook look = FolderLook::ResetsAttributes);
 
     // All compare whole texts by character value: case counts, and nothing is in use just because it
     // lies below something that is.
@@ -53,6 +60,7 @@ public:
 private:
     void SortLists();
 
+    FolderLook folderLook;
     WideStringList usedFiles; // shortcut files too
     WideStringList usedFolders;
     UsedRegItemList usedRegKeys;

@@ -45,6 +45,8 @@ public:
     // but for Entered, which counts the folder just entered.
     [[nodiscard]] std::size_t Depth() const noexcept { return open.size(); }
     [[nodiscard]] DWORD Error() const noexcept { return error; }
+    // What the enumeration said of it: after File, and after Met and Folder below the root.
+    [[nodiscard]] const WIN32_FIND_DATAW& Entry() const noexcept { return entry; }
 
 private:
     struct FindCloser
