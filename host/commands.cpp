@@ -2,6 +2,7 @@
 
 #include "explain_command.h"
 #include "list_command.h"
+#include "plan_command.h"
 #include "uninstall_command.h"
 
 namespace prodsweep {
@@ -11,6 +12,7 @@ std::vector<std::unique_ptr<ICommand>> MakeCommands(CLI::App& parser)
     std::vector<std::unique_ptr<ICommand>> commands;
     commands.push_back(std::make_unique<CListCommand>(parser));
     commands.push_back(std::make_unique<CExplainCommand>(parser));
+    commands.push_back(std::make_unique<CPlanCommand>(parser));
     commands.push_back(std::make_unique<CUninstallCommand>(parser));
     return commands;
 }

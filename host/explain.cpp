@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "catalogue/products.h"
+#include "com_use.h"
 #include "environment/xml_helper.h"
 #include "exit_codes.h"
 #include "explained_detection.h"
@@ -13,19 +14,6 @@
 namespace prodsweep {
 
 namespace {
-
-class CComUse
-{
-public:
-    CComUse()
-    {
-        if (const HRESULT result = CoInitialize(nullptr); FAILED(result))
-            throw CFailure(static_cast<int>(result), "COM cannot be used.");
-    }
-    ~CComUse() { CoUninitialize(); }
-    CComUse(const CComUse&) = delete;
-    CComUse& operator=(const CComUse&) = delete;
-};
 
 CProduct LoadProduct(const std::wstring& catalogueFile, const Product& product)
 {

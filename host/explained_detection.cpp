@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "entry_fault.h"
 #include "interpreter/descriptor.h"
 #include "interpreter/entry_composer.h"
 #include "interpreter/op_codes.h"
@@ -34,34 +35,6 @@ std::vector<ExplainedSection> ReadSections(IXMLDOMNode* winNt)
         section.opCode = ToUtf8(opCode);
     }
     return sections;
-}
-
-std::string FaultText(const ComposedEntry& composed)
-{
-    switch (composed.fault)
-    {
-    case EntryFault::None:
-        return {};
-    case EntryFault::NoName:
-        return "it has no name";
-    case EntryFault::NoNameNoPath:
-        return "it has neither name nor path";
-    case EntryFault::NoPath:
-        return "it has no path";
-    case EntryFault::NoTarget:
-        return "it has no target_name";
-    case EntryFault::NoKeyPath:
-        return "it has no key_path";
-    case EntryFault::NoNameNoKeyPath:
-        return "it has neither name nor key_path";
-    case EntryFault::UnknownFolder:
-        return "the folder \"" + ToUtf8(composed.keyword) + "\" is not known";
-    case EntryFault::NoModule:
-    case EntryFault::NoMethodName:
-    case EntryFault::NoLibraryFolder:
-        break;
-    }
-    return "it cannot be read"; // tools, which detection does not look for
 }
 
 } // namespace

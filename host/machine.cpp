@@ -1,5 +1,9 @@
 #include "machine.h"
 
+#include <memory>
+
+#include <windows.h>
+
 namespace prodsweep {
 
 namespace {

@@ -1,9 +1,7 @@
 // What a removal needs of the machine besides the library.
 #pragma once
 
-#include <memory>
-
-#include <windows.h>
+#include "unique_handle.h"
 
 namespace prodsweep {
 
@@ -20,11 +18,7 @@ public:
     bool IsOurs() const noexcept { return ours; }
 
 private:
-    struct HandleCloser
-    {
-        void operator()(HANDLE handle) const noexcept { CloseHandle(handle); }
-    };
-    std::unique_ptr<void, HandleCloser> mutex;
+    UniqueHandle mutex;
     bool ours;
 };
 

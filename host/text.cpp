@@ -87,6 +87,17 @@ std::wstring ToWide(std::string_view utf8)
     return text;
 }
 
+std::wstring ToLower(std::wstring_view text)
+{
+    if (text.empty())
+        return {};
+    const int length = Length(text.size());
+    std::wstring lower(text.size(), L'\0');
+    LCMapStringEx(LOCALE_NAME_INVARIANT, LCMAP_LOWERCASE, text.data(), length, lower.data(), length, nullptr, nullptr,
+                  0);
+    return lower;
+}
+
 std::size_t DisplayWidth(std::string_view utf8)
 {
     const std::wstring wide = ToWide(utf8);

@@ -11,6 +11,9 @@ namespace prodsweep {
 std::string ToUtf8(std::wstring_view text);
 std::wstring ToWide(std::string_view utf8);
 
+// For comparing names as Windows does, whatever the user's language.
+std::wstring ToLower(std::wstring_view text);
+
 // Columns that the text takes on a terminal: 2 for East Asian wide characters and emoji, 0 for
 // combining marks, 1 for all others.
 std::size_t DisplayWidth(std::string_view utf8);

@@ -1,0 +1,252 @@
+#include "look.h"
+
+#include <windows.h>
+
+#include "open_file.h"
+#include "operations/tree_walk.h"
+#include "real_path.h"
+#include "text.h"
+
+namespace prodsweep {
+
+namespace {
+
+std::uint64_t Join(DWORD high, DWORD low) { return (std::uint64_t{high} << 32) | low; }
+
+// What must not change between the plan and the removal: not the time of the last reading.
+void AddEntry(CDigest& digest, const std::wstring& path, const WIN32_FIND_DATAW& entry)
+{
+    digest.Add(path);
+    digest.Add(std::uint64_t{entry.dwFileAttributes});
+    if ((entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
+        return;
+    digest.Add(Join(entry.nFileSizeHigh, entry.nFileSizeLow));
+    digest.Add(Join(entry.ftLastWriteTime.dwHighDateTime, entry.ftLastWriteTime.dwLowDateTime));
+}
+
+// Goes through a folder as the deletion will, and counts instead.
+class CFolderLook
+{
+public:
+    CFolderLook(PlannedItem& lookedAt, const std::wstring& root, const LookContext& lookContext)
+        : item(lookedAt), context(lookContext), walk(root.c_str())
+    {}
+
+    void Run();
+
+private:
+    void OnMet();
+    // True: it stays.
+    bool OnFolder();
+    bool OnFile();
+    void OnLeft(bool stays);
+
+    PlannedItem& item;
+    const LookContext& context;
+    CTreeWalk walk;
+    CDigest digest;
+    std::uint64_t things = 0;
+    std::uint64_t tries = 0;
+    bool passBy = false; // the folder that was just met
+};
+
+void CFolderLook::OnMet()
+{
+    passBy = false;
+    if (walk.Depth() == 0)
+        return;
+    AddEntry(digest, walk.Path(), walk.Entry());
+    if ((walk.Entry().dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0)
+        return;
+    // The deletion walks through links to folders, so what lies behind one goes too.
+    const std::wstring real = RealPath(walk.Path());
+    const std::string path = ToUtf8(walk.Path());
+    digest.Add(real);
+    ++item.contents.links;
+    AddPart(item, {PlannedPart::Kind::Link, path, ItemState::Present, {}, ToUtf8(real)});
+    const ForbiddenPlace* const place = context.forbidden.OfPath(real);
+    if (place == nullptr)
+        return;
+    context.Endanger(path, ToUtf8(real), *place);
+    item.contents.complete = false;
+    passBy = true;
+}
+
+bool CFolderLook::OnFolder()
+{
+    const std::string user = context.users.OfFolder(walk.Path());
+    if (!user.empty())
+    {
+        ++item.contents.inUse;
+        AddPart(item, {PlannedPart::Kind::Folder, ToUtf8(walk.Path()), ItemState::InUse, user, {}});
+        digest.Add(std::wstring_view(L"in use"));
+    }
+    if (!user.empty() || passBy)
+        walk.Skip();
+    return !user.empty();
+}
+
+bool CFolderLook::OnFile()
+{
+    const std::wstring path = walk.Path();
+    AddEntry(digest, path, walk.Entry());
+    if (const std::string user = context.users.OfFile(path); !user.empty())
+    {
+        ++item.contents.inUse;
+        AddPart(item, {PlannedPart::Kind::File, ToUtf8(path), ItemState::InUse, user, {}});
+        digest.Add(std::wstring_view(L"in use"));
+        return true;
+    }
+    ++item.contents.files;
+    item.contents.bytes += Join(walk.Entry().nFileSizeHigh, walk.Entry().nFileSizeLow);
+    if (tries++ < mostOpenTries && !KeepsFromDeleting(path).empty())
+    {
+        ++item.contents.atRestart;
+        AddPart(item, {PlannedPart::Kind::File, ToUtf8(path), ItemState::AtRestart, {}, {}});
+    }
+    return false;
+}
+
+void CFolderLook::OnLeft(bool stays)
+{
+    if (!stays)
+        ++item.contents.folders;
+    else if (walk.Depth() == 0)
+        item.state = ItemState::PartlyInUse;
+}
+
+void CFolderLook::Run()
+{
+    // What is in use keeps all folders around it: so many of the entered ones, from the root, stay.
+    std::size_t staying = 0;
+    for (WalkStep step = walk.Next(); step != WalkStep::End; step = walk.Next())
+    {
+        if (++things > mostThings)
+        {
+            item.contents.complete = false;
+            break;
+        }
+        bool stays = false;
+        switch (step)
+        {
+        case WalkStep::Met:
+            OnMet();
+            continue;
+        case WalkStep::Folder:
+            stays = OnFolder();
+            break;
+        case WalkStep::File:
+            stays = OnFile();
+            break;
+        case WalkStep::Left:
+            stays = staying > walk.Depth();
+            OnLeft(stays);
+            break;
+        case WalkStep::Gone:
+        case WalkStep::Unlisted:
+            item.contents.complete = false;
+            continue;
+        default:
+            continue;
+        }
+        if (stays)
+            staying = walk.Depth();
+    }
+    item.mark += digest.Text();
+}
+
+// False: it is settled what becomes of the item.
+bool IsLeftToLookAt(PlannedItem& item, const std::wstring& path, DWORD attributes, const LookContext& context)
+{
+    const std::wstring elsewhere = LeadsElsewhere(path);
+    item.leadsTo = ToUtf8(elsewhere);
+    if (const ForbiddenPlace* const place = context.forbidden.OfPath(elsewhere.empty() ? path : elsewhere))
+    {
+        context.Endanger(item.name, item.leadsTo, *place);
+        item.contents.complete = false;
+        item.reason = "it is not looked into: nobody should delete this";
+        return false;
+    }
+    if (attributes == INVALID_FILE_ATTRIBUTES)
+        item.state = ItemState::Absent;
+    else if (const std::wstring by = context.swept.TakesPath(path); !by.empty())
+    {
+        item.state = ItemState::GoesWith;
+        item.by = ToUtf8(by);
+    }
+    return item.state == ItemState::Present;
+}
+
+} // namespace
+
+void AddPart(PlannedItem& item, PlannedPart part)
+{
+    if (item.parts.size() < mostParts)
+        item.parts.push_back(std::move(part));
+    else
+        ++item.partsLeftOut;
+}
+
+void LookAtFolder(PlannedItem& item, const std::wstring& path, const LookContext& context)
+{
+    item.kind = ItemKind::Folder;
+    // The root is asked for before it is looked for, and as it is spelt.
+    item.user = context.users.OfFolder(path);
+    const DWORD attributes = GetFileAttributesW(path.c_str());
+    if (!item.user.empty() && attributes != INVALID_FILE_ATTRIBUTES)
+    {
+        item.state = ItemState::InUse;
+        return;
+    }
+    if (!IsLeftToLookAt(item, path, attributes, context))
+        return;
+    if ((attributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
+    {
+        item.state = ItemState::Skipped;
+        item.reason = "it is a file, and a folder is meant";
+        return;
+    }
+    CFolderLook(item, path, context).Run();
+    if (item.state == ItemState::Present)
+        context.swept.AddPath(path);
+}
+
+void LookAtFile(PlannedItem& item, const std::wstring& path, const LookContext& context)
+{
+    item.kind = ItemKind::File;
+    item.user = context.users.OfFile(path);
+    WIN32_FILE_ATTRIBUTE_DATA data{};
+    const bool exists = GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data);
+    if (!item.user.empty() && exists)
+    {
+        item.state = ItemState::InUse;
+        return;
+    }
+    if (!IsLeftToLookAt(item, path, exists ? data.dwFileAttributes : INVALID_FILE_ATTRIBUTES, context))
+        return;
+    item.contents.files = 1;
+    item.contents.bytes = Join(data.nFileSizeHigh, data.nFileSizeLow);
+    item.mark = std::to_string(item.contents.bytes) + ' ' +
+                std::to_string(Join(data.ftLastWriteTime.dwHighDateTime, data.ftLastWriteTime.dwLowDateTime)) + ' ' +
+                std::to_string(data.dwFileAttributes);
+    item.reason = (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? "it is a folder, and a file is meant"
+                                                                          : KeepsFromDeleting(path);
+    if (!item.reason.empty())
+    {
+        item.state = ItemState::AtRestart;
+        item.contents.atRestart = 1;
+    }
+    context.swept.AddPath(path);
+}
+
+void LookAtMarkedFile(PlannedItem& item, const std::wstring& path, const LookContext& context)
+{
+    LookAtFile(item, path, context);
+    if (item.state != ItemState::Present && item.state != ItemState::AtRestart)
+        return;
+    item.state = ItemState::AtRestart;
+    item.reason = "the descriptor marks it for the restart";
+    item.contents.atRestart = 1;
+}
+
+} // namespace prodsweep

@@ -1,0 +1,178 @@
+#include "look.h"
+
+#include <algorithm>
+
+#include <windows.h>
+
+#include <shlwapi.h>
+#include <tlhelp32.h>
+
+#include "common/unique_reg_key.h"
+#include "entry_fault.h"
+#include "interpreter/entry_composer.h"
+#include "interpreter/os_condition.h"
+#include "text.h"
+#include "unique_handle.h"
+
+namespace prodsweep {
+
+namespace {
+
+struct ServiceCloser
+{
+    void operator()(SC_HANDLE handle) const noexcept { CloseServiceHandle(handle); }
+};
+using UniqueService = std::unique_ptr<SC_HANDLE__, ServiceCloser>;
+
+bool HasKey(const std::wstring& service)
+{
+    HKEY opened = nullptr;
+    const std::wstring path = L"SYSTEM\\CurrentControlSet\\Services\\" + service;
+    const bool found = RegOpenKeyExW(HKEY_LOCAL_MACHINE, path.c_str(), 0, KEY_READ, &opened) == ERROR_SUCCESS;
+    const UniqueRegKey key(opened);
+    return found;
+}
+
+const char* StateOf(DWORD state)
+{
+    switch (state)
+    {
+    case SERVICE_STOPPED:
+        return "it is stopped";
+    case SERVICE_RUNNING:
+        return "it runs";
+    default:
+        return "it is about to start, stop or pause";
+    }
+}
+
+// Empty when the service manager does not know it.
+std::string AskManager(const std::wstring& service)
+{
+    const UniqueService manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
+    const UniqueService opened(manager == nullptr ? nullptr
+                                                  : OpenServiceW(manager.get(), service.c_str(), SERVICE_QUERY_STATUS));
+    SERVICE_STATUS status{};
+    if (opened == nullptr || !QueryServiceStatus(opened.get(), &status))
+        return {};
+    return StateOf(status.dwCurrentState);
+}
+
+// True: nobody may touch it.
+bool IsForbidden(const PlannedItem& item, const std::wstring& service, const LookContext& context)
+{
+    const ForbiddenPlace* const place = context.forbidden.OfService(service);
+    if (place != nullptr)
+        context.Endanger(item.name, "", *place);
+    return place != nullptr;
+}
+
+std::size_t CountProcesses(const std::wstring& name)
+{
+    const UniqueHandle snapshot = OwnHandle(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
+    PROCESSENTRY32W entry{};
+    entry.dwSize = sizeof(entry);
+    std::size_t count = 0;
+    for (BOOL more = snapshot != nullptr && Process32FirstW(snapshot.get(), &entry); more;
+         more = Process32NextW(snapshot.get(), &entry))
+    {
+        if (_wcsicmp(entry.szExeFile, name.c_str()) == 0)
+            ++count;
+    }
+    return count;
+}
+
+bool IsFile(const std::wstring& path)
+{
+    const DWORD attributes = GetFileAttributesW(path.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+}
+
+// What a program or a DLL is looked for by; a name without extension gets this one.
+bool IsFound(const std::wstring& path, const wchar_t* extension)
+{
+    return IsFile(path) || (*PathFindExtensionW(path.c_str()) == L'\0' && IsFile(path + extension));
+}
+
+// A program or DLL is needed at a stage before any file of its own product goes, but may go with an earlier product.
+void LookAtModule(PlannedItem& item, const std::wstring& path, const wchar_t* extension, const LookContext& context)
+{
+    if (!IsFound(path, extension))
+    {
+        item.state = ItemState::Fails;
+        item.reason = "it is not there";
+    }
+    else if (const std::wstring by = context.swept.TakesPath(path); !by.empty())
+    {
+        item.state = ItemState::Fails;
+        item.by = ToUtf8(by);
+        item.reason = "an earlier product of this sweep takes it along";
+        context.Warn(item.name, "It is deleted with \"" + item.by + "\" before it can run.");
+    }
+}
+
+} // namespace
+
+void LookAtServiceToStop(PlannedItem& item, const std::wstring& name, const LookContext& context)
+{
+    item.kind = ItemKind::Service;
+    if (IsForbidden(item, name, context))
+        return;
+    item.detail = AskManager(name);
+    if (!item.detail.empty())
+        return;
+    item.state = ItemState::Absent;
+    item.reason = "there is no such service, which counts as a failure of the stage";
+}
+
+void LookAtServiceToDisable(PlannedItem& item, const std::wstring& name, const LookContext& context)
+{
+    item.kind = ItemKind::Service;
+    if (IsForbidden(item, name, context))
+        return;
+    if (HasKey(name))
+        return;
+    item.state = ItemState::Absent;
+    item.reason = "there is no such service, which counts as a failure of the stage";
+}
+
+void LookAtProcess(PlannedItem& item, const std::wstring& name, const LookContext& /*context*/)
+{
+    item.kind = ItemKind::Process;
+    const std::size_t count = CountProcesses(name);
+    if (count == 0)
+        item.state = ItemState::Absent;
+    else
+        item.detail = count == 1 ? "1 runs" : std::to_string(count) + " run";
+}
+
+void LookAtTool(PlannedItem& item, const std::wstring& commandLine, const LookContext& context)
+{
+    item.kind = ItemKind::Tool;
+    // The path stands between the first two quotation marks.
+    const std::wstring path = commandLine.substr(1, commandLine.find(L'"', 1) - 1);
+    LookAtModule(item, path, L".exe", context);
+}
+
+void LookAtDllMethod(PlannedItem& item, const CachedDllMethod& method, const LookContext& context)
+{
+    item.kind = ItemKind::DllFunction;
+    const ToolEntry entry = ComposeDllMethod(method.attributes, method.appPath, EmptyModule::LeftOut);
+    item.name = ToUtf8(entry.path + L' ' + entry.commandLine);
+    if (CompareOs(method.attributes) != OsCondition::Met)
+    {
+        item.state = ItemState::Fails;
+        item.reason = "it is meant for another kind of system, which counts as a failure of the stage";
+    }
+    else if (entry.fault != EntryFault::None)
+    {
+        item.state = ItemState::Fails;
+        item.reason = FaultText(entry);
+    }
+    else if (item.user = context.users.OfTool(entry.path, entry.commandLine); !item.user.empty())
+        item.state = ItemState::InUse;
+    else
+        LookAtModule(item, entry.path, L".dll", context);
+}
+
+} // namespace prodsweep

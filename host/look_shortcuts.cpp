@@ -1,0 +1,51 @@
+#include "look.h"
+
+#include <windows.h>
+
+#include <shlwapi.h>
+
+#include "operations/operations.h"
+#include "text.h"
+
+namespace prodsweep {
+
+void LookAtShortcuts(PlannedItem& item, const CachedShortcut& query, const LookContext& context)
+{
+    item.kind = ItemKind::Shortcuts;
+    item.detail = ToUtf8((query.targetIsPath ? L"that lead to " : L"that lead to any ") + query.target);
+    item.state = ItemState::Absent;
+    // What is no folder is taken for one file, which is deleted whatever it leads to.
+    if (!PathIsDirectoryW(query.shortcut.c_str()))
+    {
+        LookAtFile(item, query.shortcut, context);
+        item.kind = ItemKind::Shortcuts;
+        if (item.state == ItemState::Absent)
+            item.reason = "its place is not there, which counts as a failure of the stage";
+        return;
+    }
+    WideStringList links;
+    static_cast<void>(
+        COperations().ExpandShortcut(query.shortcut.c_str(), query.target.c_str(), query.targetIsPath, links));
+    for (const std::wstring& link : links)
+    {
+        PlannedItem found;
+        found.name = ToUtf8(link);
+        LookAtFile(found, link, context);
+        AddPart(item, {PlannedPart::Kind::Shortcut, found.name, found.state, found.user, {}});
+        item.mark += found.name + '\n' + found.mark + '\n';
+        item.contents.inUse += found.state == ItemState::InUse ? 1 : 0;
+        item.contents.files += found.contents.files;
+        item.contents.bytes += found.contents.bytes;
+        item.contents.atRestart += found.contents.atRestart;
+    }
+    if (item.contents.files != 0)
+        item.state = item.contents.inUse != 0 ? ItemState::PartlyInUse : ItemState::Present;
+    else if (item.contents.inUse != 0)
+        item.state = ItemState::InUse;
+    else if (links.empty())
+        item.reason = "no shortcut there matches";
+    if (item.state == ItemState::InUse)
+        item.user = item.parts.front().user;
+}
+
+} // namespace prodsweep

@@ -1,0 +1,16 @@
+// How a plan reads: for people, and for scripts.
+#pragma once
+
+#include <string>
+
+#include "json.h"
+#include "plan.h"
+
+namespace prodsweep {
+
+std::string PlanAsText(const Plan& plan);
+
+// The object of --json, which is also what --save writes.
+Json PlanAsJson(const Plan& plan);
+
+} // namespace prodsweep

@@ -1,0 +1,16 @@
+// The stages of one product's removal, from what the pass recorded and what the machine says.
+#pragma once
+
+#include <string>
+
+#include "look.h"
+#include "planned_removal.h"
+
+namespace prodsweep {
+
+// Fills in the stages of context.product. libraryFolder, programFolder: with their separators; the passes that are
+// linked in here take the latter for the former.
+void PlanStages(const CPlannedRemoval& removal, const LookContext& context, const std::wstring& libraryFolder,
+                const std::wstring& programFolder);
+
+} // namespace prodsweep

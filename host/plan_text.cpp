@@ -1,0 +1,139 @@
+#include "plan_report.h"
+
+#include <string_view>
+
+#include "product.h"
+#include "text.h"
+
+namespace prodsweep {
+
+namespace {
+
+std::string Line(std::size_t depth, std::string_view text)
+{
+    return std::string(depth * 2, ' ') + Printable(text) + '\n';
+}
+
+std::string Count(std::uint64_t number, const char* one, const char* many)
+{
+    return std::to_string(number) + ' ' + (number == 1 ? one : many);
+}
+
+// What would go with it, in words; empty when that is just the thing itself.
+std::string ContentsText(const PlannedContents& contents)
+{
+    std::string text;
+    const auto add = [&](const std::string& part) { text += (text.empty() ? "" : ", ") + part; };
+    if (contents.folders != 0)
+        add(Count(contents.folders, "folder", "folders"));
+    if (contents.files != 0)
+        add(Count(contents.files, "file", "files") + " of " + Count(contents.bytes, "byte", "bytes"));
+    if (contents.keys != 0)
+        add(Count(contents.keys, "key", "keys"));
+    if (contents.values != 0)
+        add(Count(contents.values, "value", "values"));
+    if (contents.links != 0)
+        add(Count(contents.links, "link", "links") + " walked through");
+    if (contents.inUse != 0)
+        add(Count(contents.inUse, "stays", "stay") + " in use");
+    if (contents.atRestart != 0)
+        add(Count(contents.atRestart, "waits", "wait") + " for the restart");
+    return text + (contents.complete ? "" : text.empty() ? "not counted" : ", and more");
+}
+
+std::string StateText(const PlannedItem& item)
+{
+    std::string text = StateWord(item.state);
+    if (!item.by.empty())
+        text += " \"" + item.by + '"';
+    if (item.state == ItemState::InUse)
+        text += " by " + item.user;
+    if (!item.reason.empty())
+        text += ": " + item.reason;
+    return text;
+}
+
+std::string PartText(const PlannedPart& part)
+{
+    std::string text = std::string(KindWord(part.kind)) + ' ' + part.name;
+    if (part.kind == PlannedPart::Kind::Link)
+        return text + " leads to " + part.leadsTo;
+    return text + ": " + StateWord(part.state) + (part.user.empty() ? "" : " by " + part.user);
+}
+
+std::string ItemText(const PlannedItem& item)
+{
+    std::string name = item.name;
+    if (item.kind == ItemKind::Value)
+        name += " \"" + item.valueName + '"';
+    if (!item.detail.empty())
+        name += " (" + item.detail + ')';
+    std::string text = Line(2, name);
+    if (!item.leadsTo.empty())
+        text += Line(3, "leads to " + item.leadsTo);
+    const std::string contents = ContentsText(item.contents);
+    text += Line(3, StateText(item) + (contents.empty() ? "" : " (" + contents + ')'));
+    for (const PlannedPart& part : item.parts)
+        text += Line(4, PartText(part));
+    if (item.partsLeftOut != 0)
+        text += Line(4, "and " + std::to_string(item.partsLeftOut) + " more");
+    return text;
+}
+
+std::string ProductText(const PlannedProduct& product)
+{
+    std::string text = Line(0, product.name + " (kind " + KindName(product.kind) + ')' +
+                                   (product.why == PlannedProduct::Why::CleanUp ? ", to clean up" : "") +
+                                   (product.installed ? "" : ", not installed"));
+    if (!product.fault.empty())
+        text += Line(1, "descriptor " + product.descriptor + ": " + product.fault);
+    for (const AskedProduct& other : product.asked)
+        text += Line(1, other.name + " stays" +
+                            (other.read ? " and is asked what it uses" : ", but its descriptor cannot be read"));
+    for (const PlannedStage& stage : product.stages)
+    {
+        text += Line(1, stage.name);
+        for (const PlannedItem& item : stage.items)
+            text += ItemText(item);
+    }
+    return text + '\n';
+}
+
+std::string WarningText(const PlanWarning& warning)
+{
+    std::string text = "warning: ";
+    if (!warning.product.empty())
+        text += warning.product + ": ";
+    if (!warning.item.empty())
+        text += warning.item + ": ";
+    return Line(0, text + warning.text);
+}
+
+std::string DangerText(const PlanDanger& danger)
+{
+    return Line(0, "DANGER: " + danger.product + ": " + danger.item +
+                       (danger.leadsTo.empty() ? "" : " (" + danger.leadsTo + ')') + " would take " + danger.place +
+                       ", " + danger.reason);
+}
+
+} // namespace
+
+std::string PlanAsText(const Plan& plan)
+{
+    std::string text;
+    for (const PlannedProduct& product : plan.products)
+        text += ProductText(product);
+    for (const std::string& name : plan.notInstalled)
+        text += Line(0, name + ": not installed, and left alone");
+    for (const PlanWarning& warning : plan.warnings)
+        text += WarningText(warning);
+    for (const PlanDanger& danger : plan.dangers)
+        text += DangerText(danger);
+    const std::string total = ContentsText(plan.total);
+    text += Line(0, "In all: " + (total.empty() ? "nothing would go" : total) + '.');
+    if (plan.restart)
+        text += "A restart of the machine would be needed to finish.\n";
+    return text;
+}
+
+} // namespace prodsweep

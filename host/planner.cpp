@@ -1,0 +1,229 @@
+#include "planner.h"
+
+#include <algorithm>
+
+#include <windows.h>
+
+#include "catalogue/products.h"
+#include "com_use.h"
+#include "digest.h"
+#include "exit_codes.h"
+#include "failure.h"
+#include "interpreter/descriptor.h"
+#include "library.h"
+#include "module_path.h"
+#include "plan_stages.h"
+#include "product_choice.h"
+#include "text.h"
+
+namespace prodsweep {
+
+namespace {
+
+std::string Now()
+{
+    SYSTEMTIME time{};
+    GetSystemTime(&time);
+    char text[32]{};
+    snprintf(text, sizeof(text), "%04u-%02u-%02uT%02u:%02u:%02uZ", time.wYear, time.wMonth, time.wDay, time.wHour,
+             time.wMinute, time.wSecond);
+    return text;
+}
+
+std::string MachineName()
+{
+    wchar_t name[256]{};
+    DWORD length = 256;
+    return GetComputerNameExW(ComputerNameDnsHostname, name, &length) ? ToUtf8({name, length}) : std::string();
+}
+
+// Plans one product after the other, as they would go.
+class CPlanner
+{
+public:
+    CPlanner(const CLibrary& usedLibrary, Plan& madePlan)
+        : library(usedLibrary),
+          plan(madePlan),
+          libraryFolder(FolderOf(ToWide(usedLibrary.Path()))),
+          programFolder(FolderOf(ModulePath(nullptr))),
+          forbidden(libraryFolder)
+    {}
+
+    void PlanCatalogue(int kind);
+    void PlanNamed(const Product& product);
+
+private:
+    struct Catalogue
+    {
+        CProducts products;
+        ProductList installed; // less what an earlier run of this sweep removes
+        bool loaded = false;
+    };
+
+    Catalogue& Load(int kind);
+    void PlanRun(int kind, const UninstallSelection& selection, std::size_t chosen);
+    void PlanProduct(int kind, const CProduct& product, PlannedProduct::Why why, const CheckList& checkList,
+                     const std::vector<AskedProduct>& asked, const CUsers& users);
+    void AddTotals(PlannedProduct& product);
+
+    const CLibrary& library;
+    Plan& plan;
+    std::wstring libraryFolder;
+    std::wstring programFolder;
+    CForbiddenPlaces forbidden;
+    CSweptPlaces swept;
+    Catalogue catalogues[2];
+};
+
+CPlanner::Catalogue& CPlanner::Load(int kind)
+{
+    Catalogue& catalogue = catalogues[kind == PRODSWEEP_KIND_OWN ? 0 : 1];
+    if (catalogue.loaded)
+        return catalogue;
+    const std::wstring file = library.CatalogueFile(kind);
+    if (!catalogue.products.Load(file.c_str(), kind, nullptr))
+        throw CFailure(exitBadCatalogue, "the catalogue \"" + ToUtf8(file) + "\" changed while it was read.");
+    // The code that is linked in here takes this program's folder for the library's. The library knows better.
+    for (CProduct& product : catalogue.products.products)
+        product.file = libraryFolder + product.file.substr(programFolder.size());
+    catalogue.products.GetInstalledProducts(catalogue.installed, kind);
+    catalogue.loaded = true;
+    plan.catalogues += DigestOfFile(file);
+    return catalogue;
+}
+
+void CPlanner::PlanCatalogue(int kind)
+{
+    const Catalogue& catalogue = Load(kind);
+    UninstallSelection selection;
+    selection.uninstallList = plan.selection.forceAll ? catalogue.products.products : catalogue.installed;
+    const std::size_t chosen = selection.uninstallList.size();
+    if (plan.selection.allInstalled)
+        catalogue.products.WidenAllInstalled(selection.uninstallList);
+    PlanRun(kind, selection, chosen);
+}
+
+void CPlanner::PlanNamed(const Product& product)
+{
+    const WideStringList name = {ToWide(product.name)};
+    Catalogue& catalogue = Load(product.kind);
+    const bool force = plan.selection.force;
+    const std::size_t place = plan.products.size();
+    PlanRun(product.kind,
+            catalogue.products.Uninstall(force ? WideStringList() : name, force ? name : WideStringList(), product.kind,
+                                         catalogue.installed),
+            1);
+    // The next one is removed when this one is gone, and so does not protect anything any more. One whose descriptor
+    // can't be read stays.
+    if (place < plan.products.size() && plan.products[place].fault.empty())
+        std::erase_if(catalogue.installed, [&](const CProduct& other) { return other.name == name.front(); });
+}
+
+void CPlanner::PlanRun(int kind, const UninstallSelection& selection, std::size_t chosen)
+{
+    CheckList checkList;
+    std::vector<AskedProduct> asked;
+    std::vector<std::string> names;
+    for (const CProduct& product : selection.asked)
+    {
+        checkList.emplace_back(product.file, FolderLook::LeavesNoTrace);
+        names.push_back(ToUtf8(product.name));
+        asked.push_back({names.back(), ToUtf8(product.file), OpenDescriptor(product.file).root != nullptr});
+    }
+    const CUsers users(checkList, names);
+    for (std::size_t i = 0; i < selection.uninstallList.size(); ++i)
+        PlanProduct(kind, selection.uninstallList[i],
+                    i < chosen ? PlannedProduct::Why::Chosen : PlannedProduct::Why::CleanUp, checkList, asked, users);
+}
+
+void CPlanner::PlanProduct(int kind, const CProduct& product, PlannedProduct::Why why, const CheckList& checkList,
+                           const std::vector<AskedProduct>& asked, const CUsers& users)
+{
+    PlannedProduct& planned = plan.products.emplace_back();
+    planned.name = ToUtf8(product.name);
+    planned.kind = kind;
+    planned.why = why;
+    planned.installed =
+        CProducts::IsProductInList(catalogues[kind == PRODSWEEP_KIND_OWN ? 0 : 1].installed, product.name);
+    planned.descriptor = ToUtf8(product.file);
+    planned.descriptorDigest = DigestOfFile(product.file);
+    planned.asked = asked;
+    const LookContext context{users, forbidden, swept, planned, plan};
+    CPlannedRemoval removal(product.name, product.file, checkList, users);
+    if (!removal.Record())
+    {
+        planned.fault = planned.descriptorDigest.empty() ? "it is missing" : "it cannot be read as a descriptor";
+        context.Warn("", "Its descriptor \"" + planned.descriptor + "\" " +
+                             (planned.descriptorDigest.empty() ? "is missing" : "cannot be read as one") +
+                             "; nothing of it would be removed.");
+    }
+    else
+    {
+        PlanStages(removal, context, libraryFolder, programFolder);
+    }
+    for (const std::wstring& opCode : removal.UnknownOpCodes())
+        context.Warn("", "Entries with the unknown op_code \"" + ToUtf8(opCode) + "\" do nothing.");
+    planned.asksRestart = removal.RestartRequired();
+    planned.restart = planned.asksRestart;
+    AddTotals(planned);
+}
+
+void CPlanner::AddTotals(PlannedProduct& product)
+{
+    PlannedContents& total = plan.total;
+    for (const PlannedStage& stage : product.stages)
+    {
+        for (const PlannedItem& item : stage.items)
+        {
+            const PlannedContents& part = item.contents;
+            total.folders += part.folders;
+            total.files += part.files;
+            total.bytes += part.bytes;
+            total.links += part.links;
+            total.keys += part.keys;
+            total.values += part.values;
+            total.inUse += part.inUse + (item.state == ItemState::InUse && part.inUse == 0 ? 1 : 0);
+            total.atRestart += part.atRestart;
+            total.complete = total.complete && part.complete;
+            if (part.atRestart != 0)
+                product.restart = true;
+        }
+    }
+    plan.restart = plan.restart || product.restart;
+}
+
+} // namespace
+
+Plan MakePlan(const CLibrary& library, const PlanSelection& selection)
+{
+    try
+    {
+        const CComUse com;
+        Plan plan;
+        plan.library = library.Path();
+        plan.machine = MachineName();
+        plan.made = Now();
+        plan.selection = selection;
+        CPlanner planner(library, plan);
+        const std::vector<Product> chosen = ChosenProducts(selection, library);
+        if (IsWholeCatalogue(selection))
+        {
+            planner.PlanCatalogue(FlagsOf(selection));
+            return plan;
+        }
+        for (const Product& product : chosen)
+        {
+            if (product.installed || selection.force)
+                planner.PlanNamed(product);
+            else
+                plan.notInstalled.push_back(product.name);
+        }
+        return plan;
+    }
+    catch (const CComError&)
+    {
+        throw CFailure(exitNoMemory, "memory is short.");
+    }
+}
+
+} // namespace prodsweep

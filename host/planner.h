@@ -1,0 +1,15 @@
+// Finds out what a removal would do, with the library's own code up to where it would begin to do it, and a look at
+// the machine from there on.
+#pragma once
+
+#include "plan.h"
+
+namespace prodsweep {
+
+class CLibrary;
+
+// The removal that "uninstall" would run for this selection: product by product for names, in one run for a whole
+// catalogue. Changes nothing. Throws CFailure.
+Plan MakePlan(const CLibrary& library, const PlanSelection& selection);
+
+} // namespace prodsweep

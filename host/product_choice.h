@@ -1,0 +1,48 @@
+// Which products a command is about, as uninstall and plan take it from the command line.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "plan.h"
+#include "product.h"
+
+namespace CLI {
+class App;
+}
+
+namespace prodsweep {
+
+class CLibrary;
+
+class CProductChoice
+{
+public:
+    // Declares NAME, --kind, --force, --all-installed, --force-all and --library. This object must outlive command.
+    void AddOptions(CLI::App& command);
+
+    // What is wrong with the options as a whole. Throws CFailure.
+    void Check() const;
+
+    const PlanSelection& Selection() const { return selection; }
+    const std::string& LibraryPath() const { return libraryPath; }
+
+private:
+    CLI::App* parser = nullptr;
+    PlanSelection selection;
+    std::string libraryPath;
+};
+
+// A whole catalogue, and not products by name.
+bool IsWholeCatalogue(const PlanSelection& selection);
+
+// PRODSWEEP_LIST_...; for a single kind also its PRODSWEEP_KIND_... number.
+int FlagsOf(const PlanSelection& selection);
+
+// The chosen products of the catalogues: by name in the order of the names, else in the catalogue's. Throws CFailure.
+std::vector<Product> ChosenProducts(const PlanSelection& selection, const CLibrary& library);
+
+// The product of that name and kind; null when there is none.
+const Product* FindProduct(const std::vector<Product>& products, const Product& wanted);
+
+} // namespace prodsweep

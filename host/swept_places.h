@@ -1,0 +1,33 @@
+// What the items of a sweep take along that come before the one that is looked at.
+#pragma once
+
+#include <map>
+#include <string>
+
+namespace prodsweep {
+
+class CSweptPlaces
+{
+public:
+    // A file or folder with all below it; a key with all below it. They may be given in any case.
+    void AddPath(const std::wstring& path) { Add(paths, path); }
+    void AddKey(const std::wstring& key) { Add(keys, key); }
+    // Something of another kind that is done once: a service that was disabled.
+    void AddDone(const std::wstring& what) { Add(done, what); }
+
+    // The place, as it was added, that takes this along: it is that place or lies below it. Empty: none does.
+    std::wstring TakesPath(const std::wstring& path) const { return Find(paths, path); }
+    std::wstring TakesKey(const std::wstring& key) const { return Find(keys, key); }
+    bool IsDone(const std::wstring& what) const;
+
+private:
+    using Places = std::map<std::wstring, std::wstring>; // in lower case, as added
+    static void Add(Places& places, const std::wstring& place);
+    static std::wstring Find(const Places& places, const std::wstring& place);
+
+    Places paths;
+    Places keys;
+    Places done;
+};
+
+} // namespace prodsweep
