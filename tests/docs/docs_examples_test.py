@@ -18,11 +18,13 @@ from windows import BUILD, Installation, REPORTS  # noqa: E402
 
 import pyreport  # noqa: E402
 
+WARNINGS = ["-Wall", "-Wextra", "-Wpedantic", "-Werror"]
+# What the pages call a compiler, and the one that is meant, with options that let no warning pass.
 COMPILERS = {
-    "x86_64-w64-mingw32-g++-posix": os.environ.get("PRODSWEEP_CXX", "x86_64-w64-mingw32-g++-posix"),
-    "x86_64-w64-mingw32-gcc-posix": os.environ.get("PRODSWEEP_CC", "x86_64-w64-mingw32-gcc-posix"),
+    "x86_64-w64-mingw32-g++-posix": [os.environ.get("PRODSWEEP_CXX", "x86_64-w64-mingw32-g++-posix"), *WARNINGS],
+    "x86_64-w64-mingw32-gcc-posix": [os.environ.get("PRODSWEEP_CC", "x86_64-w64-mingw32-gcc-posix"), *WARNINGS],
+    "makensis": ["makensis", "-WX"],
 }
-STRICT = ["-Wall", "-Wextra", "-Wpedantic", "-Werror"]
 
 UNINSTALL = r"HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall"
 NOTES = rf'reg add "{UNINSTALL}\{{C88CB445-D6F8-4480-80D0-46AC8CF573AE}}" /f'
@@ -81,9 +83,9 @@ class Programs(unittest.TestCase):
         compiler, *arguments = shlex.split(command)
         arguments = [re.sub(r"^include$", str(ROOT / "include"),
                             re.sub(r"^build/mingw-release(?=/)", str(BUILD), argument)) for argument in arguments]
-        made = subprocess.run([COMPILERS[compiler], *STRICT, *arguments], cwd=self.host.folder, capture_output=True,
+        made = subprocess.run([*COMPILERS[compiler], *arguments], cwd=self.host.folder, capture_output=True,
                               text=True, check=False)
-        self.assertEqual((made.returncode, made.stderr), (0, ""), fence.name)
+        self.assertEqual((made.returncode, made.stderr), (0, ""), f"{fence.name}: {made.stdout}")
 
     def test_each_program_builds_without_a_warning_and_prints_what_the_page_shows(self):
         programs = [program for page in pages.all_pages() for program in shown.programs(page)]
@@ -212,7 +214,7 @@ class Reference(unittest.TestCase):
         header = pages.read(ROOT / "host" / "exit_codes.h")
         names = dict(re.findall(r"constexpr int (\w+) = (\w+);", header))
         numbers = subprocess.run(
-            [COMPILERS["x86_64-w64-mingw32-gcc-posix"], "-E", "-P", "-include", "windows.h", "-xc", "-"],
+            [COMPILERS["x86_64-w64-mingw32-gcc-posix"][0], "-E", "-P", "-include", "windows.h", "-xc", "-"],
             input="\n".join(f"exit {value}" for value in names.values()), capture_output=True, text=True, check=True)
         # The compiler leaves numbers as they were written: "5", "__MSABI_LONG(5)", "5L".
         found = re.findall(r"^exit \D*(\d+)", numbers.stdout, re.MULTILINE)

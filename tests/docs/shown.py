@@ -44,7 +44,7 @@ def programs(page):
     blocks = pages.fences(pages.read(page))
     found = []
     for number, fence in enumerate(blocks):
-        if fence.language in ("c", "cpp") and fence.name:
+        if fence.language in ("c", "cpp", "nsis") and fence.name:
             below = blocks[number + 1:number + 3]
             if [block.language for block in below] != ["text", "sh"]:
                 raise ValueError(f"{page.name}:{fence.line}: {fence.name} has no output and no command line behind it")
