@@ -2,6 +2,7 @@
 
 #include "explain_command.h"
 #include "list_command.h"
+#include "pending_command.h"
 #include "plan_command.h"
 #include "uninstall_command.h"
 
@@ -14,6 +15,7 @@ std::vector<std::unique_ptr<ICommand>> MakeCommands(CLI::App& parser)
     commands.push_back(std::make_unique<CExplainCommand>(parser));
     commands.push_back(std::make_unique<CPlanCommand>(parser));
     commands.push_back(std::make_unique<CUninstallCommand>(parser));
+    commands.push_back(std::make_unique<CPendingCommand>(parser));
     return commands;
 }
 

@@ -6,6 +6,7 @@
 namespace prodsweep {
 
 constexpr int exitDone = ERROR_SUCCESS;
+constexpr int exitQueued = 1; // no error: the answer of "pending --check"
 constexpr int exitNoLibrary = ERROR_FILE_NOT_FOUND;
 constexpr int exitBadCatalogue = ERROR_INVALID_DATA;
 constexpr int exitNoMemory = ERROR_OUTOFMEMORY;

@@ -21,14 +21,15 @@ constexpr const char* description = "Finds and removes installed software produc
 constexpr const char* exitCodeHelp = R"(
 Exit codes:
   0    done
+  1    pending --check: the path is queued for deletion
   2    the library is missing
   13   a catalogue is missing or cannot be read
   87   the command line is wrong
-  740  a removal needs an administrator's rights
+  740  an administrator's rights are needed
   1602 the removal was declined
   1603 a removal failed, or something remains
   1605 a product is in no catalogue
-  1618 another removal by this program is running
+  1618 a removal by this program is running
   3010 done, and a restart is needed to finish
 Any other code is that of the Windows error that is told on standard error.
 )";

@@ -1,0 +1,31 @@
+// prodsweep pending: what the system does at the next restart, and taking a deletion out of it.
+#pragma once
+
+#include <string>
+
+#include "command.h"
+
+namespace prodsweep {
+
+class CPendingCommand : public ICommand
+{
+public:
+    explicit CPendingCommand(CLI::App& parser);
+
+    bool IsChosen() const override;
+    bool WantsJson() const override { return json; }
+    int Run(const COutput& out) override;
+
+private:
+    int List(const COutput& out) const;
+    int Check(const COutput& out) const;
+    int Cancel(const COutput& out) const;
+
+    CLI::App* command;
+    bool json = false;
+    std::string checkedPath;
+    std::string cancelledPath;
+    std::string libraryPath;
+};
+
+} // namespace prodsweep

@@ -1,0 +1,38 @@
+#include "pending_command.h"
+
+#include <CLI/CLI.hpp>
+#include <gtest/gtest.h>
+
+#include "exit_codes.h"
+#include "failure.h"
+#include "output.h"
+#include "support/import_patch.h"
+
+namespace prodsweep {
+namespace {
+
+BOOL WINAPI SayNoMember(HANDLE, PSID, PBOOL member)
+{
+    *member = FALSE;
+    return TRUE;
+}
+
+TEST(PendingCommandTest, CancellingNeedsAnAdministratorsRights)
+{
+    const test::ImportPatch patch(nullptr, "CheckTokenMembership", SayNoMember);
+    CLI::App parser;
+    CPendingCommand command(parser);
+    parser.parse(R"(pending --cancel "C:/no such")", false);
+    try
+    {
+        command.Run(COutput(STD_OUTPUT_HANDLE));
+        ADD_FAILURE() << "it ran";
+    }
+    catch (const CFailure& failure)
+    {
+        EXPECT_EQ(exitNeedsRights, failure.ExitCode());
+    }
+}
+
+} // namespace
+} // namespace prodsweep

@@ -1,0 +1,108 @@
+#include "pending_path.h"
+
+#include <algorithm>
+#include <iterator>
+#include <string_view>
+
+#include <windows.h>
+
+namespace prodsweep {
+
+namespace {
+
+struct Prefix
+{
+    std::wstring_view native;
+    std::wstring_view plain;
+};
+
+// The first that fits counts.
+constexpr Prefix prefixes[] = {
+    {L"\\??\\UNC\\", L"\\\\"}, {L"\\\\?\\UNC\\", L"\\\\"}, {L"\\??\\", L""},
+    {L"\\\\?\\", L""},         {L"\\DosDevices\\", L""},
+};
+
+bool SameText(std::wstring_view left, std::wstring_view right)
+{
+    return CompareStringOrdinal(left.data(), static_cast<int>(left.size()), right.data(),
+                                static_cast<int>(right.size()), TRUE) == CSTR_EQUAL;
+}
+
+bool StartsWith(std::wstring_view text, std::wstring_view start)
+{
+    return text.size() >= start.size() && SameText(text.substr(0, start.size()), start);
+}
+
+const Prefix* PrefixOf(std::wstring_view path)
+{
+    const auto* prefix = std::find_if(std::begin(prefixes), std::end(prefixes),
+                                      [&](const Prefix& candidate) { return StartsWith(path, candidate.native); });
+    return prefix == std::end(prefixes) ? nullptr : prefix;
+}
+
+bool IsOnDrive(std::wstring_view path) { return path.size() >= 3 && path[1] == L':' && path[2] == L'\\'; }
+
+std::wstring WithoutTrailingSeparators(std::wstring path)
+{
+    // "C:\" is the drive's root, and "C:" is not.
+    while (!path.empty() && path.back() == L'\\' && !(path.size() == 3 && IsOnDrive(path)))
+        path.pop_back();
+    return path;
+}
+
+// The system's long name of an existing path on a drive; empty when there is none.
+std::wstring LongNameOf(const std::wstring& path)
+{
+    // Beyond that length only paths that are so marked are taken.
+    const std::wstring marker = path.size() < MAX_PATH ? L"" : L"\\\\?\\";
+    std::wstring name(32768, L'\0');
+    const DWORD length = GetLongPathNameW((marker + path).c_str(), name.data(), static_cast<DWORD>(name.size()));
+    if (length <= marker.size() || length >= name.size())
+        return {};
+    return name.substr(marker.size(), length - marker.size());
+}
+
+} // namespace
+
+std::wstring PathOfEntry(const std::wstring& entry)
+{
+    const Prefix* prefix = PrefixOf(entry);
+    return WithoutTrailingSeparators(
+        prefix == nullptr ? entry : std::wstring(prefix->plain) + entry.substr(prefix->native.size()));
+}
+
+std::wstring FullPathOf(const std::wstring& typed)
+{
+    // Behind such a prefix everything counts as it stands, dots and blanks at the end too.
+    if (PrefixOf(typed) != nullptr)
+        return PathOfEntry(typed);
+    std::wstring full(32768, L'\0');
+    const DWORD length = GetFullPathNameW(typed.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr);
+    full.resize(length < full.size() ? length : 0);
+    return WithoutTrailingSeparators(full);
+}
+
+std::wstring WithLongNames(const std::wstring& path)
+{
+    // All short names have it, and no look at a drive is needed without.
+    if (path.find(L'~') == std::wstring::npos || !IsOnDrive(path))
+        return path;
+    // What is yet to be written has no names to ask for, but the folders above it have.
+    for (std::size_t end = path.size(); end != std::wstring::npos && end > 2; end = path.rfind(L'\\', end - 1))
+    {
+        if (const std::wstring name = LongNameOf(path.substr(0, end)); !name.empty())
+            return name + path.substr(end);
+    }
+    return path;
+}
+
+bool IsSamePath(const std::wstring& left, const std::wstring& right) { return SameText(left, right); }
+
+bool IsBelow(const std::wstring& folder, const std::wstring& path)
+{
+    const bool endsInSeparator = folder.ends_with(L'\\');
+    return !folder.empty() && path.size() > folder.size() && StartsWith(path, folder) &&
+           (endsInSeparator || path[folder.size()] == L'\\');
+}
+
+} // namespace prodsweep

@@ -1,0 +1,90 @@
+#include "pending_report.h"
+
+#include <algorithm>
+
+#include "pending_path.h"
+#include "table.h"
+#include "text.h"
+
+namespace prodsweep {
+
+namespace {
+
+std::string Quoted(const std::wstring& path) { return '"' + Printable(ToUtf8(path)) + '"'; }
+
+std::string PathCell(const PendingOperation& operation)
+{
+    std::string cell = ToUtf8(operation.path);
+    if (!operation.target.empty())
+        cell += " -> " + ToUtf8(operation.target);
+    return operation.replaces ? cell + " (replacing it)" : cell;
+}
+
+std::string ProductCell(const std::vector<Product>& products)
+{
+    std::string cell;
+    for (const Product& product : products)
+        cell += (cell.empty() ? "" : ", ") + product.name;
+    return cell.empty() ? "-" : cell;
+}
+
+std::string ClosingSentence(const std::vector<PendingLine>& lines)
+{
+    if (lines.empty())
+        return "Nothing waits for the next restart.\n";
+    const auto owned =
+        std::count_if(lines.begin(), lines.end(), [](const auto& line) { return !line.products.empty(); });
+    return "\n" + std::to_string(lines.size()) + (lines.size() == 1 ? " operation waits" : " operations wait") +
+           " for the next restart, " + std::to_string(owned) + " of the catalogues' products.\n";
+}
+
+} // namespace
+
+const char* ActionWord(PendingAction action)
+{
+    switch (action)
+    {
+    case PendingAction::Delete:
+        return "delete";
+    case PendingAction::Rename:
+        return "rename";
+    case PendingAction::Unclear:
+        break;
+    }
+    return "unclear";
+}
+
+std::string PendingAsText(const PendingReport& report)
+{
+    CTable table({"", "Action", "Path", "Product"});
+    for (std::size_t i = 0; i < report.lines.size(); ++i)
+        table.Add({std::to_string(i + 1), ActionWord(report.lines[i].operation.action),
+                   PathCell(report.lines[i].operation), ProductCell(report.lines[i].products)});
+    std::string text = (report.lines.empty() ? "" : table.Text()) + ClosingSentence(report.lines);
+    for (const std::string& fault : report.faults)
+        text += "Note: " + fault + "\n";
+    return text;
+}
+
+std::string CheckAsText(const std::wstring& path, const std::vector<PendingOperation>& deletions)
+{
+    if (deletions.empty())
+        return Quoted(path) + " is not queued for deletion.\n";
+    // The nearest stands first; a folder above counts only where the path itself is not queued.
+    if (const std::wstring& queued = deletions.front().path; IsBelow(WithLongNames(queued), WithLongNames(path)))
+        return Quoted(path) + " is not queued itself, but the folder above it is: " + Quoted(queued) +
+               " is deleted at the next restart, if it is empty by then.\n";
+    return Quoted(path) + " is queued for deletion at the next restart.\n";
+}
+
+std::string CancelAsText(const std::wstring& path, const std::vector<PendingOperation>& cancelled)
+{
+    if (cancelled.empty())
+        return Quoted(path) + " was not queued for deletion; nothing was changed.\n";
+    std::string sentence = "No longer queued for deletion: ";
+    for (std::size_t i = 0; i < cancelled.size(); ++i)
+        sentence += (i == 0 ? "" : ", ") + Quoted(cancelled[i].path);
+    return sentence + ".\n";
+}
+
+} // namespace prodsweep
