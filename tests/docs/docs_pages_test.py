@@ -71,8 +71,8 @@ static bool Helper(const Text& text)
 
     def test_escapes_joined_literals_levels_and_functions_are_read(self):
         self.assertEqual(log_lines.of_source(self.SOURCE), [
-            log_lines.LogLine('one "%s" \\ two', "4", "CThing::CThing"),
-            log_lines.LogLine("spread over lines", "10", "Helper"),
+            log_lines.LogLine('one "%s" \\ two', "error", "CThing::CThing"),
+            log_lines.LogLine("spread over lines", "trace", "Helper"),
         ])
 
 

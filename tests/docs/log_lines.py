@@ -3,7 +3,7 @@ import pathlib
 import re
 from typing import NamedTuple
 
-LEVELS = {"LogError": "4", "LogWarning": "8", "LogTrace": "10", "LogSkipped": "20"}
+LEVELS = {"LogError": "error", "LogWarning": "tolerated", "LogTrace": "trace", "LogSkipped": "skipped"}
 
 # A function's definition starts in the first column here, and nothing that logs is written inside a class.
 _DEFINITION = re.compile(r"^(?=[A-Za-z_])[^(\n]*?([\w:~]+)\(", re.MULTILINE)
@@ -13,7 +13,7 @@ _ESCAPES = {"\\\"": "\"", "\\\\": "\\", "\\t": "\t"}
 
 class LogLine(NamedTuple):
     text: str  # without the blanks and tabs around it, which a page does not show
-    level: str  # as a record has it, hexadecimal
+    level: str  # in the word that the log shows
     function: str
 
 
