@@ -77,6 +77,11 @@ static bool Helper(const Text& text)
 
 
 class Links(unittest.TestCase):
+    def test_index_leads_to_each_page(self):
+        index = pages.read(DOCS / "README.md")
+        self.assertEqual([page.name for page in sorted(DOCS.glob("*.md"))
+                          if page.name != "README.md" and f"]({page.name}" not in index], [])
+
     def test_each_relative_link_leads_somewhere(self):
         dead, seen = [], 0
         for page in pages.all_pages():
