@@ -97,6 +97,16 @@ class Links(unittest.TestCase):
         self.assertGreater(seen, 20)
 
 
+class Headings(unittest.TestCase):
+    def test_no_page_has_a_heading_twice(self):
+        twice = []
+        for page in pages.all_pages():
+            headings = re.findall(r"^#+ .+$", pages.prose(pages.read(page)), re.MULTILINE)
+            twice += [f"{page.name}: {heading}" for heading in set(headings) if headings.count(heading) > 1]
+        # A changelog has the same parts in each release.
+        self.assertEqual([line for line in twice if not line.startswith("CHANGELOG")], [])
+
+
 class Commands(unittest.TestCase):
     def test_each_command_of_dev_that_a_page_names_is_one(self):
         known = set(re.findall(r"^  (\w+)\)", pages.read(ROOT / "dev"), re.MULTILINE))
