@@ -1,4 +1,4 @@
-"""The built DLL as a file: what it is, what it offers, what it asks of the system."""
+"""The built DLLs as files: what they are, what they offer, what they ask of the system."""
 import os
 import pathlib
 import re
@@ -11,11 +11,16 @@ import pyreport  # noqa: E402
 
 BUILD = pathlib.Path(os.environ["PRODSWEEP_BUILD"])
 VERSION = os.environ["PRODSWEEP_VERSION"]
-DLL = BUILD / "bin" / "prodsweep.dll"
+ROOT = pathlib.Path(__file__).resolve().parents[2]
 
 EXPORTS = {
     "GetProducts", "GetInstalledProducts", "GetInstalledProductsEx", "UninstallProducts", "UninstallProduct",
     "UninstallForceAll", "UninstallAllInstalled", "GetProgressPercent",
+}
+LOG_EXPORTS = {
+    "LogInit", "LogApplySettings", "LogSetSettingsFile", "LogEnable", "LogSetLevel", "LogSetPath", "LogSetType",
+    "LogSetMode", "LogSetMaxSize", "LogSetDepth", "LogWrite", "LogIsEnabled", "LogDeinit", "LogUninitDeskMetrics",
+    "LogTrackEvent", "LogTrackEventData",
 }
 WINDOWS_OWN = {
     "advapi32.dll", "kernel32.dll", "msvcrt.dll", "ole32.dll", "oleaut32.dll", "shell32.dll", "shlwapi.dll", "user32.dll",
@@ -26,10 +31,12 @@ BOUND_AT_RUN_TIME = re.compile(
     r"|RtlCreateUnicodeString|RtlFreeUnicodeString|Log[A-Z].*")
 
 
-class ImageTest(unittest.TestCase):
+class Image:
+    """What holds for both; the classes below name the file and what is special to it."""
+
     @classmethod
     def setUpClass(cls):
-        cls.image = pe_image.Image(DLL)
+        cls.image = pe_image.Image(BUILD / "bin" / cls.file)
 
     def test_is_a_64_bit_library(self):
         self.assertEqual(pe_image.PE32_PLUS, self.image.magic)
@@ -38,23 +45,13 @@ class ImageTest(unittest.TestCase):
 
     def test_exports_are_the_interface_undecorated_and_no_more(self):
         exports = self.image.exports()
-        self.assertEqual(EXPORTS, set(exports))
-        self.assertEqual(len(EXPORTS), len(exports))
-
-    def test_public_header_declares_the_exports(self):
-        header = (pathlib.Path(__file__).resolve().parents[2] / "include" / "prodsweep" / "prodsweep.h").read_text("utf-8")
-        declared = re.findall(r"^\s*PRODSWEEP_API \w+ (\w+)\(", header, re.MULTILINE)
-        self.assertEqual(EXPORTS, set(declared))
+        self.assertEqual(self.exports, set(exports))
+        self.assertEqual(len(self.exports), len(exports))
 
     def test_imports_come_from_windows_own_libraries(self):
         self.assertLess(0, len(self.image.imports()))
         self.assertEqual(set(), set(self.image.imports()) - WINDOWS_OWN)
         self.assertEqual((0, 0), self.image.directories[pe_image.DELAYED_IMPORTS])
-
-    def test_nothing_is_imported_that_is_bound_at_run_time(self):
-        functions = [name for names in self.image.imports().values() for name in names]
-        self.assertEqual([], [name for name in functions if BOUND_AT_RUN_TIME.fullmatch(name)])
-        self.assertIn("GetProcAddress", functions)
 
     def test_may_lie_anywhere_in_memory_and_runs_no_data(self):
         for flag in (pe_image.HIGH_ENTROPY_VA, pe_image.DYNAMIC_BASE, pe_image.NX_COMPAT):
@@ -73,7 +70,7 @@ class ImageTest(unittest.TestCase):
         numbers = tuple(int(part) for part in VERSION.split(".")) + (0,)
         self.assertEqual((numbers, numbers), pe_image.fixed_version(resource))
         self.assertEqual(VERSION, pe_image.version_text(resource, "FileVersion"))
-        self.assertEqual("prodsweep.dll", pe_image.version_text(resource, "OriginalFilename"))
+        self.assertEqual(self.file, pe_image.version_text(resource, "OriginalFilename"))
 
     def test_carries_no_time(self):
         self.assertEqual(0, self.image.timestamp)
@@ -81,6 +78,34 @@ class ImageTest(unittest.TestCase):
     def test_brings_no_handler_that_prints(self):
         # The runtime's own, for exceptions that nobody catches, comes with formatted output and a demangler.
         self.assertNotIn(b"terminate called", self.image.data)
+
+
+class ImageTest(Image, unittest.TestCase):
+    file = "prodsweep.dll"
+    exports = EXPORTS
+
+    def test_public_header_declares_the_exports(self):
+        header = (ROOT / "include" / "prodsweep" / "prodsweep.h").read_text("utf-8")
+        declared = re.findall(r"^\s*PRODSWEEP_API \w+ (\w+)\(", header, re.MULTILINE)
+        self.assertEqual(EXPORTS, set(declared))
+
+    def test_nothing_is_imported_that_is_bound_at_run_time(self):
+        functions = [name for names in self.image.imports().values() for name in names]
+        self.assertEqual([], [name for name in functions if BOUND_AT_RUN_TIME.fullmatch(name)])
+        self.assertIn("GetProcAddress", functions)
+
+
+class LogImageTest(Image, unittest.TestCase):
+    file = "log.dll"
+    exports = LOG_EXPORTS
+
+    def test_header_declares_the_exports(self):
+        header = (ROOT / "include" / "prodsweep" / "log.h").read_text("utf-8")
+        self.assertEqual(LOG_EXPORTS, set(re.findall(r"^\s*\w+ (Log\w+)\(", header, re.MULTILINE)))
+
+    def test_prodsweep_binds_all_of_them_and_no_other(self):
+        client = (ROOT / "src" / "environment" / "log_client.cpp").read_text("utf-8")
+        self.assertEqual(LOG_EXPORTS, set(re.findall(r'"(Log\w+)"', client)))
 
 
 if __name__ == "__main__":

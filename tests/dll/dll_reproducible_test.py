@@ -13,14 +13,15 @@ import pyreport  # noqa: E402
 BUILD = pathlib.Path(os.environ["PRODSWEEP_BUILD"])
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 PRESET = BUILD.name
-FILES = ["bin/prodsweep.dll", "lib/libprodsweep.dll.a", "lib/prodsweep.lib"]
+FILES = ["bin/prodsweep.dll", "bin/log.dll", "lib/libprodsweep.dll.a", "lib/prodsweep.lib"]
 
 
 class ReproducibleTest(unittest.TestCase):
     def build(self, root):
         environment = {**os.environ, "CCACHE_DISABLE": "1"}
         for command in (["cmake", "--preset", PRESET, "-DBUILD_TESTING=OFF"],
-                        ["cmake", "--build", f"build/{PRESET}", "--target", "prodsweep", "prodsweep_import_library"]):
+                        ["cmake", "--build", f"build/{PRESET}", "--target", "prodsweep", "prodsweep_log_dll",
+                         "prodsweep_import_library"]):
             ended = subprocess.run(command, cwd=root, env=environment, capture_output=True, text=True, check=False)
             self.assertEqual(0, ended.returncode, ended.stdout[-3000:] + ended.stderr[-3000:])
 
