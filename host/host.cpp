@@ -10,6 +10,7 @@
 #include "failure.h"
 #include "json.h"
 #include "output.h"
+#include "run_log.h"
 #include "text.h"
 
 namespace prodsweep {
@@ -22,7 +23,7 @@ constexpr const char* exitCodeHelp = R"(
 Exit codes:
   0    done
   1    pending --check: the path is queued for deletion
-  2    the library is missing
+  2    the library is missing, or the log.dll for --log
   13   a catalogue is missing or cannot be read
   87   the command line is wrong
   740  an administrator's rights are needed
@@ -44,10 +45,11 @@ int Fail(const COutput& err, int code, const std::string& sentence)
     return code;
 }
 
-int RunCommand(ICommand& command, const COutput& out, const COutput& err)
+int RunCommand(ICommand& command, const CLogOptions& logOptions, const COutput& out, const COutput& err)
 {
     try
     {
+        const CRunLog log(logOptions);
         const int code = command.Run(out);
         return code == exitNotWritten ? Fail(err, code, "the output cannot be written.") : code;
     }
@@ -74,6 +76,9 @@ int RunHost(std::vector<std::string> arguments, const COutput& out, const COutpu
     parser.set_version_flag("--version", "prodsweep " PRODSWEEP_VERSION, "Print the version");
     parser.set_help_flag("-h,--help", "Print this help");
     parser.footer(exitCodeHelp);
+    // The options of the log may also stand behind a command.
+    parser.fallthrough();
+    const CLogOptions logOptions(parser);
     const auto commands = MakeCommands(parser);
 
     try
@@ -96,7 +101,7 @@ int RunHost(std::vector<std::string> arguments, const COutput& out, const COutpu
     }
     const auto chosen =
         std::find_if(commands.begin(), commands.end(), [](const auto& command) { return command->IsChosen(); });
-    return RunCommand(**chosen, out, err);
+    return RunCommand(**chosen, logOptions, out, err);
 }
 
 } // namespace prodsweep

@@ -1,0 +1,137 @@
+#include "run_log.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include <CLI/CLI.hpp>
+
+#include "environment/log.h"
+#include "exit_codes.h"
+#include "failure.h"
+#include "module_path.h"
+#include "prodsweep/log.h"
+#include "text.h"
+
+namespace prodsweep {
+
+namespace {
+
+struct Level
+{
+    const char* name;
+    int number;
+};
+
+constexpr Level levelNames[] = {
+    {"error", LOG_LEVEL_ERROR}, {"tolerated", LOG_LEVEL_TOLERATED},
+    {"trace", LOG_LEVEL_TRACE}, {"skipped", LOG_LEVEL_SKIPPED},
+    {"all", LOG_LEVEL_ALL},
+};
+
+std::string Quoted(const std::wstring& path) { return '"' + ToUtf8(path) + '"'; }
+
+std::string ErrorText(DWORD error) { return " (Windows error " + std::to_string(error) + ")."; }
+
+HMODULE LoadLogger(const std::wstring& path)
+{
+    if (GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES)
+        throw CFailure(exitNoLibrary, "--log needs the logger " + Quoted(path) + ", which is missing.");
+    const HMODULE module = LoadLibraryExW(path.c_str(), nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
+    const DWORD error = GetLastError();
+    if (module == nullptr)
+        throw CFailure(static_cast<int>(error), "the logger " + Quoted(path) + " cannot be loaded" + ErrorText(error));
+    return module;
+}
+
+template <class Function>
+Function* Bind(HMODULE logger, const char* name)
+{
+    auto* const address = reinterpret_cast<void*>(GetProcAddress(logger, name));
+    if (address == nullptr)
+        throw CFailure(exitNoExport,
+                       Quoted(ModulePath(logger)) + " cannot be set up: it has no function " + name + ".");
+    return reinterpret_cast<Function*>(address);
+}
+
+// The logger itself would lose all lines without a word.
+void CheckFile(const std::wstring& file)
+{
+    const HANDLE handle = CreateFileW(file.c_str(), FILE_APPEND_DATA | GENERIC_READ,
+                                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_ALWAYS,
+                                      FILE_ATTRIBUTE_NORMAL, nullptr);
+    const DWORD error = GetLastError();
+    if (handle == INVALID_HANDLE_VALUE)
+        throw CFailure(exitNotWritten, "the log " + Quoted(file) + " cannot be written" + ErrorText(error));
+    const bool isFile = GetFileType(handle) == FILE_TYPE_DISK;
+    CloseHandle(handle);
+    if (!isFile)
+        throw CFailure(exitNotWritten, "the log " + Quoted(file) + " cannot be written: it is no file.");
+}
+
+} // namespace
+
+CLogOptions::CLogOptions(CLI::App& parser)
+{
+    parser
+        .add_option_function<std::string>(
+            "--log",
+            [this](const std::string& path) {
+                wanted = true;
+                file = path;
+            },
+            "Write what is done, and why it failed, to a file, at its end (needs log.dll beside this program)")
+        ->type_name("FILE");
+    parser
+        .add_option("--log-level", levels,
+                    "What of it: all (default), or some of error, tolerated, trace, skipped, with commas")
+        ->type_name("LEVELS")
+        ->needs("--log");
+}
+
+int CLogOptions::Levels() const
+{
+    int sum = 0;
+    std::string_view rest = levels;
+    for (bool more = true; more;)
+    {
+        const std::size_t comma = rest.find(',');
+        const std::string_view word = rest.substr(0, comma);
+        const auto* const level = std::find_if(std::begin(levelNames), std::end(levelNames),
+                                               [&](const Level& known) { return word == known.name; });
+        if (level == std::end(levelNames))
+            throw CFailure(exitBadArguments, "--log-level knows no \"" + std::string(word) +
+                                                 "\": say all, or some of error, tolerated, trace, skipped.");
+        sum |= level->number;
+        more = comma != std::string_view::npos;
+        rest.remove_prefix(more ? comma + 1 : rest.size());
+    }
+    return sum;
+}
+
+CRunLog::CRunLog(const CLogOptions& options)
+{
+    if (options.IsWanted())
+    {
+        if (options.File().empty())
+            throw CFailure(exitBadArguments, "--log needs a file.");
+        TurnOn(FullPath(ToWide(options.File())), options.Levels());
+    }
+    // By its bare name, which finds the logger that is loaded already.
+    LogAcquire();
+}
+
+CRunLog::~CRunLog() { LogRelease(); }
+
+void CRunLog::TurnOn(const std::wstring& file, int levels)
+{
+    logger.reset(LoadLogger(FolderOf(ModulePath(nullptr)) + L"log.dll"));
+    auto* const setPath = Bind<decltype(::LogSetPath)>(logger.get(), "LogSetPath");
+    auto* const setLevel = Bind<decltype(::LogSetLevel)>(logger.get(), "LogSetLevel");
+    auto* const enable = Bind<decltype(::LogEnable)>(logger.get(), "LogEnable");
+    CheckFile(file);
+    setPath(file.c_str());
+    setLevel(levels);
+    enable(TRUE);
+}
+
+} // namespace prodsweep
