@@ -42,6 +42,7 @@ class Samples(Installation):
     def __init__(self, name):
         super().__init__(name)
         shutil.copytree(ROOT / "samples" / "catalogue", self.folder, dirs_exist_ok=True)
+        self.add_file("log.dll", BUILD / "bin" / "log.dll")
 
     def batch(self, commands):
         """Runs commands one after the other in one start of Wine. Each ends as (exit code, output, errors)."""
@@ -109,6 +110,8 @@ class Programs(unittest.TestCase):
 
 class Commands(unittest.TestCase):
     """The command lines of the pages, and the outputs that they show."""
+
+    maxDiff = None
 
     @classmethod
     def setUpClass(cls):
