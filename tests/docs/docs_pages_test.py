@@ -39,6 +39,13 @@ class LogLines(unittest.TestCase):
         self.assertGreater(self.statements, 400)
         self.assertEqual(len(self.written), self.statements)
 
+    def test_levels_have_the_words_of_the_logger(self):
+        numbers = re.findall(r"constexpr int (Log\w+) = (\w+);", pages.read(ROOT / "src" / "environment" / "log.h"))
+        constants = re.findall(r"(LOG_LEVEL_\w+) = (\w+)", pages.read(ROOT / "include" / "prodsweep" / "log.h"))
+        names = dict(re.findall(r'{(LOG_LEVEL_\w+), L"(\w+)"}', pages.read(ROOT / "log" / "levels.h")))
+        words = {int(number, 0): names[constant] for constant, number in constants if constant in names}
+        self.assertEqual(log_lines.LEVELS, {level: words[int(number, 0)] for level, number in numbers})
+
     def test_each_line_that_the_library_writes_is_explained(self):
         self.assertEqual(sorted(set(self.written) - set(self.told)), [])
 
