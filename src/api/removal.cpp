@@ -8,6 +8,7 @@
 #include "environment/path.h"
 
 #include <string>
+#include <utility>
 
 namespace prodsweep {
 namespace {
@@ -57,35 +58,9 @@ private:
     }
 };
 
-} // namespace
-
-bool UninstallProducts(SAFEARRAY* products, bool* restart, UninstallCallback callback)
+// The second half of the export of this name, under which it logs. path: the library's folder.
+bool UninstallProducts(const ProductSelection& selection, std::wstring path, bool* restart, UninstallCallback callback)
 {
-    LOG(LogTrace, L"->");
-    const ComScope com;
-    *restart = false;
-    LockedProducts locked(products);
-    if (FAILED(locked.Result()))
-    {
-        LOG(LogError, L"SafeArrayAccessData failed 0x%x", locked.Result());
-        return false;
-    }
-    if (!locked.HasProductEntries())
-    {
-        LOG(LogError, L"the array does not hold product entries from index 0");
-        return false;
-    }
-    LOG(LogTrace, L"Uninstall : \"%s\"", DescribeSelection(locked.Entries()).c_str());
-    std::wstring path;
-    if (!CPath::GetCurrentPath(path))
-    {
-        LOG(LogError, L"GetCurrentPath failed");
-        return false;
-    }
-    const ProductSelection selection(locked.Entries());
-    if (const HRESULT unlocked = locked.Unlock(); FAILED(unlocked))
-        LOG(LogError, L"SafeArrayUnaccessData failed 0x%x", unlocked);
-
     CProducts catalogue;
     bool result = true;
     if (!selection.own.Empty())
@@ -120,6 +95,39 @@ bool UninstallProducts(SAFEARRAY* products, bool* restart, UninstallCallback cal
         }
         *restart = *restart && otherRestart;
     }
+    return result;
+}
+
+} // namespace
+
+bool UninstallProducts(SAFEARRAY* products, bool* restart, UninstallCallback callback)
+{
+    LOG(LogTrace, L"->");
+    const ComScope com;
+    *restart = false;
+    LockedProducts locked(products);
+    if (FAILED(locked.Result()))
+    {
+        LOG(LogError, L"SafeArrayAccessData failed 0x%x", locked.Result());
+        return false;
+    }
+    if (!locked.HasProductEntries())
+    {
+        LOG(LogError, L"the array does not hold product entries from index 0");
+        return false;
+    }
+    LOG(LogTrace, L"Uninstall : \"%s\"", DescribeSelection(locked.Entries()).c_str());
+    std::wstring path;
+    if (!CPath::GetCurrentPath(path))
+    {
+        LOG(LogError, L"GetCurrentPath failed");
+        return false;
+    }
+    const ProductSelection selection(locked.Entries());
+    if (const HRESULT unlocked = locked.Unlock(); FAILED(unlocked))
+        LOG(LogError, L"SafeArrayUnaccessData failed 0x%x", unlocked);
+
+    const bool result = UninstallProducts(selection, std::move(path), restart, callback);
     LOG(LogTrace, L"<- %s", result ? L"true" : L"false");
     return result;
 }

@@ -274,8 +274,8 @@ struct DataRow
 {
     const char* name;
     DWORD type;
-    std::wstring tail; // behind the display name
-    int sizeChange;    // in bytes
+    std::wstring tail;   // behind the display name
+    std::size_t missing; // so many bytes at the end are not stored
     bool found;
 };
 
@@ -286,8 +286,7 @@ TEST_P(DisplayNameDataTest, TextEndsAtTheFirstZeroOrWithTheData)
 {
     const DataRow& row = GetParam();
     const std::wstring data = display + row.tail;
-    AddDisplayName(entry, row.type, data,
-                   static_cast<std::size_t>(static_cast<int>(data.size() * sizeof(wchar_t)) + row.sizeChange));
+    AddDisplayName(entry, row.type, data, data.size() * sizeof(wchar_t) - row.missing);
     EXPECT_EQ(row.found ? entries.Path(entry) : L"", Search(display));
 }
 
@@ -296,8 +295,8 @@ INSTANTIATE_TEST_SUITE_P(Data, DisplayNameDataTest,
                                          DataRow{"Unterminated", REG_SZ, L"", 0, true},
                                          DataRow{"TerminatedTwice", REG_SZ, std::wstring(2, L'\0'), 0, true},
                                          DataRow{"MoreBehindTheZero", REG_SZ, std::wstring(L"\0more", 5), 0, true},
-                                         DataRow{"HalfACharacterMore", REG_SZ, L"x", -1, true},
-                                         DataRow{"HalfACharacterLess", REG_SZ, L"", -1, false},
+                                         DataRow{"HalfACharacterMore", REG_SZ, L"x", 1, true},
+                                         DataRow{"HalfACharacterLess", REG_SZ, L"", 1, false},
                                          DataRow{"OneCharacterMore", REG_SZ, L"x", 0, false},
                                          DataRow{"Expandable", REG_EXPAND_SZ, std::wstring(1, L'\0'), 0, true},
                                          DataRow{"Binary", REG_BINARY, L"", 0, true},
