@@ -4,6 +4,7 @@
 
 namespace prodsweep::bench {
 
+void BenchDetection(Report& report);
 void BenchFolders(Report& report);
 void BenchInterpreter(Report& report);
 void BenchListing(Report& report);

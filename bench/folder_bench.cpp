@@ -69,6 +69,7 @@ double Compare(Report& report, int files, const TreeShape& shape)
     report.Compare(group, "DelFolder", {times[0], times[2]}, "std::filesystem::remove_all", 1.0);
     report.Compare(group, "DelFolder", {times[0], times[3]}, "cmd /c rd /s /q", 1.0);
     report.Compare(group, "DelFolder", {times[0], times[4]}, "SHFileOperationW", 1.0);
+    report.OutsideSystemCalls(group, {times[0], times[1]});
     return times[0];
 }
 

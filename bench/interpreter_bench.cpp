@@ -1,7 +1,7 @@
 // The walk of a descriptor, the in-use pass and its answers.
+#include "bench/bare_xml.h"
 #include "bench/benches.h"
 #include "bench/trees.h"
-#include "environment/xml_helper.h"
 #include "interpreter/product_check_use.h"
 #include "interpreter/product_config.h"
 
@@ -41,58 +41,12 @@ public:
     Walk() : CProductConfig(descriptor) {}
 };
 
-void BareWalkSection(IXMLDOMNode* section)
-{
-    UniqueXmlNodeList entries;
-    CXMLHelper::ChildNodes(section, entries);
-    long count = 0;
-    entries->get_length(&count);
-    for (long i = 0; i < count; ++i)
-    {
-        UniqueXmlNode entry;
-        CXMLHelper::ChildAt(entries.get(), i, entry);
-        BSTR name = nullptr;
-        entry->get_nodeName(&name);
-        SysFreeString(name);
-        UniqueXmlAttributes attributes;
-        CXMLHelper::Attributes(entry.get(), attributes);
-        long attributeCount = 0;
-        attributes->get_length(&attributeCount);
-        for (long k = 0; k < attributeCount; ++k)
-        {
-            UniqueXmlNode attribute;
-            CXMLHelper::AttributeAt(attributes.get(), k, attribute);
-            attribute->get_nodeName(&name);
-            SysFreeString(name);
-            BSTR text = nullptr;
-            attribute->get_text(&text);
-            SysFreeString(text);
-        }
-    }
-}
-
 void BareWalk()
 {
-    UniqueXmlDocument document;
-    CXMLHelper::CreateDocument(document);
-    bool loaded = false;
-    CXMLHelper::LoadDocument(document.get(), descriptor, loaded);
-    UniqueXmlNode node;
-    CXMLHelper::DocumentNode(document.get(), node);
-    UniqueXmlNode root, version, ntNode;
-    CXMLHelper::SelectNode(node.get(), L"uninstall_information", root);
-    CXMLHelper::SelectNode(root.get(), L"v1", version);
-    CXMLHelper::SelectNode(version.get(), L"win_nt", ntNode);
-    UniqueXmlNodeList sections;
-    CXMLHelper::ChildNodes(ntNode.get(), sections);
-    long count = 0;
-    sections->get_length(&count);
-    for (long i = 0; i < count; ++i)
-    {
-        UniqueXmlNode section;
-        CXMLHelper::ChildAt(sections.get(), i, section);
-        BareWalkSection(section.get());
-    }
+    BareEntries(descriptor, [](IXMLDOMNode* entry) {
+        BareName(entry);
+        BareAttributes(entry, [](const wchar_t*) {});
+    });
 }
 
 void CompareWalk(Report& report)

@@ -18,8 +18,13 @@ struct Group
 };
 
 constexpr Group groups[] = {
-    {"log", BenchLog},         {"load", BenchLoad},         {"listing", BenchListing},
-    {"folders", BenchFolders}, {"registry", BenchRegistry}, {"interpreter", BenchInterpreter},
+    {"log", BenchLog},
+    {"load", BenchLoad},
+    {"listing", BenchListing},
+    {"detection", BenchDetection},
+    {"folders", BenchFolders},
+    {"registry", BenchRegistry},
+    {"interpreter", BenchInterpreter},
     {"removal", BenchRemoval},
 };
 

@@ -35,6 +35,12 @@ void Report::Figure(const std::string& group, const std::string& name, double va
     rows.push_back({group, name, "", value, 0, value, unit, limit});
 }
 
+void Report::OutsideSystemCalls(const std::string& group, const Pair& pair)
+{
+    // Below zero where the difference drowns in the noise of the machine; told as it was measured.
+    Figure(group, "share of time outside system calls", 100 * (1 - pair.peer / pair.ours), "%");
+}
+
 void Report::Print() const
 {
     std::string group;

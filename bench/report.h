@@ -16,6 +16,8 @@ public:
                  double limit = 0);
     void Figure(const std::string& group, const std::string& name, double value, const std::string& unit,
                 double limit = 0);
+    // The share of our time that the bare system calls do not take.
+    void OutsideSystemCalls(const std::string& group, const Pair& pair);
 
     void Print() const;
     void Write(const std::string& path) const;

@@ -1,11 +1,13 @@
 #include "bench/trees.h"
 
 #include "common/unique_reg_key.h"
+#include "support/many_files.h"
 
 #include <windows.h>
 
 #include <shlwapi.h>
 
+#include <cstdio>
 #include <deque>
 #include <string_view>
 #include <vector>
@@ -58,21 +60,21 @@ std::vector<std::wstring> BareSubkeyNames(HKEY key)
 
 void MakeTree(const std::wstring& root, int files, const TreeShape& shape)
 {
-    std::deque<std::wstring> folders{root};
-    int made = 0;
-    while (made < files)
+    std::deque<std::wstring> folders{L""}; // each with its separator
+    std::vector<std::wstring> names;
+    const auto wanted = static_cast<std::size_t>(files);
+    while (names.size() < wanted)
     {
         const std::wstring folder = folders.front();
         folders.pop_front();
-        CreateDirectoryW(folder.c_str(), nullptr);
-        for (int i = 0; i < shape.perFolder && made < files; ++i, ++made)
-        {
-            const std::wstring file = folder + L"\\file" + std::to_wstring(i) + L".dat";
-            CloseHandle(CreateFileW(file.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr));
-        }
+        for (int i = 0; i < shape.perFolder && names.size() < wanted; ++i)
+            names.push_back(folder + L"file" + std::to_wstring(i) + L".dat");
         for (int i = 0; i < shape.branches; ++i)
-            folders.push_back(folder + L"\\d" + std::to_wstring(i));
+            folders.push_back(folder + L"d" + std::to_wstring(i) + L"\\");
     }
+    CreateDirectoryW(root.c_str(), nullptr);
+    if (!test::MakeManyFiles(root, names))
+        std::fprintf(stderr, "the tree of %d files can't be made\n", files);
 }
 
 void BareRemoveFolder(const std::wstring& path)

@@ -4,6 +4,7 @@
 #include "operations/operations.h"
 #include "support/host_files.h"
 #include "support/log_recorder.h"
+#include "support/many_files.h"
 #include "support/temp_tree.h"
 #include "support/used_paths.h"
 
@@ -146,7 +147,10 @@ TEST_F(OddTreeTest, FolderOf20000FilesIsExpandedAndGoes)
 {
     log.Pause();
     constexpr int count = 20000;
-    test::MakeManyFiles(root, count);
+    std::vector<std::wstring> names;
+    for (int i = 0; i < count; ++i)
+        names.push_back(std::to_wstring(i));
+    ASSERT_TRUE(test::MakeManyFiles(root, names));
     WideStringList folders;
     WideStringList files;
 

@@ -21,10 +21,6 @@ private:
     std::wstring target;
 };
 
-// Files named "0" to "count - 1" in an existing folder, made by the host, which is a hundred times
-// faster at it than Wine.
-void MakeManyFiles(const std::wstring& folder, int count);
-
 // A drive letter of its own whose root is the folder, for as long as it lives. The folder comes back
 // likewise.
 class MappedDrive
