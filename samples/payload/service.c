@@ -4,10 +4,14 @@
 static SERVICE_STATUS_HANDLE handle;
 static HANDLE stop;
 
+/* The hint counts while it runs, too: who has told it to stop may ask before it has taken that in, and
+   then waits for so many milliseconds. */
 static void Report(DWORD state)
 {
-    SERVICE_STATUS status = {
-        .dwServiceType = SERVICE_WIN32_OWN_PROCESS, .dwCurrentState = state, .dwControlsAccepted = SERVICE_ACCEPT_STOP};
+    SERVICE_STATUS status = {.dwServiceType = SERVICE_WIN32_OWN_PROCESS,
+                             .dwCurrentState = state,
+                             .dwControlsAccepted = SERVICE_ACCEPT_STOP,
+                             .dwWaitHint = 2000};
     SetServiceStatus(handle, &status);
 }
 

@@ -4,6 +4,7 @@
 #include "support/temp_tree.h"
 
 #include <memory>
+#include <vector>
 
 namespace prodsweep::test {
 namespace {
@@ -26,6 +27,33 @@ UniqueHandle InheritableFile(const std::wstring& path)
                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, &inheritable, CREATE_ALWAYS, 0, nullptr);
     return UniqueHandle(file == INVALID_HANDLE_VALUE ? nullptr : file);
 }
+
+// The one handle that a child gets, whatever else of ours can be inherited.
+class OnlyHandle
+{
+public:
+    explicit OnlyHandle(HANDLE inherited) : handle(inherited)
+    {
+        SIZE_T size = 0;
+        InitializeProcThreadAttributeList(nullptr, 1, 0, &size);
+        room.resize(size);
+        InitializeProcThreadAttributeList(List(), 1, 0, &size);
+        UpdateProcThreadAttribute(List(), 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, &handle, sizeof(handle), nullptr,
+                                  nullptr);
+    }
+    ~OnlyHandle() { DeleteProcThreadAttributeList(List()); }
+    OnlyHandle(const OnlyHandle&) = delete;
+    OnlyHandle& operator=(const OnlyHandle&) = delete;
+
+    [[nodiscard]] LPPROC_THREAD_ATTRIBUTE_LIST List()
+    {
+        return reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(room.data());
+    }
+
+private:
+    HANDLE handle;
+    std::vector<char> room;
+};
 
 std::string ReadAll(HANDLE file)
 {
@@ -53,15 +81,19 @@ ProcessResult RunProcess(const std::wstring& commandLine, const std::wstring& fo
     ProcessResult result;
     const TempTree tree;
     const UniqueHandle output = InheritableFile(tree.Path(L"output.txt"));
-    STARTUPINFOW startup{};
-    startup.cb = sizeof(startup);
-    startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdOutput = output.get();
-    startup.hStdError = output.get();
+    OnlyHandle inherited(output.get());
+    STARTUPINFOEXW startup{};
+    startup.StartupInfo.cb = sizeof(startup);
+    startup.StartupInfo.dwFlags = STARTF_USESTDHANDLES;
+    startup.StartupInfo.hStdOutput = output.get();
+    startup.StartupInfo.hStdError = output.get();
+    startup.lpAttributeList = inherited.List();
     PROCESS_INFORMATION made{};
     std::wstring line = commandLine; // the call writes into its buffer
-    result.started = CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, CREATE_NO_WINDOW, nullptr,
-                                    folder.empty() ? nullptr : folder.c_str(), &startup, &made) != FALSE;
+    // Detached, since the host of a console would inherit the output from the child and may outlive it.
+    result.started =
+        CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, DETACHED_PROCESS | EXTENDED_STARTUPINFO_PRESENT,
+                       nullptr, folder.empty() ? nullptr : folder.c_str(), &startup.StartupInfo, &made) != FALSE;
     if (!result.started)
     {
         result.exitCode = GetLastError();

@@ -1,9 +1,13 @@
 #include "support/process.h"
 
 #include "support/handle_count.h"
+#include "support/temp_tree.h"
 
 #include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
 
 namespace prodsweep::test {
 namespace {
@@ -45,6 +49,33 @@ TEST(FreshProcessTest, ChildIsAnotherProcess)
     if (!inChild)
         return;
     EXPECT_FALSE(PassesInFreshProcess()) << "the child must not start a child again";
+}
+
+// The number of a handle that a child could inherit.
+constexpr wchar_t handleVariable[] = L"PRODSWEEP_TEST_HANDLE";
+
+TEST(FreshProcessTest, ChildInheritsNothingButItsOutput)
+{
+    wchar_t number[32] = {};
+    if (GetEnvironmentVariableW(handleVariable, number, 32) != 0)
+    {
+        wchar_t name[MAX_PATH] = {};
+        GetFinalPathNameByHandleW(reinterpret_cast<HANDLE>(static_cast<std::uintptr_t>(std::stoull(number))), name,
+                                  MAX_PATH, 0);
+        EXPECT_FALSE(std::wstring(name).ends_with(L"inheritable.txt"));
+        return;
+    }
+    const TempTree tree;
+    SECURITY_ATTRIBUTES inheritable{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
+    const HANDLE file =
+        CreateFileW(tree.Path(L"inheritable.txt").c_str(), GENERIC_WRITE, 0, &inheritable, CREATE_ALWAYS, 0, nullptr);
+    ASSERT_NE(INVALID_HANDLE_VALUE, file);
+    SetEnvironmentVariableW(handleVariable, std::to_wstring(reinterpret_cast<std::uintptr_t>(file)).c_str());
+
+    EXPECT_TRUE(PassesInFreshProcess());
+
+    SetEnvironmentVariableW(handleVariable, nullptr);
+    CloseHandle(file);
 }
 
 TEST(FreshProcessTest, FailureOfTheChildIsTheParents)

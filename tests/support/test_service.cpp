@@ -30,7 +30,8 @@ void Report(DWORD state, DWORD checkPoint)
     status.dwCurrentState = state;
     status.dwControlsAccepted = mode == L"refuses" ? 0 : SERVICE_ACCEPT_STOP;
     status.dwCheckPoint = checkPoint;
-    status.dwWaitHint = state == SERVICE_STOP_PENDING ? TestServiceWaitHint(checkPoint) : 0;
+    // Also while it runs: who has told it to stop may ask before it has taken that in, and waits so long.
+    status.dwWaitHint = state == SERVICE_STOP_PENDING ? TestServiceWaitHint(checkPoint) : testServiceRunningHint;
     SetServiceStatus(handle, &status);
 }
 

@@ -13,5 +13,8 @@ constexpr DWORD testServiceSteps = 3;
 // waiter's Sleep is patched, nobody waits for so long.
 constexpr DWORD TestServiceWaitHint(DWORD checkPoint) { return 100000 + checkPoint; }
 
+// What it reports in every other state; this one is waited for really.
+constexpr DWORD testServiceRunningHint = 2000;
+
 inline std::wstring TestServiceStepEvent(const std::wstring& service) { return L"Global\\" + service + L"-step"; }
 inline std::wstring TestServiceSteppedEvent(const std::wstring& service) { return L"Global\\" + service + L"-stepped"; }
