@@ -1,7 +1,6 @@
 #include "output.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <string>
 
 #include "text.h"
@@ -55,6 +54,14 @@ bool COutput::Write(std::string_view utf8) const
     if (stream == nullptr || stream == INVALID_HANDLE_VALUE)
         return true;
     return isConsole ? WriteToConsole(stream, ToWide(utf8)) : WriteToFile(stream, utf8);
+}
+
+std::size_t COutput::Columns() const
+{
+    constexpr std::size_t usual = 80;
+    CONSOLE_SCREEN_BUFFER_INFO info{};
+    return GetConsoleScreenBufferInfo(stream, &info) && info.dwSize.X > 0 ? static_cast<std::size_t>(info.dwSize.X)
+                                                                          : usual;
 }
 
 } // namespace prodsweep

@@ -1,6 +1,7 @@
 // Standard output or standard error, in UTF-8, whatever stands behind it.
 #pragma once
 
+#include <cstddef>
 #include <string_view>
 
 #include <windows.h>
@@ -19,6 +20,8 @@ public:
     [[nodiscard]] bool Write(std::string_view utf8) const;
 
     bool IsConsole() const noexcept { return isConsole; }
+    // Of a console, as wide as it is now.
+    std::size_t Columns() const;
 
 private:
     HANDLE stream;

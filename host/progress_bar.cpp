@@ -15,14 +15,17 @@ constexpr std::chrono::milliseconds interval{100};
 
 } // namespace
 
-std::string ProgressLine(int percent, const std::string& product, const std::string& stage)
+std::string ProgressLine(int percent, const std::string& product, const std::string& stage, std::size_t columns)
 {
     const int shown = std::clamp(percent, 0, 100);
     const int filled = shown * barCells / 100;
     const std::string number = std::to_string(shown);
-    return "[" + std::string(static_cast<std::size_t>(filled), '#') +
-           std::string(static_cast<std::size_t>(barCells - filled), '.') + "] " + std::string(3 - number.size(), ' ') +
-           number + " %  " + Printable(product) + (stage.empty() ? "" : ": " + stage);
+    const std::string bar = "[" + std::string(static_cast<std::size_t>(filled), '#') +
+                            std::string(static_cast<std::size_t>(barCells - filled), '.') + "] " +
+                            std::string(3 - number.size(), ' ') + number + " %  ";
+    const std::string end = stage.empty() ? "" : ": " + stage;
+    const std::size_t room = columns - std::min(columns, bar.size() + end.size() + 1);
+    return CutToWidth(bar + CutToWidth(Printable(product), room) + end, columns - std::min<std::size_t>(columns, 1));
 }
 
 CProgressBar::CProgressBar(const COutput& console, std::function<int()> progress)
@@ -54,7 +57,7 @@ void CProgressBar::Draw()
     const std::lock_guard lock(guard);
     if (product.empty())
         return;
-    const std::string line = ProgressLine(percent(), product, stage);
+    const std::string line = ProgressLine(percent(), product, stage, out.Columns());
     const std::size_t columns = DisplayWidth(line);
     // A console that can't be written to is no reason to stop a removal.
     static_cast<void>(out.Write("\r" + line + std::string(width > columns ? width - columns : 0, ' ')));

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <functional>
 #include <mutex>
 #include <string>
@@ -14,8 +15,9 @@ namespace prodsweep {
 class COutput;
 
 // "[########............]  42 %  Product: folders". The percentage is cut at 100, which a removal may
-// pass; stage may be empty.
-std::string ProgressLine(int percent, const std::string& product, const std::string& stage);
+// pass; stage may be empty. The line is narrower than a console of so many columns, since one that is wrapped
+// cannot be drawn over: a long name is cut first.
+std::string ProgressLine(int percent, const std::string& product, const std::string& stage, std::size_t columns);
 
 // Draws the line anew every so often, from a thread of its own, until it ends; then the line is wiped.
 class CProgressBar : public IRemovalWatcher

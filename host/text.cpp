@@ -107,6 +107,23 @@ std::size_t DisplayWidth(std::string_view utf8)
     return width;
 }
 
+std::string CutToWidth(std::string_view utf8, std::size_t columns)
+{
+    if (DisplayWidth(utf8) <= columns)
+        return std::string(utf8);
+    constexpr std::string_view dots = "...";
+    const std::size_t room = columns - std::min(columns, dots.size());
+    const std::wstring wide = ToWide(utf8);
+    std::size_t length = 0;
+    std::size_t width = 0;
+    for (std::wstring_view rest = wide; width <= room;)
+    {
+        length = wide.size() - rest.size();
+        width += WidthOf(TakeCharacter(rest));
+    }
+    return ToUtf8(wide.substr(0, length)) + std::string(dots.substr(0, columns));
+}
+
 std::string Printable(std::string_view utf8)
 {
     std::wstring text = ToWide(utf8);

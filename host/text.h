@@ -18,6 +18,9 @@ std::wstring ToLower(std::wstring_view text);
 // combining marks, 1 for all others.
 std::size_t DisplayWidth(std::string_view utf8);
 
+// The text, or as much of it as leaves room for "..." behind it in so many columns.
+std::string CutToWidth(std::string_view utf8, std::size_t columns);
+
 // The text on one line: control characters, by which a name out of a catalogue could steer the
 // reader's terminal, become U+FFFD.
 std::string Printable(std::string_view utf8);

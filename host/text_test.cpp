@@ -54,6 +54,27 @@ INSTANTIATE_TEST_SUITE_P(Text, DisplayWidthTest,
                                          WidthCase{"ZeroWidthSpace", L"a\x200B", 1}),
                          [](const auto& row) { return row.param.name; });
 
+TEST(CutToWidthTest, TextThatFitsStaysWhole)
+{
+    EXPECT_EQ("abcd", CutToWidth("abcd", 4));
+    EXPECT_EQ("", CutToWidth("", 0));
+}
+
+TEST(CutToWidthTest, LongerTextEndsInDotsWithinItsColumns)
+{
+    EXPECT_EQ("ab...", CutToWidth("abcdef", 5));
+    EXPECT_EQ("...", CutToWidth("abcdef", 3));
+    EXPECT_EQ("..", CutToWidth("abcdef", 2));
+    EXPECT_EQ("", CutToWidth("abcdef", 0));
+}
+
+TEST(CutToWidthTest, NoCharacterIsCutInTwo)
+{
+    EXPECT_EQ(ToUtf8(L"\x65E5..."), CutToWidth(ToUtf8(L"\x65E5\x672C\x8A9E"), 5));
+    EXPECT_EQ(ToUtf8(L"\x65E5..."), CutToWidth(ToUtf8(L"\x65E5\x672C\x8A9E\x8A9E"), 6)) << "half of one has no room";
+    EXPECT_EQ(ToUtf8(L"a\xD83D\xDE00..."), CutToWidth(ToUtf8(L"a\xD83D\xDE00\xD83D\xDE00\xD83D\xDE00"), 6));
+}
+
 TEST(PrintableTest, ControlCharactersAreMadeVisible)
 {
     EXPECT_EQ(ToUtf8(L"\xFFFD[2J\xFFFD\xFFFD\xFFFD\xFFFD\xFFFD"), Printable(ToUtf8(L"\x1B[2J\r\n\x7F\x85\x2028")));

@@ -190,6 +190,18 @@ class Uninstalling(unittest.TestCase):
         self.assertEqual(ended.out_text(), "These products will be removed:\n  Anvil\nRemove them? [y/N] ")
         self.assertEqual(self.installed(), ["Anvil"])
 
+    def test_removal_needs_the_rights_of_an_administrator(self):
+        self.install("Anvil")
+        self.catalogue("Anvil")
+        unprivileged = windows_path(REPORTS / "unprivileged.exe")
+        program = windows_path(self.host.program)
+        ended = run(unprivileged, program, "uninstall", "--yes", "Anvil")
+        self.assertEqual((ended.code, ended.out_text(), ended.err_text()), (
+            seen(740), "", "prodsweep: removing products needs an administrator's rights.\n"))
+        self.assertEqual(self.installed(), ["Anvil"])
+        # A look at the machine needs none.
+        self.assertEqual(run(unprivileged, program, "list", "--installed").code, 0)
+
     def test_second_removal_at_the_same_time_is_refused(self):
         tool = self.host.add_file("busy.exe", REPORTS / "tool.exe")
         self.install("Anvil", section("exec_tool", f"<e tool_name='{windows_path(tool)}' cmd_line='linger' wait='yes'/>"))
