@@ -275,6 +275,24 @@ TEST_F(ProductRemovalTest, EachProductOfARunSparesWhatStaysAndUses)
     EXPECT_TRUE(HasFileOf(L"B"));
 }
 
+// Deliberate: paths are compared as they are written. Only the case differs, and nothing is protected.
+TEST_F(ProductRemovalTest, WhatAStayingProductNamesInOtherCaseIsNotSpared)
+{
+    AddAll(L"A+B+");
+    const std::string shared = test::Narrow(tree.Path(L"SHARED.TXT"));
+    ASSERT_TRUE(HasFileOf(L"SHARED")) << "both names are of one file";
+    products.products[1].file = tree.AddFile(
+        L"B.xml", FILE_ATTRIBUTE_NORMAL,
+        "<uninstall_information><version_list><v/></version_list><v><win_nt><s op_code='del_file'><e name='" + shared +
+            "'/></s></win_nt></v></uninstall_information>");
+
+    EXPECT_TRUE(Uninstall(L"A;", L"", ProductKindOwn));
+
+    EXPECT_EQ(L"B;", Asked());
+    EXPECT_FALSE(HasFileOf(L"shared"));
+    EXPECT_TRUE(HasFileOf(L"B"));
+}
+
 TEST_F(ProductRemovalTest, WhatSpeaksForAProductIsTheFirstOfItsName)
 {
     // The second of the two is the installed one, and the first is the one whose descriptor runs.

@@ -117,6 +117,15 @@ TEST_F(CXMLHelperTest, RefusedAttributeFails)
     EXPECT_TRUE(log.Has(LogError, attributeReader, L"failed load attribute \"name\" 0x80070005"));
 }
 
+TEST_F(CXMLHelperTest, RefusedChildIsNull)
+{
+    const MethodPatch patch(children.get(), DomSlot::ListNext, RefuseObject);
+    UniqueXmlNode child;
+    ASSERT_EQ(S_OK, CXMLHelper::ChildAt(children.get(), 0, child));
+    EXPECT_EQ(E_ACCESSDENIED, CXMLHelper::NextChild(children.get(), child));
+    EXPECT_EQ(nullptr, child);
+}
+
 // What the patched get_nodeValue of attributes answers.
 HRESULT valueResult = S_OK;
 VARTYPE valueType = VT_NULL;
@@ -304,6 +313,26 @@ TEST_F(CXMLHelperTest, ChildrenComeInDocumentOrderWithCommentsAndTexts)
     }
     EXPECT_EQ((std::vector<std::wstring>{L"#text", L"#comment", L"a", L"b", L"a"}), names);
     EXPECT_EQ(nullptr, child) << "past the end";
+}
+
+TEST_F(CXMLHelperTest, WalkOfAListGivesTheSameChildrenAndEndsInNull)
+{
+    UniqueXmlNode child;
+    std::wstring name;
+    for (long i = 0; i < 5; ++i)
+    {
+        ASSERT_EQ(S_OK, CXMLHelper::NextChild(children.get(), child)) << i;
+        ASSERT_TRUE(CXMLHelper::GetNodeName(child.get(), name));
+        // A look by index in between does not move the walk.
+        ASSERT_EQ(S_OK, CXMLHelper::ChildAt(children.get(), i, child));
+        ASSERT_TRUE(CXMLHelper::GetNodeName(child.get(), text));
+        EXPECT_EQ(text, name) << i;
+    }
+    for (int pastTheEnd = 0; pastTheEnd < 2; ++pastTheEnd)
+    {
+        EXPECT_EQ(S_FALSE, CXMLHelper::NextChild(children.get(), child));
+        EXPECT_EQ(nullptr, child);
+    }
 }
 
 HRESULT STDMETHODCALLTYPE RefuseText(void*, BSTR* result)

@@ -42,6 +42,20 @@ void Check(const WalkFault& row, const std::string& xml, const test::LogRecorder
 
 std::string NameOf(const testing::TestParamInfo<WalkFault>& row) { return row.param.name; }
 
+TEST(ProductInstalledRootTest, DescriptorWithoutARootIsNamed)
+{
+    const test::ComScope com;
+    test::LogRecorder log;
+    const test::DescriptorFile descriptor(test::OneVersion(""));
+    for (const DomMethod method : {DomMethod::DocumentQueryNode, DomMethod::DocumentSelect})
+    {
+        log.Clear();
+        const test::DomFault fault(method, E_FAIL, 1);
+        EXPECT_FALSE(CProductInstalled(descriptor.Path()).Process());
+        EXPECT_TRUE(log.Has(LogError, "CProductInstalled::Process", L"failed \"" + descriptor.Path() + L"\""));
+    }
+}
+
 // Both sections would pass, and the first has a minimum of 0.
 class AnyModeFaultTest : public ProductInstalledFaultTest
 {};

@@ -25,7 +25,13 @@ using test::RemovalPass;
 using test::StageRecorder;
 using testing::ElementsAre;
 
-BOOL WINAPI AcceptMove(const wchar_t*, const wchar_t*, DWORD) { return TRUE; }
+WideStringList registered; // for deletion by the next restart
+
+BOOL WINAPI AcceptMove(const wchar_t* path, const wchar_t*, DWORD)
+{
+    registered.emplace_back(path);
+    return TRUE;
+}
 BOOL WINAPI RefuseMove(const wchar_t*, const wchar_t*, DWORD)
 {
     SetLastError(ERROR_ACCESS_DENIED);
@@ -35,6 +41,8 @@ BOOL WINAPI RefuseMove(const wchar_t*, const wchar_t*, DWORD)
 class ProductUninstallTest : public testing::Test
 {
 protected:
+    ProductUninstallTest() { registered.clear(); }
+
     // Runs the removal with its progress at each event.
     bool Run(const std::string& xml)
     {
@@ -168,6 +176,35 @@ TEST_F(ProductUninstallTest, LockedFileRequiresARestart)
     EXPECT_TRUE(restartRequired);
 }
 
+// Somebody has the file open until its first deletion was refused.
+const test::ImportPatch* deletion = nullptr;
+bool fileIsOpen = false;
+
+BOOL WINAPI RefuseFirstDeletion(const wchar_t* path)
+{
+    if (!fileIsOpen)
+        return deletion->Original<decltype(RefuseFirstDeletion)>()(path);
+    fileIsOpen = false;
+    SetLastError(ERROR_SHARING_VIOLATION);
+    return FALSE;
+}
+
+TEST_F(ProductUninstallTest, FileThatALaterStageDeletesIsRegisteredForTheRestartAllTheSame)
+{
+    const std::wstring folder = tree.AddFolder(L"folder");
+    const std::wstring file = tree.AddFile(L"folder\\a.txt");
+    const test::ImportPatch patch(nullptr, "DeleteFileW", RefuseFirstDeletion);
+    deletion = &patch;
+    fileIsOpen = true;
+
+    EXPECT_TRUE(Run(OneVersion("<s op_code='del_folder'><e name='" + Narrow(folder) + "'/></s>" +
+                               "<s op_code='del_file'><e name='" + Narrow(file) + "'/></s>")));
+
+    EXPECT_FALSE(test::Exists(file));
+    EXPECT_THAT(registered, ElementsAre(file, folder));
+    EXPECT_TRUE(restartRequired);
+}
+
 TEST_F(ProductUninstallTest, RefusedRegistrationFailsTheRemovalAndStillRequiresTheRestart)
 {
     const std::wstring file = tree.AddFile(L"locked.txt");
@@ -205,9 +242,19 @@ TEST_F(ProductUninstallTest, DescriptorThatIsNotThereFailsAndTheRestartListIsLoo
 
 TEST_F(ProductUninstallTest, WrongRootSendsTheCataloguesEventAndFails)
 {
-    EXPECT_FALSE(Run("<other/>"));
+    const test::DescriptorFile descriptor("<other/>");
+    EXPECT_FALSE(RunFile(descriptor.Path()));
     EXPECT_THAT(StageRecorder::Lines(), ElementsAre("13:0 at 0%", "14:0 at 0%", "0:2 at 0%"));
     EXPECT_TRUE(log.Has(LogError, "CProductUninstall::Process", L"failed load \"uninstall_information\" node 0x1"));
+    EXPECT_TRUE(log.Has(LogError, "CProductUninstall::Process", L"failed \"" + descriptor.Path() + L"\""));
+}
+
+TEST_F(ProductUninstallTest, DescriptorWhoseDocumentHasNoNodeIsNamed)
+{
+    const test::DescriptorFile descriptor(OneVersion(""));
+    const test::DomFault fault(test::DomMethod::DocumentQueryNode, E_FAIL, 1);
+    EXPECT_FALSE(RunFile(descriptor.Path()));
+    EXPECT_TRUE(log.Has(LogError, "CProductUninstall::Process", L"failed \"" + descriptor.Path() + L"\""));
 }
 
 struct DomRow

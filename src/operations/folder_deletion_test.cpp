@@ -239,6 +239,18 @@ TEST_F(DelFolderTest, FolderInUseSetsTheFlagWhenItIsTheRoot)
     EXPECT_TRUE(Exists(root));
 }
 
+TEST_F(DelFolderTest, RootInUseStaysAlsoWithoutAFlag)
+{
+    const std::wstring file = tree.AddFile(L"a.txt");
+    used.folders.insert(root);
+
+    EXPECT_EQ(_ERROR_SUCCESS, operations.DelFolderRec(root.c_str(), &used, nullptr));
+
+    EXPECT_TRUE(Exists(file));
+    EXPECT_TRUE(restartList.empty());
+    EXPECT_TRUE(log.Has(LogTrace, "COperations::DelFolderRec", L"in use"));
+}
+
 TEST_F(DelFolderTest, FlagIsTakenBackOnceTheFolderIsListed)
 {
     bool inUse = true;

@@ -132,6 +132,11 @@ TEST_F(KillProcessTest, NameMatchesWithoutRegardToCase)
     EXPECT_EQ(_ERROR_NOT_FOUND, operations.KillProcess(upper.c_str()));
 
     EXPECT_EQ(0u, victim.ExitCode());
+    // The request is traced as it was made, the process by its own name.
+    EXPECT_TRUE(log.Has(LogTrace, "COperations::KillProcess", L"-> Process : \"" + upper + L"\""));
+    EXPECT_TRUE(log.Has(LogTrace, "COperations::KillProcess", IdAfter(L"try Kill process \"" + name + L"\"", victim)));
+    EXPECT_TRUE(
+        log.Has(LogTrace, "COperations::KillProcess", IdAfter(L"success Kill process \"" + name + L"\"", victim)));
 }
 
 // With every process guarded: a name that matched too much would be answered by a failure, and not by

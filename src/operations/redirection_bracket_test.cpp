@@ -135,6 +135,16 @@ TEST_P(BracketedOperationTest, FailedCallsAreLoggedAndChangeNothingElse)
               std::count(mode.Calls().begin(), mode.Calls().end(), "revert"));
 }
 
+// The failure of the call behind them is not taken for their own.
+TEST_P(BracketedOperationTest, FailedRevertLeavesWhatIsMissingMissing)
+{
+    mode.FailRevert(ERROR_ACCESS_DENIED);
+
+    EXPECT_EQ(GetParam().missing, GetParam().run(operations, missing.c_str()));
+
+    EXPECT_TRUE(log.Has(LogWarning, function, L"Wow64RevertWow64FsRedirection failed 0x5"));
+}
+
 INSTANTIATE_TEST_SUITE_P(All, BracketedOperationTest, testing::ValuesIn(bracketed),
                          [](const auto& row) { return std::string(row.param.name); });
 

@@ -3,11 +3,15 @@
 #include "environment/log.h"
 #include "support/com_scope.h"
 #include "support/file_faults.h"
+#include "support/import_patch.h"
 #include "support/log_recorder.h"
 #include "support/shortcut_maker.h"
 #include "support/temp_tree.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <cerrno>
 
 // What the three walks make of failures.
 namespace prodsweep {
@@ -147,6 +151,37 @@ TEST_F(ShortcutFaultTest, FailureIsHiddenByALaterDeletion)
     EXPECT_EQ(_ERROR_SUCCESS, operations.DelShortcutRec(folder.c_str(), target.c_str(), true, nullptr));
 
     EXPECT_EQ(WideStringList{found.front()}, restartList);
+}
+
+// The link that the next check can't look at.
+std::wstring refusedLink;
+const test::ImportPatch* statusPatch = nullptr;
+
+int RefuseOneStatus(const wchar_t* path, struct _stat64* status)
+{
+    if (path != refusedLink)
+        return statusPatch->Original<decltype(RefuseOneStatus)>()(path, status);
+    errno = EACCES;
+    SetLastError(ERROR_ACCESS_DENIED);
+    return -1;
+}
+
+TEST_F(ShortcutFaultTest, LinkHandledLastGivesTheResultOfACheck)
+{
+    AddLink(L"a.lnk");
+    AddLink(L"b.lnk");
+    operations.ExpandShortcutRec(folder.c_str(), target.c_str(), true, found);
+    ASSERT_EQ(2u, found.size());
+    const test::ImportPatch patch(nullptr, "_wstat64", RefuseOneStatus);
+    statusPatch = &patch;
+
+    refusedLink = found.back();
+    EXPECT_EQ(_ERROR_FAILED, operations.CheckShortcutRec(folder.c_str(), target.c_str(), true));
+    refusedLink = found.front();
+    EXPECT_EQ(_ERROR_SUCCESS, operations.CheckShortcutRec(folder.c_str(), target.c_str(), true));
+
+    for (const std::wstring& link : found)
+        EXPECT_TRUE(log.Has(LogError, "COperations::CheckFile", L"_tstat for \"" + link + L"\" failed 0x5, errno=0xd"));
 }
 
 TEST_F(ShortcutFaultTest, LinkThatVanishedMeanwhileIsNotFoundAndNotListed)

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <cstring>
 
@@ -89,6 +90,7 @@ BOOL WINAPI Wow64Mode::Revert(void* oldValue)
         ++current->mismatches;
     if (current->revertError == 0)
         return TRUE;
+    errno = EACCES; // what the runtime remembers is lost with the last error
     SetLastError(current->revertError);
     return FALSE;
 }
