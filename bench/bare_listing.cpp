@@ -57,13 +57,14 @@ void ReadProduct(IXMLDOMNode* product)
 void BareListing(const wchar_t* catalogue)
 {
     const UniqueXmlNode root = BareRoot(catalogue);
-    BareChildrenInTurn(root.get(), [](IXMLDOMNode* child) {
+    const TakeNode readIfProduct = [](IXMLDOMNode* child) {
         BSTR name = nullptr;
         child->get_nodeName(&name);
         const UniqueBstr owned(name);
         if (std::wstring_view(name) == L"product")
             ReadProduct(child);
-    });
+    };
+    BareChildren(root.get(), readIfProduct, Reading::InTurn);
 }
 
 InstalledEntries::InstalledEntries(int count, int every) : products(count), step(every)

@@ -15,7 +15,7 @@ UniqueXmlNode BareRoot(const wchar_t* file)
     return root;
 }
 
-void BareChildren(IXMLDOMNode* parent, const TakeNode& take)
+void BareChildren(IXMLDOMNode* parent, const TakeNode& take, Reading reading)
 {
     UniqueXmlNodeList children;
     CXMLHelper::ChildNodes(parent, children);
@@ -24,21 +24,10 @@ void BareChildren(IXMLDOMNode* parent, const TakeNode& take)
     for (long i = 0; i < count; ++i)
     {
         UniqueXmlNode child;
-        CXMLHelper::ChildAt(children.get(), i, child);
-        take(child.get());
-    }
-}
-
-void BareChildrenInTurn(IXMLDOMNode* parent, const TakeNode& take)
-{
-    UniqueXmlNodeList children;
-    CXMLHelper::ChildNodes(parent, children);
-    long count = 0;
-    children->get_length(&count);
-    for (long i = 0; i < count; ++i)
-    {
-        UniqueXmlNode child;
-        CXMLHelper::NextChild(children.get(), child);
+        if (reading == Reading::ByIndex)
+            CXMLHelper::ChildAt(children.get(), i, child);
+        else
+            CXMLHelper::NextChild(children.get(), child);
         take(child.get());
     }
 }

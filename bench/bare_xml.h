@@ -14,10 +14,14 @@ using TakeText = std::function<void(const wchar_t* text)>;
 // The element "uninstall_information" of a file.
 [[nodiscard]] UniqueXmlNode BareRoot(const wchar_t* file);
 
-// By index, as versions, sections and entries are read.
-void BareChildren(IXMLDOMNode* parent, const TakeNode& take);
-// By the list's own walk, as the products of a catalogue are read.
-void BareChildrenInTurn(IXMLDOMNode* parent, const TakeNode& take);
+// How the children of a node come: versions, sections and entries are read by index, the products of a
+// catalogue by the list's own walk.
+enum class Reading
+{
+    ByIndex,
+    InTurn
+};
+void BareChildren(IXMLDOMNode* parent, const TakeNode& take, Reading reading = Reading::ByIndex);
 
 void BareName(IXMLDOMNode* node);
 void BareText(IXMLDOMNode* node);
