@@ -1,6 +1,8 @@
 // prodsweep plan: what a removal would do, without doing it.
 #pragma once
 
+#include <string>
+
 #include "command.h"
 #include "product_choice.h"
 
@@ -18,6 +20,7 @@ public:
 private:
     CLI::App* command;
     CProductChoice choice;
+    std::string pagePath;
     bool json = false;
 };
 
