@@ -26,14 +26,12 @@ COMPILERS = {
     "makensis": ["makensis", "-WX"],
 }
 
-UNINSTALL = r"HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall"
-NOTES = rf'reg add "{UNINSTALL}\{{C88CB445-D6F8-4480-80D0-46AC8CF573AE}}" /f'
-ARCHIVE = r'reg add "HKLM\Software\Halvane\Archive\UpdateLocation" /v Path /d x /f'
-LEDGER = rf'reg add "{UNINSTALL}\DunmarrowLedger7" /v DisplayName /d "Dunmarrow Ledger 7" /f'
-# What the samples may have put there, and none of the pages has taken away.
-CLEANUP = [rf'reg delete "{UNINSTALL}\{{C88CB445-D6F8-4480-80D0-46AC8CF573AE}}" /f',
-           rf'reg delete "{UNINSTALL}\DunmarrowLedger7" /f',
-           r'reg delete "HKLM\Software\Halvane" /f']
+UNINSTALL = r"HKEY_LOCAL_MACHINE\Software\Microsoft\Windows\CurrentVersion\Uninstall"
+NOTES = rf"[{UNINSTALL}\{{C88CB445-D6F8-4480-80D0-46AC8CF573AE}}]"
+LEDGER = f'[{UNINSTALL}\\DunmarrowLedger7]\n"DisplayName"="Dunmarrow Ledger 7"'
+ARCHIVE = '[HKEY_LOCAL_MACHINE\\Software\\Halvane\\Archive\\UpdateLocation]\n"Path"="x"'
+NOTHING = [rf"[-{UNINSTALL}\{{C88CB445-D6F8-4480-80D0-46AC8CF573AE}}]", rf"[-{UNINSTALL}\DunmarrowLedger7]",
+           r"[-HKEY_LOCAL_MACHINE\Software\Halvane]"]
 
 
 class Samples(Installation):
@@ -43,6 +41,13 @@ class Samples(Installation):
         super().__init__(name)
         shutil.copytree(ROOT / "samples" / "catalogue", self.folder, dirs_exist_ok=True)
         self.add_file("log.dll", BUILD / "bin" / "log.dll")
+
+    def machine(self, *products):
+        """A command that makes a machine on which just these of the samples are installed."""
+        text = "\n\n".join(["Windows Registry Editor Version 5.00", *NOTHING, *products, ""])
+        name = f"machine{len(list(self.folder.glob('*.reg')))}.reg"
+        (self.folder / name).write_bytes(text.replace("\n", "\r\n").encode("utf-16"))
+        return f"reg import {name}"
 
     def batch(self, commands):
         """Runs commands one after the other in one start of Wine. Each ends as (exit code, output, errors)."""
@@ -67,7 +72,7 @@ class Samples(Installation):
         return text.replace(own.replace("\\", "\\\\"), "C:\\\\prodsweep").replace(own, "C:\\prodsweep")
 
     def close(self):
-        self.batch(CLEANUP)
+        self.batch([self.machine()])
         super().close()
 
 
@@ -94,8 +99,8 @@ class Programs(unittest.TestCase):
         commands = []
         for fence, _, command in programs:
             self.build(fence, command)
-            commands += [NOTES, ARCHIVE, fence.name.rpartition(".")[0] + ".exe", *CLEANUP]
-        ended = self.host.batch(commands)[2::3 + len(CLEANUP)]
+            commands += [self.host.machine(NOTES, ARCHIVE), fence.name.rpartition(".")[0] + ".exe"]
+        ended = self.host.batch(commands)[1::2]
         for (fence, output, _), (code, out, _) in zip(programs, ended):
             with self.subTest(fence.name):
                 self.assertEqual((code, out), (0, output))
@@ -133,18 +138,16 @@ class Commands(unittest.TestCase):
         shown_pages = {page: steps for page, steps in shown_pages.items() if steps}
         self.assertIn(DOCS / "host.md", shown_pages)
         # Each page begins on the same machine.
-        start = [*CLEANUP, NOTES, LEDGER]
-        commands = []
+        start = self.host.machine(NOTES, LEDGER)
+        ended = iter(self.host.batch([command for steps in shown_pages.values()
+                                      for command in [start, *(step.command for step in steps)]]))
         for steps in shown_pages.values():
-            commands += [*start, *(step.command for step in steps)]
-        ended = self.host.batch(commands)
-        for page, steps in shown_pages.items():
-            ended = ended[len(start):]
-            before = None
+            before, _, _ = next(ended)
             for step in steps:
+                step_ended = next(ended)
                 with self.subTest(step.place, command=step.command):
-                    self.check(step, before, ended[0])
-                before = ended.pop(0)[0]
+                    self.check(step, before, step_ended)
+                before, _, _ = step_ended
 
 
 def options_of_help(text):
@@ -208,7 +211,8 @@ class Reference(unittest.TestCase):
     def test_each_member_of_a_report_is_told(self):
         reports = {"list": "list", "explain": 'explain "Dunmarrow Ledger"',
                    "uninstall": 'uninstall --yes "Halvane Notes"', "pending": "pending"}
-        ended = self.host.batch([NOTES, *(f"prodsweep {command} --json" for command in reports.values())])[1:]
+        ended = self.host.batch([self.host.machine(NOTES, LEDGER),
+                                 *(f"prodsweep {command} --json" for command in reports.values())])[1:]
         for command, (_, out, _) in zip(reports, ended):
             with self.subTest(command):
                 # In the section itself, or in a page that it leads to.
