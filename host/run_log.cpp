@@ -11,6 +11,7 @@
 #include "module_path.h"
 #include "prodsweep/log.h"
 #include "text.h"
+#include "unique_handle.h"
 
 namespace prodsweep {
 
@@ -56,15 +57,13 @@ Function* Bind(HMODULE logger, const char* name)
 // The logger itself would lose all lines without a word.
 void CheckFile(const std::wstring& file)
 {
-    const HANDLE handle = CreateFileW(file.c_str(), FILE_APPEND_DATA | GENERIC_READ,
-                                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_ALWAYS,
-                                      FILE_ATTRIBUTE_NORMAL, nullptr);
+    const UniqueHandle handle = OwnHandle(CreateFileW(file.c_str(), FILE_APPEND_DATA | GENERIC_READ,
+                                                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                                      OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
     const DWORD error = GetLastError();
-    if (handle == INVALID_HANDLE_VALUE)
+    if (handle == nullptr)
         throw CFailure(exitNotWritten, "the log " + Quoted(file) + " cannot be written" + ErrorText(error));
-    const bool isFile = GetFileType(handle) == FILE_TYPE_DISK;
-    CloseHandle(handle);
-    if (!isFile)
+    if (GetFileType(handle.get()) != FILE_TYPE_DISK)
         throw CFailure(exitNotWritten, "the log " + Quoted(file) + " cannot be written: it is no file.");
 }
 

@@ -15,9 +15,10 @@ namespace {
 // Files with a short word in each.
 class RotationTest : public testing::Test
 {
-protected:
+public:
     ~RotationTest() override { EXPECT_TRUE(tree.CanariesIntact()); }
 
+protected:
     void Put(const std::wstring& name, const std::string& word) { tree.AddFile(name, FILE_ATTRIBUTE_NORMAL, word); }
 
     // "-" for none.
@@ -29,7 +30,7 @@ protected:
         DWORD read = 0;
         if (file == nullptr || !ReadFile(file.get(), word, sizeof word, &read, nullptr))
             return "-";
-        return std::string(word, read);
+        return {word, read};
     }
     std::string Words() const
     {

@@ -36,7 +36,7 @@ struct Word
 template <std::size_t Count>
 std::optional<int> NumberOf(std::wstring_view value, const Word (&words)[Count])
 {
-    const auto found =
+    const auto* const found =
         std::find_if(std::begin(words), std::end(words), [&](const Word& w) { return Is(value, w.text); });
     return found == std::end(words) ? std::nullopt : std::optional(found->number);
 }
@@ -59,7 +59,7 @@ constexpr Word modes[] = {{L"append", LOG_MODE_APPEND}, {L"overwrite", LOG_MODE_
 
 int LevelNamed(std::wstring_view name)
 {
-    const auto found =
+    const auto* const found =
         std::find_if(std::begin(levels), std::end(levels), [&](const Level& level) { return Is(name, level.name); });
     return found == std::end(levels) ? 0 : found->number;
 }
@@ -121,7 +121,8 @@ bool ReadLine(Settings& settings, std::wstring_view line, const std::wstring& fo
     if (sign == std::wstring_view::npos)
         return false;
     const std::wstring_view name = Trim(line.substr(0, sign));
-    const auto key = std::find_if(std::begin(keys), std::end(keys), [&](const Key& k) { return Is(name, k.name); });
+    const auto* const key =
+        std::find_if(std::begin(keys), std::end(keys), [&](const Key& k) { return Is(name, k.name); });
     return key != std::end(keys) && key->read(settings, Trim(line.substr(sign + 1)), folder);
 }
 

@@ -15,10 +15,10 @@ void CWriter::ReadSettingsAgain()
     Set([this](Settings& current) { current = ReadSettings(settingsPath); });
 }
 
-void CWriter::ReadSettingsFrom(const std::wstring& path)
+void CWriter::ReadSettingsFrom(const std::wstring& newPath)
 {
     Set([&](Settings& current) {
-        settingsPath = path;
+        settingsPath = newPath;
         current = ReadSettings(settingsPath);
     });
 }

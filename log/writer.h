@@ -21,7 +21,7 @@ public:
     // Once, by whoever comes first.
     void ReadSettingsOnce();
     void ReadSettingsAgain();
-    void ReadSettingsFrom(const std::wstring& file);
+    void ReadSettingsFrom(const std::wstring& newPath);
 
     // change(Settings&), after the settings file was read if it was not yet.
     template <class Change>
