@@ -1,13 +1,232 @@
 #include "forbidden_places.h"
 
+#include <algorithm>
+
+#include <shlobj.h>
+
 namespace prodsweep {
 
-CForbiddenPlaces::CForbiddenPlaces(const std::wstring& /*libraryFolder*/) {}
+namespace {
 
-const ForbiddenPlace* CForbiddenPlaces::OfPath(const std::wstring& /*realPath*/) const { return nullptr; }
+constexpr ForbiddenFolder folders[] = {
+    {CSIDL_WINDOWS, L"", "the folder of Windows"},
+    {CSIDL_WINDOWS, L"System32", "the system folder of Windows"},
+    {CSIDL_WINDOWS, L"System32\\drivers", "the folder of the drivers"},
+    {CSIDL_WINDOWS, L"System32\\config", "the folder of the registry's files"},
+    {CSIDL_WINDOWS, L"SysWOW64", "the system folder for 32-bit programs"},
+    {CSIDL_WINDOWS, L"SysNative", "the system folder of Windows"},
+    {CSIDL_WINDOWS, L"WinSxS", "the folder of the system's components"},
+    {CSIDL_WINDOWS, L"Installer", "the folder of the packages that were installed"},
+    {CSIDL_WINDOWS, L"Fonts", "the folder of the fonts"},
+    {CSIDL_WINDOWS, L"inf", "the folder of the drivers' descriptions"},
+    {CSIDL_SYSTEM, L"", "the system folder of Windows"},
+    {CSIDL_SYSTEMX86, L"", "the system folder for 32-bit programs"},
+    {CSIDL_PROGRAM_FILES, L"", "the folder of all programs"},
+    {CSIDL_PROGRAM_FILESX86, L"", "the folder of all 32-bit programs"},
+    {noShellFolder, L"%ProgramW6432%", "the folder of all programs"},
+    {CSIDL_PROGRAM_FILES_COMMON, L"", "the folder of what programs share"},
+    {CSIDL_PROGRAM_FILES_COMMONX86, L"", "the folder of what 32-bit programs share"},
+    {noShellFolder, L"%CommonProgramW6432%", "the folder of what programs share"},
+    {CSIDL_COMMON_APPDATA, L"", "the folder of all programs' data"},
+    {CSIDL_COMMON_APPDATA, L"Microsoft", "the folder of Windows' own data"},
+    {CSIDL_COMMON_APPDATA, L"Microsoft\\Windows", "the folder of Windows' own data"},
+    {CSIDL_COMMON_DESKTOPDIRECTORY, L"", "the desktop of all users"},
+    {CSIDL_COMMON_DOCUMENTS, L"", "the documents of all users"},
+    {CSIDL_COMMON_STARTMENU, L"", "the start menu of all users"},
+    {CSIDL_COMMON_PROGRAMS, L"", "the programs in the start menu of all users"},
+    {CSIDL_COMMON_STARTUP, L"", "the autostart folder of all users"},
+    {CSIDL_COMMON_MUSIC, L"", "the music of all users"},
+    {CSIDL_COMMON_PICTURES, L"", "the pictures of all users"},
+    {CSIDL_COMMON_VIDEO, L"", "the videos of all users"},
+    {CSIDL_COMMON_TEMPLATES, L"", "the templates of all users"},
+    // The user's own, wherever they were moved to. Those of the other users are looked for below their profiles.
+    {CSIDL_PROFILE, L"", "the user's profile"},
+    {CSIDL_APPDATA, L"", "the user's data of all programs"},
+    {CSIDL_LOCAL_APPDATA, L"", "the user's data of all programs"},
+    {CSIDL_DESKTOPDIRECTORY, L"", "the user's desktop"},
+    {CSIDL_PERSONAL, L"", "the user's documents"},
+    {CSIDL_MYMUSIC, L"", "the user's music"},
+    {CSIDL_MYPICTURES, L"", "the user's pictures"},
+    {CSIDL_MYVIDEO, L"", "the user's videos"},
+    {CSIDL_FAVORITES, L"", "the user's favourites"},
+    {CSIDL_STARTMENU, L"", "the user's start menu"},
+    {CSIDL_PROGRAMS, L"", "the programs in the user's start menu"},
+    {CSIDL_STARTUP, L"", "the user's autostart folder"},
+    {CSIDL_SENDTO, L"", "the user's \"send to\" folder"},
+    {CSIDL_RECENT, L"", "the user's recent documents"},
+    {CSIDL_TEMPLATES, L"", "the user's templates"},
+    {CSIDL_FONTS, L"", "the folder of the fonts"},
+    {noShellFolder, L"%TEMP%", "the folder of temporary files"},
+};
 
-const ForbiddenPlace* CForbiddenPlaces::OfKey(HKEY /*hive*/, const std::wstring& /*subkey*/) const { return nullptr; }
+constexpr ForbiddenProfileFolder profileFolders[] = {
+    {L"", "a user's profile"},
+    {L"AppData", "a user's data of all programs"},
+    {L"AppData\\Local", "a user's data of all programs"},
+    {L"AppData\\Local\\Temp", "a user's temporary files"},
+    {L"AppData\\LocalLow", "a user's data of all programs"},
+    {L"AppData\\Roaming", "a user's data of all programs"},
+    {L"AppData\\Roaming\\Microsoft\\Windows\\Start Menu", "a user's start menu"},
+    {L"AppData\\Roaming\\Microsoft\\Windows\\Start Menu\\Programs", "the programs in a user's start menu"},
+    {L"Contacts", "a user's contacts"},
+    {L"Desktop", "a user's desktop"},
+    {L"Documents", "a user's documents"},
+    {L"Downloads", "a user's downloads"},
+    {L"Favorites", "a user's favourites"},
+    {L"Links", "a user's links"},
+    {L"Music", "a user's music"},
+    {L"Pictures", "a user's pictures"},
+    {L"Saved Games", "a user's saved games"},
+    {L"Searches", "a user's searches"},
+    {L"Videos", "a user's videos"},
+};
 
-const ForbiddenPlace* CForbiddenPlaces::OfService(const std::wstring& /*name*/) const { return nullptr; }
+constexpr const char* classes = "the registered file types and COM classes";
+constexpr const char* comClasses = "all registered COM classes";
+
+const ForbiddenKey keys[] = {
+    {HKEY_LOCAL_MACHINE, L"", "the machine's settings"},
+    {HKEY_CURRENT_USER, L"", "the user's settings"},
+    {HKEY_USERS, L"", "all users' settings"},
+    {HKEY_LOCAL_MACHINE, L"Software", "all programs' settings"},
+    {HKEY_LOCAL_MACHINE, L"Software\\Wow6432Node", "all 32-bit programs' settings"},
+    {HKEY_LOCAL_MACHINE, L"Software\\Policies", "the machine's policies"},
+    {HKEY_LOCAL_MACHINE, L"Software\\Policies\\Microsoft", "the machine's policies"},
+    {HKEY_LOCAL_MACHINE, L"Software\\Clients", "the default programs"},
+    {HKEY_LOCAL_MACHINE, L"Software\\RegisteredApplications", "the default programs"},
+    {HKEY_LOCAL_MACHINE, L"Software\\Microsoft", "Windows' own settings"},
+    {HKEY_LOCAL_MACHINE, L"Software\\Microsoft\\Windows", "Windows' own settings"},
+    {HKEY_LOCAL_MACHINE, L"Software\\Microsoft\\Windows\\CurrentVersion", "Windows' own settings"},
+    {HKEY_LOCAL_MACHINE, L"Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall",
+     "the list of all installed programs"},
+    {HKEY_LOCAL_MACHINE, L"Software\\Microsoft\\Windows\\CurrentVersion\\Installer",
+     "the packages that were installed"},
+    {HKEY_LOCAL_MACHINE, L"Software\\Microsoft\\Windows\\CurrentVersion\\Run", "the programs that start with Windows"},
+    {HKEY_LOCAL_MACHINE, L"Software\\Microsoft\\Windows\\CurrentVersion\\RunOnce",
+     "the programs that start with Windows"},
+    {HKEY_LOCAL_MACHINE, L"Software\\Microsoft\\Windows\\CurrentVersion\\App Paths", "the paths of all programs"},
+    {HKEY_LOCAL_MACHINE, L"Software\\Microsoft\\Windows\\CurrentVersion\\SharedDLLs", "the counts of all shared files"},
+    {HKEY_LOCAL_MACHINE, L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer", "the desktop's settings"},
+    {HKEY_LOCAL_MACHINE, L"Software\\Microsoft\\Windows\\CurrentVersion\\Policies", "the machine's policies"},
+    {HKEY_LOCAL_MACHINE, L"Software\\Microsoft\\Windows NT", "Windows' own settings"},
+    {HKEY_LOCAL_MACHINE, L"Software\\Microsoft\\Windows NT\\CurrentVersion", "Windows' own settings"},
+    {HKEY_LOCAL_MACHINE, L"Software\\Microsoft\\Windows NT\\CurrentVersion\\ProfileList", "the list of all users"},
+    {HKEY_LOCAL_MACHINE, L"Software\\Microsoft\\Windows NT\\CurrentVersion\\Winlogon", "the logon's settings"},
+    {HKEY_LOCAL_MACHINE, L"Software\\Classes", classes},
+    {HKEY_LOCAL_MACHINE, L"Software\\Classes\\Wow6432Node", "the registered 32-bit COM classes"},
+    {HKEY_LOCAL_MACHINE, L"Software\\Classes\\CLSID", comClasses},
+    {HKEY_LOCAL_MACHINE, L"Software\\Classes\\AppID", "all registered COM programs"},
+    {HKEY_LOCAL_MACHINE, L"Software\\Classes\\Interface", "all registered COM interfaces"},
+    {HKEY_LOCAL_MACHINE, L"Software\\Classes\\TypeLib", "all registered COM type libraries"},
+    {HKEY_LOCAL_MACHINE, L"Software\\Classes\\Installer", "the packages that were installed"},
+    {HKEY_LOCAL_MACHINE, L"Software\\Classes\\*", "what applies to all files"},
+    {HKEY_LOCAL_MACHINE, L"Software\\Classes\\Directory", "what applies to all folders"},
+    {HKEY_LOCAL_MACHINE, L"Software\\Classes\\Folder", "what applies to all folders"},
+    {HKEY_LOCAL_MACHINE, L"Software\\Classes\\Drive", "what applies to all drives"},
+    {HKEY_LOCAL_MACHINE, L"Software\\Classes\\exefile", "how programs are started"},
+    {HKEY_LOCAL_MACHINE, L"Software\\Classes\\.exe", "how programs are started"},
+    {HKEY_LOCAL_MACHINE, L"Software\\Classes\\.dll", "how DLLs are registered"},
+    {HKEY_LOCAL_MACHINE, L"Software\\Classes\\lnkfile", "how shortcuts are opened"},
+    {HKEY_LOCAL_MACHINE, L"Software\\Classes\\.lnk", "how shortcuts are opened"},
+    {HKEY_LOCAL_MACHINE, L"SYSTEM", "the system's settings"},
+    {HKEY_LOCAL_MACHINE, L"SYSTEM\\Select", "which of the system's settings count"},
+    {HKEY_LOCAL_MACHINE, L"SYSTEM\\Setup", "the system's settings"},
+    {HKEY_LOCAL_MACHINE, L"SYSTEM\\MountedDevices", "the drives' letters"},
+    {HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet", "the system's settings"},
+    {HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Control", "the system's settings"},
+    {HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Control\\Class", "the classes of devices"},
+    {HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Control\\Session Manager", "the system's start"},
+    {HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Hardware Profiles\\Current", "the hardware profile"},
+    {HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Enum", "the devices of the machine"},
+    {HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Services", "all services and drivers"},
+    {HKEY_LOCAL_MACHINE, L"HARDWARE", "the devices of the machine"},
+    {HKEY_LOCAL_MACHINE, L"SAM", "the accounts of the machine"},
+    {HKEY_LOCAL_MACHINE, L"SECURITY", "the security settings of the machine"},
+    {HKEY_CURRENT_USER, L"Software", "the user's settings of all programs"},
+    {HKEY_CURRENT_USER, L"Software\\Wow6432Node", "the user's settings of all 32-bit programs"},
+    {HKEY_CURRENT_USER, L"Software\\Policies", "the user's policies"},
+    {HKEY_CURRENT_USER, L"Software\\Classes", classes},
+    {HKEY_CURRENT_USER, L"Software\\Classes\\Wow6432Node", "the user's registered 32-bit COM classes"},
+    {HKEY_CURRENT_USER, L"Software\\Classes\\CLSID", comClasses},
+    {HKEY_CURRENT_USER, L"Software\\Microsoft", "Windows' own settings"},
+    {HKEY_CURRENT_USER, L"Software\\Microsoft\\Windows", "Windows' own settings"},
+    {HKEY_CURRENT_USER, L"Software\\Microsoft\\Windows\\CurrentVersion", "Windows' own settings"},
+    {HKEY_CURRENT_USER, L"Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall",
+     "the list of the user's installed programs"},
+    {HKEY_CURRENT_USER, L"Software\\Microsoft\\Windows\\CurrentVersion\\Run", "the programs that start with Windows"},
+    {HKEY_CURRENT_USER, L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer", "the desktop's settings"},
+    {HKEY_CURRENT_USER, L"Control Panel", "the user's settings"},
+    {HKEY_CURRENT_USER, L"Environment", "the user's environment variables"},
+};
+
+constexpr ForbiddenFile filesOfLibrary[] = {
+    {L"", "the folder of prodsweep itself"},
+    {L"prodsweep.dll", "the library itself"},
+    {L"products.xml", "the catalogue of prodsweep itself"},
+    {L"detection.xml", "the catalogue of prodsweep itself"},
+    {L"intern", "the descriptors of prodsweep itself"},
+    {L"extern", "the descriptors of prodsweep itself"},
+};
+
+constexpr CriticalName processes[] = {
+    {L"csrss.exe", "Windows ends with it"},
+    {L"dwm.exe", "it draws the desktop"},
+    {L"explorer.exe", "it is the desktop"},
+    {L"lsass.exe", "Windows restarts without it"},
+    {L"lsm.exe", "it keeps the sessions"},
+    {L"services.exe", "Windows restarts without it"},
+    {L"smss.exe", "Windows ends with it"},
+    {L"svchost.exe", "most of Windows' services run in it"},
+    {L"System", "it is Windows itself"},
+    {L"wininit.exe", "Windows ends with it"},
+    {L"winlogon.exe", "the user's session ends with it"},
+    {L"prodsweep.exe", "it is this program"},
+};
+
+constexpr CriticalName services[] = {
+    {L"BFE", "the firewall stands on it"},
+    {L"CryptSvc", "signatures are checked by it"},
+    {L"DcomLaunch", "Windows restarts without it"},
+    {L"Dhcp", "the network needs it"},
+    {L"Dnscache", "the network needs it"},
+    {L"EventLog", "most services stand on it"},
+    {L"KeyIso", "the logon needs it"},
+    {L"LSM", "it keeps the sessions"},
+    {L"LanmanWorkstation", "the network needs it"},
+    {L"MSIServer", "packages are installed by it"},
+    {L"Netlogon", "the logon needs it"},
+    {L"PlugPlay", "it watches the devices"},
+    {L"Power", "it watches over the power"},
+    {L"ProfSvc", "the logon needs it"},
+    {L"RpcEptMapper", "most services stand on it"},
+    {L"RpcSs", "most services stand on it"},
+    {L"SamSs", "the logon needs it"},
+    {L"Schedule", "Windows keeps itself in order by it"},
+    {L"TrustedInstaller", "Windows is updated by it"},
+    {L"Winmgmt", "the machine is managed through it"},
+    {L"wuauserv", "Windows is updated by it"},
+};
+
+} // namespace
+
+std::span<const ForbiddenFolder> ForbiddenFolders() { return folders; }
+
+std::span<const ForbiddenProfileFolder> ForbiddenProfileFolders() { return profileFolders; }
+
+std::span<const ForbiddenKey> ForbiddenKeys() { return keys; }
+
+std::span<const ForbiddenFile> ForbiddenFilesOfLibrary() { return filesOfLibrary; }
+
+std::span<const CriticalName> CriticalProcesses() { return processes; }
+
+std::span<const CriticalName> CriticalServices() { return services; }
+
+const char* WhyCritical(std::span<const CriticalName> names, const std::wstring& name)
+{
+    const auto critical = std::find_if(names.begin(), names.end(), [&](const CriticalName& candidate) {
+        return _wcsicmp(candidate.name, name.c_str()) == 0;
+    });
+    return critical == names.end() ? nullptr : critical->reason;
+}
 
 } // namespace prodsweep

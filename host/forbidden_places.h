@@ -1,33 +1,58 @@
-// What no removal may delete as a whole.
+// What no removal may take as a whole: the table, with a reason for each place.
 #pragma once
 
+#include <span>
 #include <string>
-#include <vector>
 
 #include <windows.h>
 
 namespace prodsweep {
 
-struct ForbiddenPlace
+// A folder of the file system that the system tells by a number of the shell, or one below such a folder.
+struct ForbiddenFolder
 {
-    std::string name;   // a path or a key
-    std::string reason; // what it is: "the folder of Windows"
+    int shellFolder;      // CSIDL_...; noShellFolder: below is a whole path, environment variables in it
+    const wchar_t* below; // "" for the folder itself
+    const char* reason;
 };
+constexpr int noShellFolder = -1;
+std::span<const ForbiddenFolder> ForbiddenFolders();
 
-class CForbiddenPlaces
+// A folder that each user has, below the root of the profile.
+struct ForbiddenProfileFolder
 {
-public:
-    // libraryFolder: with its separator at the end.
-    explicit CForbiddenPlaces(const std::wstring& libraryFolder);
-
-    // realPath: see RealPath. The place that this is, or that lies below it; null: none.
-    const ForbiddenPlace* OfPath(const std::wstring& realPath) const;
-
-    // The same of a key.
-    const ForbiddenPlace* OfKey(HKEY hive, const std::wstring& subkey) const;
-
-    // The same of the name of a service, which stands for a key.
-    const ForbiddenPlace* OfService(const std::wstring& name) const;
+    const wchar_t* below; // "" for the root of the profile
+    const char* reason;
 };
+std::span<const ForbiddenProfileFolder> ForbiddenProfileFolders();
+
+// A key, by its plainest name. It stands for all others that lead to it: in either view of the registry, in
+// HKEY_CLASSES_ROOT, in any user's settings, in any control set.
+struct ForbiddenKey
+{
+    HKEY hive;
+    const wchar_t* subkey; // "" for the hive
+    const char* reason;
+};
+std::span<const ForbiddenKey> ForbiddenKeys();
+
+// Beside the library: its own files and folders.
+struct ForbiddenFile
+{
+    const wchar_t* name; // "" for the folder
+    const char* reason;
+};
+std::span<const ForbiddenFile> ForbiddenFilesOfLibrary();
+
+// Programs and services without which the machine, or the user's session, ends. They are warned of only.
+struct CriticalName
+{
+    const wchar_t* name;
+    const char* reason;
+};
+std::span<const CriticalName> CriticalProcesses();
+std::span<const CriticalName> CriticalServices();
+// The reason; null: it is not critical. Names are compared in any case.
+const char* WhyCritical(std::span<const CriticalName> names, const std::wstring& name);
 
 } // namespace prodsweep

@@ -1,12 +1,13 @@
 // What every look at the machine has at hand. A look changes nothing, and opens nothing for longer than it takes.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <string>
 
 #include "digest.h"
-#include "forbidden_places.h"
+#include "guard_rails.h"
 #include "interpreter/cached_operations.h"
 #include "plan.h"
 #include "swept_places.h"
@@ -17,7 +18,8 @@ namespace prodsweep {
 struct LookContext
 {
     const CUsers& users;
-    const CForbiddenPlaces& forbidden;
+    const CUsers& unasked; // installed products that stay and protect nothing
+    const CGuardRails& forbidden;
     CSweptPlaces& swept; // the looks add what their items take
     PlannedProduct& product;
     Plan& plan; // the looks add dangers and warnings
@@ -25,6 +27,14 @@ struct LookContext
     void Warn(const std::string& item, const std::string& sentence) const
     {
         plan.warnings.push_back({product.name, item, sentence});
+    }
+    void WarnOnce(const std::string& item, const std::string& sentence) const
+    {
+        const std::vector<PlanWarning>& given = plan.warnings;
+        if (std::none_of(given.begin(), given.end(), [&](const PlanWarning& warning) {
+                return warning.product == product.name && warning.item == item && warning.text == sentence;
+            }))
+            Warn(item, sentence);
     }
     void Endanger(const std::string& item, const std::string& leadsTo, const ForbiddenPlace& place) const
     {

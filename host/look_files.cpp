@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <shlwapi.h>
+
 #include "open_file.h"
 #include "operations/tree_walk.h"
 #include "real_path.h"
@@ -22,6 +24,15 @@ void AddEntry(CDigest& digest, const std::wstring& path, const WIN32_FIND_DATAW&
         return;
     digest.Add(Join(entry.nFileSizeHigh, entry.nFileSizeLow));
     digest.Add(Join(entry.ftLastWriteTime.dwHighDateTime, entry.ftLastWriteTime.dwLowDateTime));
+}
+
+// An installed product that is not asked can't keep what it uses.
+void WarnOfUser(const PlannedItem& item, const std::wstring& path, bool isFolder, const LookContext& context)
+{
+    const std::string user = isFolder ? context.unasked.OfFolder(path) : context.unasked.OfFile(path);
+    if (!user.empty())
+        context.WarnOnce(item.name, "The installed product \"" + user +
+                                        "\" uses this as well, or something in it, and is not asked.");
 }
 
 // Goes through a folder as the deletion will, and counts instead.
@@ -64,7 +75,7 @@ void CFolderLook::OnMet()
     digest.Add(real);
     ++item.contents.links;
     AddPart(item, {PlannedPart::Kind::Link, path, ItemState::Present, {}, ToUtf8(real)});
-    const ForbiddenPlace* const place = context.forbidden.OfPath(real);
+    const ForbiddenPlace* const place = context.forbidden.OfPath(walk.Path());
     if (place == nullptr)
         return;
     context.Endanger(path, ToUtf8(real), *place);
@@ -80,6 +91,10 @@ bool CFolderLook::OnFolder()
         ++item.contents.inUse;
         AddPart(item, {PlannedPart::Kind::Folder, ToUtf8(walk.Path()), ItemState::InUse, user, {}});
         digest.Add(std::wstring_view(L"in use"));
+    }
+    else
+    {
+        WarnOfUser(item, walk.Path(), true, context);
     }
     if (!user.empty() || passBy)
         walk.Skip();
@@ -97,6 +112,7 @@ bool CFolderLook::OnFile()
         digest.Add(std::wstring_view(L"in use"));
         return true;
     }
+    WarnOfUser(item, path, false, context);
     ++item.contents.files;
     item.contents.bytes += Join(walk.Entry().nFileSizeHigh, walk.Entry().nFileSizeLow);
     if (tries++ < mostOpenTries && !KeepsFromDeleting(path).empty())
@@ -142,6 +158,7 @@ void CFolderLook::Run()
             stays = staying > walk.Depth();
             OnLeft(stays);
             break;
+        case WalkStep::NotFolder: // too deep for a path: so ends what leads in a circle
         case WalkStep::Gone:
         case WalkStep::Unlisted:
             item.contents.complete = false;
@@ -158,9 +175,12 @@ void CFolderLook::Run()
 // False: it is settled what becomes of the item.
 bool IsLeftToLookAt(PlannedItem& item, const std::wstring& path, DWORD attributes, const LookContext& context)
 {
+    if (PathIsRelativeW(path.c_str()))
+        context.Warn(item.name,
+                     "It is no full path: what it means depends on the folder that uninstall is started in.");
     const std::wstring elsewhere = LeadsElsewhere(path);
     item.leadsTo = ToUtf8(elsewhere);
-    if (const ForbiddenPlace* const place = context.forbidden.OfPath(elsewhere.empty() ? path : elsewhere))
+    if (const ForbiddenPlace* const place = context.forbidden.OfPath(path))
     {
         context.Endanger(item.name, item.leadsTo, *place);
         item.contents.complete = false;
@@ -207,6 +227,8 @@ void LookAtFolder(PlannedItem& item, const std::wstring& path, const LookContext
         return;
     }
     CFolderLook(item, path, context).Run();
+    if (!item.contents.complete)
+        context.Warn(item.name, "There is more in this folder than could be looked at.");
     if (item.state == ItemState::Present)
         context.swept.AddPath(path);
 }
@@ -229,8 +251,13 @@ void LookAtFile(PlannedItem& item, const std::wstring& path, const LookContext& 
     item.mark = std::to_string(item.contents.bytes) + ' ' +
                 std::to_string(Join(data.ftLastWriteTime.dwHighDateTime, data.ftLastWriteTime.dwLowDateTime)) + ' ' +
                 std::to_string(data.dwFileAttributes);
-    item.reason = (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? "it is a folder, and a file is meant"
-                                                                          : KeepsFromDeleting(path);
+    const bool isFolder = (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    if (isFolder)
+        context.Warn(item.name,
+                     "It is a folder where a file is meant; it is left to the restart, which deletes it only "
+                     "if it is empty.");
+    WarnOfUser(item, path, false, context);
+    item.reason = isFolder ? "it is a folder, and a file is meant" : KeepsFromDeleting(path);
     if (!item.reason.empty())
     {
         item.state = ItemState::AtRestart;

@@ -155,6 +155,8 @@ bool CKeyLook::Run(const KeyPlace& place)
 // The key alone, which is there and is not in use as it is spelt.
 void LookInto(PlannedItem& item, const KeyPlace& place, bool x32view, const LookContext& context)
 {
+    if (const std::string user = context.unasked.OfKey(place.full, x32view); !user.empty())
+        context.WarnOnce(item.name, "The installed product \"" + user + "\" uses this key as well, and is not asked.");
     CKeyLook look(item, x32view, context);
     if (look.Run(place) && item.state == ItemState::Present)
         item.state = item.contents.keys + item.contents.values == 0 ? ItemState::InUse : ItemState::PartlyInUse;
@@ -292,6 +294,9 @@ void LookAtValue(PlannedItem& item, const CachedRegItem& value, const LookContex
         item.reason = "a star is allowed at the ends of a name only";
         return;
     }
+    // A pattern that even the empty name matches takes all values of the key.
+    if (!pattern.IsPlain() && pattern.Matches(L"") && IsForbidden(item, place, context))
+        return;
     if (IsGone(item, place, context))
         return;
     WideStringList names;

@@ -9,6 +9,7 @@
 
 #include "common/unique_reg_key.h"
 #include "entry_fault.h"
+#include "forbidden_places.h"
 #include "interpreter/entry_composer.h"
 #include "interpreter/os_condition.h"
 #include "text.h"
@@ -61,6 +62,8 @@ std::string AskManager(const std::wstring& service)
 // True: nobody may touch it.
 bool IsForbidden(const PlannedItem& item, const std::wstring& service, const LookContext& context)
 {
+    if (const char* const why = WhyCritical(CriticalServices(), service))
+        context.Warn(item.name, std::string("This service is critical: ") + why + ".");
     const ForbiddenPlace* const place = context.forbidden.OfService(service);
     if (place != nullptr)
         context.Endanger(item.name, "", *place);
@@ -136,9 +139,11 @@ void LookAtServiceToDisable(PlannedItem& item, const std::wstring& name, const L
     item.reason = "there is no such service, which counts as a failure of the stage";
 }
 
-void LookAtProcess(PlannedItem& item, const std::wstring& name, const LookContext& /*context*/)
+void LookAtProcess(PlannedItem& item, const std::wstring& name, const LookContext& context)
 {
     item.kind = ItemKind::Process;
+    if (const char* const why = WhyCritical(CriticalProcesses(), name))
+        context.Warn(item.name, std::string("This process is critical: ") + why + ".");
     const std::size_t count = CountProcesses(name);
     if (count == 0)
         item.state = ItemState::Absent;

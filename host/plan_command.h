@@ -21,6 +21,7 @@ private:
     CLI::App* command;
     CProductChoice choice;
     std::string pagePath;
+    std::string savePath;
     bool json = false;
 };
 

@@ -15,6 +15,15 @@ Json ContentsAsJson(const PlannedContents& contents)
             {"inUse", contents.inUse},     {"atRestart", contents.atRestart}, {"complete", contents.complete}};
 }
 
+// Null for items that hold nothing, as most do.
+Json ContentsOrNull(const PlannedContents& contents)
+{
+    const bool isEmpty = contents.folders + contents.files + contents.bytes + contents.links + contents.keys +
+                             contents.values + contents.inUse + contents.atRestart ==
+                         0;
+    return isEmpty && contents.complete ? Json() : ContentsAsJson(contents);
+}
+
 Json PartAsJson(const PlannedPart& part)
 {
     return {{"kind", KindWord(part.kind)},
@@ -38,7 +47,7 @@ Json ItemAsJson(const PlannedItem& item)
             {"by", TextOrNull(item.by)},
             {"reason", TextOrNull(item.reason)},
             {"leadsTo", TextOrNull(item.leadsTo)},
-            {"contents", ContentsAsJson(item.contents)},
+            {"contents", ContentsOrNull(item.contents)},
             {"parts", std::move(parts)},
             {"partsLeftOut", item.partsLeftOut},
             {"mark", item.mark}};

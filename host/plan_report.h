@@ -10,6 +10,9 @@ namespace prodsweep {
 
 std::string PlanAsText(const Plan& plan);
 
+// With the product and the item that it is about.
+std::string WarningSentence(const PlanWarning& warning);
+
 // The object of --json, which is also what --save writes.
 Json PlanAsJson(const Plan& plan);
 

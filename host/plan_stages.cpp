@@ -119,7 +119,7 @@ void CStages::AddTools()
     {
         const std::wstring commandLine = WithLibraryFolder(tool);
         PlannedItem& item = Add(PRODSWEEP_EVENT_TOOLS, commandLine);
-        item.detail = tool.wait ? "waited for" : "not waited for";
+        item.detail = tool.wait ? waitedFor : notWaitedFor;
         LookAtTool(item, commandLine, context);
     }
     AddAside(PRODSWEEP_EVENT_TOOLS);

@@ -99,16 +99,6 @@ std::string ProductText(const PlannedProduct& product)
     return text + '\n';
 }
 
-std::string WarningText(const PlanWarning& warning)
-{
-    std::string text = "warning: ";
-    if (!warning.product.empty())
-        text += warning.product + ": ";
-    if (!warning.item.empty())
-        text += warning.item + ": ";
-    return Line(0, text + warning.text);
-}
-
 std::string DangerText(const PlanDanger& danger)
 {
     return Line(0, "DANGER: " + danger.product + ": " + danger.item +
@@ -118,6 +108,12 @@ std::string DangerText(const PlanDanger& danger)
 
 } // namespace
 
+std::string WarningSentence(const PlanWarning& warning)
+{
+    return (warning.product.empty() ? "" : warning.product + ": ") + (warning.item.empty() ? "" : warning.item + ": ") +
+           warning.text;
+}
+
 std::string PlanAsText(const Plan& plan)
 {
     std::string text;
@@ -126,7 +122,7 @@ std::string PlanAsText(const Plan& plan)
     for (const std::string& name : plan.notInstalled)
         text += Line(0, name + ": not installed, and left alone");
     for (const PlanWarning& warning : plan.warnings)
-        text += WarningText(warning);
+        text += Line(0, "warning: " + WarningSentence(warning));
     for (const PlanDanger& danger : plan.dangers)
         text += DangerText(danger);
     const std::string total = ContentsText(plan.total);

@@ -61,16 +61,26 @@ private:
     };
 
     Catalogue& Load(int kind);
+    const Catalogue& CatalogueOf(int kind) const { return catalogues[kind == PRODSWEEP_KIND_OWN ? 0 : 1]; }
     void PlanRun(int kind, const UninstallSelection& selection, std::size_t chosen);
-    void PlanProduct(int kind, const CProduct& product, PlannedProduct::Why why, const CheckList& checkList,
-                     const std::vector<AskedProduct>& asked, const CUsers& users);
+    struct Run
+    {
+        CheckList checkList;
+        std::vector<std::string> names;
+        std::vector<AskedProduct> asked;
+        CheckList unaskedList;
+        std::vector<std::string> unaskedNames;
+    };
+    Run AskOthers(int kind, const UninstallSelection& selection) const;
+    void PlanProduct(int kind, const CProduct& product, PlannedProduct::Why why, const Run& run);
+    void WarnOfTools(const PlannedProduct& product);
     void AddTotals(PlannedProduct& product);
 
     const CLibrary& library;
     Plan& plan;
     std::wstring libraryFolder;
     std::wstring programFolder;
-    CForbiddenPlaces forbidden;
+    CGuardRails forbidden;
     CSweptPlaces swept;
     Catalogue catalogues[2];
 };
@@ -119,53 +129,89 @@ void CPlanner::PlanNamed(const Product& product)
         std::erase_if(catalogue.installed, [&](const CProduct& other) { return other.name == name.front(); });
 }
 
-void CPlanner::PlanRun(int kind, const UninstallSelection& selection, std::size_t chosen)
+CPlanner::Run CPlanner::AskOthers(int kind, const UninstallSelection& selection) const
 {
-    CheckList checkList;
-    std::vector<AskedProduct> asked;
-    std::vector<std::string> names;
+    Run run;
     for (const CProduct& product : selection.asked)
     {
-        checkList.emplace_back(product.file, FolderLook::LeavesNoTrace);
-        names.push_back(ToUtf8(product.name));
-        asked.push_back({names.back(), ToUtf8(product.file), OpenDescriptor(product.file).root != nullptr});
+        run.checkList.emplace_back(product.file, FolderLook::LeavesNoTrace);
+        run.names.push_back(ToUtf8(product.name));
+        run.asked.push_back({run.names.back(), ToUtf8(product.file), OpenDescriptor(product.file).root != nullptr});
     }
-    const CUsers users(checkList, names);
-    for (std::size_t i = 0; i < selection.uninstallList.size(); ++i)
-        PlanProduct(kind, selection.uninstallList[i],
-                    i < chosen ? PlannedProduct::Why::Chosen : PlannedProduct::Why::CleanUp, checkList, asked, users);
+    for (const CProduct& product : CatalogueOf(kind).installed)
+    {
+        if (CProducts::IsProductInList(selection.uninstallList, product.name) ||
+            CProducts::IsProductInList(selection.asked, product.name))
+            continue;
+        run.unaskedList.emplace_back(product.file, FolderLook::LeavesNoTrace);
+        run.unaskedNames.push_back(ToUtf8(product.name));
+    }
+    return run;
 }
 
-void CPlanner::PlanProduct(int kind, const CProduct& product, PlannedProduct::Why why, const CheckList& checkList,
-                           const std::vector<AskedProduct>& asked, const CUsers& users)
+void CPlanner::PlanRun(int kind, const UninstallSelection& selection, std::size_t chosen)
+{
+    const Run run = AskOthers(kind, selection);
+    for (const AskedProduct& other : run.asked)
+    {
+        if (!other.read)
+            plan.warnings.push_back(
+                {other.name, "", "It stays, but its descriptor cannot be read, so nothing of it is protected."});
+    }
+    for (std::size_t i = 0; i < selection.uninstallList.size(); ++i)
+        PlanProduct(kind, selection.uninstallList[i],
+                    i < chosen ? PlannedProduct::Why::Chosen : PlannedProduct::Why::CleanUp, run);
+}
+
+void CPlanner::PlanProduct(int kind, const CProduct& product, PlannedProduct::Why why, const Run& run)
 {
     PlannedProduct& planned = plan.products.emplace_back();
     planned.name = ToUtf8(product.name);
     planned.kind = kind;
     planned.why = why;
-    planned.installed =
-        CProducts::IsProductInList(catalogues[kind == PRODSWEEP_KIND_OWN ? 0 : 1].installed, product.name);
+    planned.installed = CProducts::IsProductInList(CatalogueOf(kind).installed, product.name);
     planned.descriptor = ToUtf8(product.file);
     planned.descriptorDigest = DigestOfFile(product.file);
-    planned.asked = asked;
-    const LookContext context{users, forbidden, swept, planned, plan};
-    CPlannedRemoval removal(product.name, product.file, checkList, users);
-    if (!removal.Record())
+    planned.asked = run.asked;
+    const CUsers users(run.checkList, run.names);
+    const CUsers unasked(run.unaskedList, run.unaskedNames);
+    const LookContext context{users, unasked, forbidden, swept, planned, plan};
+    CPlannedRemoval removal(product.name, product.file, run.checkList, users);
+    if (removal.Record())
+    {
+        PlanStages(removal, context, libraryFolder, programFolder);
+    }
+    else
     {
         planned.fault = planned.descriptorDigest.empty() ? "it is missing" : "it cannot be read as a descriptor";
         context.Warn("", "Its descriptor \"" + planned.descriptor + "\" " +
                              (planned.descriptorDigest.empty() ? "is missing" : "cannot be read as one") +
                              "; nothing of it would be removed.");
     }
-    else
-    {
-        PlanStages(removal, context, libraryFolder, programFolder);
-    }
     for (const std::wstring& opCode : removal.UnknownOpCodes())
         context.Warn("", "Entries with the unknown op_code \"" + ToUtf8(opCode) + "\" do nothing.");
+    WarnOfTools(planned);
     planned.asksRestart = removal.RestartRequired();
     planned.restart = planned.asksRestart;
     AddTotals(planned);
+}
+
+// A tool that is not waited for may still run, or load what it needs, when its files go.
+void CPlanner::WarnOfTools(const PlannedProduct& product)
+{
+    for (const PlannedStage& stage : product.stages)
+    {
+        for (const PlannedItem& item : stage.items)
+        {
+            if (item.kind != ItemKind::Tool || item.state != ItemState::Present || item.detail != notWaitedFor)
+                continue;
+            const std::string path = item.name.substr(1, item.name.find('"', 1) - 1);
+            if (const std::wstring by = swept.TakesPath(ToWide(path)); !by.empty())
+                plan.warnings.push_back(
+                    {product.name, item.name,
+                     "It is not waited for, and \"" + ToUtf8(by) + "\" is deleted while it may still run."});
+        }
+    }
 }
 
 void CPlanner::AddTotals(PlannedProduct& product)

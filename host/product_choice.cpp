@@ -51,10 +51,15 @@ void CProductChoice::AddOptions(CLI::App& command)
         ->type_name("PATH");
 }
 
-void CProductChoice::Check() const
+void CProductChoice::CheckLibrary() const
 {
     if (parser->count("--library") != 0 && libraryPath.empty())
         throw CFailure(exitBadArguments, "--library needs a path.");
+}
+
+void CProductChoice::Check() const
+{
+    CheckLibrary();
     if (selection.allInstalled && selection.forceAll)
         throw CFailure(exitBadArguments, "--all-installed and --force-all do not go together.");
     const bool whole = IsWholeCatalogue(selection);

@@ -23,6 +23,8 @@ public:
 
     // What is wrong with the options as a whole. Throws CFailure.
     void Check() const;
+    // That part of it that does not depend on what is chosen.
+    void CheckLibrary() const;
 
     const PlanSelection& Selection() const { return selection; }
     const std::string& LibraryPath() const { return libraryPath; }

@@ -1,6 +1,7 @@
 #include "real_path.h"
 
-#include <string_view>
+#include <algorithm>
+#include <utility>
 
 #include "text.h"
 #include "unique_handle.h"
@@ -55,13 +56,36 @@ std::wstring WithoutTrailingSeparator(std::wstring path)
     return path;
 }
 
+// Deliberate in the deletion: a drive without a separator gets one, and so is the drive's root, not its current folder.
+bool IsDrive(const std::wstring& path) { return path.size() == 2 && path[1] == L':'; }
+
+// Windows skips dots and blanks at the end of a name.
+std::wstring WithoutTrailingDots(const std::wstring& path)
+{
+    std::wstring trimmed;
+    for (std::size_t begin = 0; begin <= path.size();)
+    {
+        const std::size_t end = std::min(path.find(L'\\', begin), path.size());
+        const std::size_t last = path.find_last_not_of(L". ", end == 0 ? 0 : end - 1);
+        if (end != begin)
+            trimmed.append(path, begin, (last == std::wstring::npos || last < begin ? begin : last + 1) - begin);
+        if (end != path.size())
+            trimmed += L'\\';
+        begin = end + 1;
+    }
+    return WithoutTrailingSeparator(std::move(trimmed));
+}
+
 } // namespace
 
 std::wstring RealPath(const std::wstring& path)
 {
+    // Opening follows also spellings that are no paths of a drive, such as those of devices.
+    if (std::wstring final = FinalPath(IsDrive(path) ? path + L'\\' : path); !final.empty())
+        return WithoutTrailingSeparator(std::move(final));
     // After the prefix went, dots and slashes are looked at anew: in "\\?\C:\x\.." the two dots are a name to Windows,
     // and so it would find nothing there. Taking them for what they look like errs on the safe side.
-    const std::wstring full = WithoutTrailingSeparator(Full(WithoutDevicePrefix(Full(path))));
+    const std::wstring full = WithoutTrailingDots(Full(WithoutDevicePrefix(IsDrive(path) ? path + L'\\' : Full(path))));
     std::wstring existing = full;
     for (;;)
     {

@@ -28,11 +28,15 @@ Json ProductAsJson(const ProductOutcome& product)
     Json events = Json::array();
     for (const StageReport& stage : product.stages)
         events.push_back({{"stage", stage.stage}, {"done", stage.done}});
+    Json stayed = Json::array();
+    for (const StayedItem& item : product.stayed)
+        stayed.push_back({{"kind", item.kind}, {"name", item.name}, {"user", item.user}});
     return {{"name", product.name},
             {"kind", KindName(product.kind)},
             {"outcome", OutcomeWord(product.outcome)},
             {"reason", product.reason.empty() ? Json() : Json(product.reason)},
-            {"events", std::move(events)}};
+            {"events", std::move(events)},
+            {"stayed", std::move(stayed)}};
 }
 
 } // namespace
@@ -44,6 +48,7 @@ std::string RemovalAsJson(const RemovalReport& report)
     json["exitCode"] = ExitCodeOf(report);
     json["restart"] = report.restart;
     json["seconds"] = report.seconds;
+    json["lifted"] = report.lifted;
     Json& products = json["products"] = Json::array();
     for (const ProductOutcome& product : report.products)
         products.push_back(ProductAsJson(product));

@@ -1,6 +1,9 @@
 #include "removal_report.h"
 
+#include <algorithm>
+
 #include "exit_codes.h"
+#include "plan.h"
 
 namespace prodsweep {
 
@@ -16,11 +19,23 @@ std::string MarkOf(const Product& product)
                         : "the registry key of its version " + guid + " still stands";
 }
 
+void AddStayed(std::vector<StayedItem>& stayed, const PlannedItem& item)
+{
+    if (item.state == ItemState::InUse && item.parts.empty())
+        stayed.push_back(
+            {KindWord(item.kind), item.name + (item.valueName.empty() ? "" : " " + item.valueName), item.user});
+    for (const PlannedPart& part : item.parts)
+    {
+        if (part.state == ItemState::InUse)
+            stayed.push_back({KindWord(part.kind), part.name, part.user});
+    }
+}
+
 } // namespace
 
 ProductOutcome JudgeRemoval(const Product& before, const Product* after, const RemovalResult& result)
 {
-    ProductOutcome outcome{before.name, before.kind, Outcome::Gone, {}, result.stages};
+    ProductOutcome outcome{before.name, before.kind, Outcome::Gone, {}, result.stages, {}};
     if (after == nullptr)
     {
         if (result.restart)
@@ -44,6 +59,23 @@ ProductOutcome JudgeRemoval(const Product& before, const Product* after, const R
     outcome.outcome = Outcome::Remains;
     outcome.reason = result.descriptorRead ? MarkOf(*after) : "its descriptor cannot be read; " + MarkOf(*after);
     return outcome;
+}
+
+void AddStayed(RemovalReport& report, const Plan& plan)
+{
+    for (const PlannedProduct& planned : plan.products)
+    {
+        const auto outcome = std::find_if(report.products.begin(), report.products.end(), [&](const auto& product) {
+            return product.name == planned.name && product.kind == planned.kind;
+        });
+        if (outcome == report.products.end())
+            continue;
+        for (const PlannedStage& stage : planned.stages)
+        {
+            for (const PlannedItem& item : stage.items)
+                AddStayed(outcome->stayed, item);
+        }
+    }
 }
 
 int ExitCodeOf(const RemovalReport& report)

@@ -31,6 +31,8 @@ std::string ProductText(const ProductOutcome& product)
     for (const StageReport& stage : product.stages)
         text += "  " + stage.stage + std::string(20 - stage.stage.size(), ' ') +
                 (stage.done ? "done" : "something failed; the log tells what") + "\n";
+    for (const StayedItem& item : product.stayed)
+        text += "  stays, in use by " + Printable(item.user + ": " + item.kind + ' ' + item.name) + "\n";
     return text;
 }
 

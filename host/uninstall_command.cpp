@@ -9,11 +9,13 @@
 #include "exit_codes.h"
 #include "failure.h"
 #include "input.h"
-#include "kind_option.h"
 #include "library.h"
 #include "machine.h"
 #include "output.h"
+#include "plan_report.h"
+#include "planner.h"
 #include "progress_bar.h"
+#include "removal_guard.h"
 #include "text.h"
 
 namespace prodsweep {
@@ -21,6 +23,9 @@ namespace prodsweep {
 namespace {
 
 constexpr const char* footer = R"(
+The removal is planned first, as the command plan does. It is refused (exit code 1603, nothing touched) when an item
+is a place that must not go or lies above one, such as a drive, the folder of Windows or HKLM\\Software.
+
 Afterwards the products are looked for again, and the exit code tells what was seen.
 The machine is never restarted.
 
@@ -30,19 +35,25 @@ The machine is never restarted.
   exitCode  0, 1603 or 3010
   restart   true: a restart of the machine is needed to finish
   seconds   how long it took
+  lifted    what --allow-dangerous lifted: sentences without full stop
   products  name, kind ("own" or "other"),
     outcome  "gone", "gone after restart", "remains" or "not installed"
     reason   a sentence, or null
     events   what the stages of the removal reported: stage, done (true or false)
+    stayed   what the plan left alone since it is in use: kind, name, user (a product)
 After a failure the object holds format and error (code, message) instead.
 )";
 
-const Product* Find(const std::vector<Product>& products, const Product& wanted)
+const COutput& StandardError()
 {
-    const auto found = std::find_if(products.begin(), products.end(), [&](const Product& product) {
-        return product.name == wanted.name && product.kind == wanted.kind;
-    });
-    return found == products.end() ? nullptr : &*found;
+    static const COutput err(STD_ERROR_HANDLE);
+    return err;
+}
+
+// Also a removal that keeps quiet says what it does against all advice. It is no reason to stop if nobody can read it.
+void Tell(const std::string& sentence)
+{
+    static_cast<void>(StandardError().Write("prodsweep: " + Printable(sentence) + '\n'));
 }
 
 } // namespace
@@ -50,16 +61,15 @@ const Product* Find(const std::vector<Product>& products, const Product& wanted)
 CUninstallCommand::CUninstallCommand(CLI::App& parser)
     : command(parser.add_subcommand("uninstall", "Remove products, and look again"))
 {
-    command->add_option("NAME", names, "Products of the catalogues, by their exact names");
-    AddKindOption(*command, kind);
-    command->add_flag("--force", force, "Remove the named products whether they are found or not");
-    command->add_flag("--all-installed", allInstalled, "Every installed product of a kind");
-    command->add_flag("--force-all", forceAll, "Every product of a kind, found or not");
+    choice.AddOptions(*command);
+    command->add_option("--plan", planPath, "Remove what this saved plan says, if the machine is still as it says")
+        ->type_name("FILE");
+    command->add_option("--max-files", maxFiles, "Refuse to delete more files than this")->type_name("N");
+    command->add_option("--max-keys", maxKeys, "Refuse to delete more registry keys than this")->type_name("N");
+    command->add_flag("--allow-dangerous", allowDangerous, "Remove what is refused otherwise, and say so");
     command->add_flag("-y,--yes", yes, "Do not ask");
     command->add_flag("-q,--quiet", quiet, "Tell nothing but failures");
     command->add_flag("--json", json, "One JSON object on standard output");
-    command->add_option("--library", libraryPath, "The prodsweep.dll to use (default: the one beside this program)")
-        ->type_name("PATH");
     command->footer(footer);
 }
 
@@ -67,54 +77,56 @@ bool CUninstallCommand::IsChosen() const { return command->parsed(); }
 
 void CUninstallCommand::CheckOptions() const
 {
-    if (command->count("--library") != 0 && libraryPath.empty())
-        throw CFailure(exitBadArguments, "--library needs a path.");
-    if (allInstalled && forceAll)
-        throw CFailure(exitBadArguments, "--all-installed and --force-all do not go together.");
-    const bool whole = allInstalled || forceAll;
-    if (whole == !names.empty())
-        throw CFailure(exitBadArguments, whole ? "--all-installed and --force-all take no names."
-                                               : "say which products, by name or by --all-installed.");
-    if (whole && force)
-        throw CFailure(exitBadArguments, "--force goes with names; --force-all is for whole catalogues.");
-    // A whole catalogue goes only when it was named: there is no safe guess.
-    if (whole && kind == "all")
-        throw CFailure(exitBadArguments, "a whole catalogue needs --kind own or --kind other.");
-}
-
-int CUninstallCommand::Flags() const { return FlagsOfKind(kind); }
-
-std::vector<Product> CUninstallCommand::Named(const CLibrary& library) const
-{
-    const std::vector<Product> catalogue = library.Products(Flags());
-    std::vector<Product> named;
-    for (const std::string& name : names)
+    if (command->count("--plan") == 0)
+        return choice.Check();
+    for (const char* const option : {"NAME", "--kind", "--force", "--all-installed", "--force-all"})
     {
-        const auto isNamed = [&](const Product& product) { return product.name == name; };
-        const auto first = std::find_if(catalogue.begin(), catalogue.end(), isNamed);
-        if (first == catalogue.end())
-            throw CFailure(exitUnknownProduct, "\"" + name + "\" is in no catalogue; nothing was removed.");
-        const bool ofBothKinds = std::any_of(first, catalogue.end(), [&](const Product& product) {
-            return isNamed(product) && product.kind != first->kind;
-        });
-        if (ofBothKinds)
-            throw CFailure(exitBadArguments, "\"" + name + "\" is in both catalogues; say --kind own or --kind other.");
-        if (Find(named, *first) == nullptr)
-            named.push_back(*first);
+        if (command->count(option) != 0)
+            throw CFailure(exitBadArguments, "--plan says what is removed; it does not go with names, --kind, --force, "
+                                             "--all-installed and --force-all.");
     }
-    const std::vector<Product> installed = library.InstalledProducts(Flags());
-    for (Product& product : named)
-        product.installed = Find(installed, product) != nullptr;
-    return named;
+    choice.CheckLibrary();
 }
 
-std::vector<Product> CUninstallCommand::Chosen(const CLibrary& library) const
+PlanSelection CUninstallCommand::Selection()
 {
-    if (forceAll)
-        return library.Products(Flags());
-    if (allInstalled)
-        return library.InstalledProducts(Flags());
-    return Named(library);
+    if (command->count("--plan") == 0)
+        return choice.Selection();
+    saved = ReadSavedPlan(planPath);
+    return saved.selection;
+}
+
+Plan CUninstallCommand::Prepare(const CLibrary& library, RemovalReport& report) const
+{
+    Plan plan = MakePlan(library, selection);
+    if (!saved.json.is_null())
+    {
+        if (const std::string drift = FindDrift(saved.json, PlanAsJson(plan)); !drift.empty())
+            throw CFailure(exitRemovalFailed, "the machine is not as the plan \"" + planPath + "\" says: " + drift +
+                                                  "; nothing was removed.");
+    }
+    GuardLimits limits;
+    if (command->count("--max-files") != 0)
+        limits.maxFiles = maxFiles;
+    if (command->count("--max-keys") != 0)
+        limits.maxKeys = maxKeys;
+    report.lifted = FindObjections(plan, limits);
+    if (!report.lifted.empty() && !allowDangerous)
+    {
+        const std::size_t more = report.lifted.size() - 1;
+        throw CFailure(exitRemovalFailed,
+                       report.lifted.front() +
+                           (more == 0 ? "" : " (and " + std::to_string(more) + " more of the kind)") +
+                           "; nothing was removed, since only --allow-dangerous allows it.");
+    }
+    for (const std::string& objection : report.lifted)
+        Tell("--allow-dangerous: " + objection + '.');
+    for (const PlanWarning& warning : plan.warnings)
+    {
+        if (!quiet)
+            Tell("warning: " + WarningSentence(warning));
+    }
+    return plan;
 }
 
 void CUninstallCommand::Ask(const std::vector<Product>& products, const COutput& out) const
@@ -140,12 +152,12 @@ void CUninstallCommand::Remove(const CLibrary& library, const std::vector<Produc
         bar = std::make_unique<CProgressBar>(out, [&] { return library.ProgressPercent(); });
     // One call for a whole catalogue; one a product for names, since only so the restart is told.
     std::vector<RemovalResult> results;
-    if (allInstalled || forceAll)
+    if (IsWholeCatalogue(selection))
     {
-        const int number = Flags();
+        const int number = FlagsOf(selection);
         results.assign(products.size(), RunRemoval(
                                             [&](bool* restart, UninstallCallback callback) {
-                                                return forceAll
+                                                return selection.forceAll
                                                            ? library.UninstallForceAll(number, restart, callback)
                                                            : library.UninstallAllInstalled(number, restart, callback);
                                             },
@@ -155,21 +167,21 @@ void CUninstallCommand::Remove(const CLibrary& library, const std::vector<Produc
     {
         for (const Product& product : products)
         {
-            const bool skip = !product.installed && !force;
+            const bool skip = !product.installed && !selection.force;
             results.push_back(skip ? RemovalResult{true, false, {}, true}
                                    : RunRemoval(
                                          [&](bool* restart, UninstallCallback callback) {
-                                             return library.Uninstall(product, force, restart, callback);
+                                             return library.Uninstall(product, selection.force, restart, callback);
                                          },
                                          bar.get()));
         }
     }
     bar.reset();
-    const std::vector<Product> installed = library.InstalledProducts(Flags());
+    const std::vector<Product> installed = library.InstalledProducts(FlagsOf(selection));
     for (std::size_t i = 0; i < products.size(); ++i)
     {
-        ProductOutcome outcome = JudgeRemoval(products[i], Find(installed, products[i]), results[i]);
-        const bool untouched = !products[i].installed && !force && !forceAll && !allInstalled;
+        ProductOutcome outcome = JudgeRemoval(products[i], FindProduct(installed, products[i]), results[i]);
+        const bool untouched = !products[i].installed && !selection.force && !IsWholeCatalogue(selection);
         if (untouched)
             outcome.outcome = Outcome::NotInstalled;
         report.failed = report.failed || !results[i].success || outcome.outcome == Outcome::Remains;
@@ -181,12 +193,14 @@ void CUninstallCommand::Remove(const CLibrary& library, const std::vector<Produc
 int CUninstallCommand::Run(const COutput& out)
 {
     CheckOptions();
-    const CLibrary library(libraryPath);
-    const std::vector<Product> products = Chosen(library);
+    selection = Selection();
+    const CLibrary library(choice.LibraryPath());
+    const std::vector<Product> products = ChosenProducts(selection, library);
     RemovalReport report;
     report.library = library.Path();
-    const bool anything = std::any_of(products.begin(), products.end(),
-                                      [&](const Product& product) { return product.installed || force || forceAll; });
+    const bool anything = std::any_of(products.begin(), products.end(), [&](const Product& product) {
+        return product.installed || selection.force || selection.forceAll;
+    });
     if (anything)
     {
         if (!HasAdministratorRights())
@@ -194,16 +208,18 @@ int CUninstallCommand::Run(const COutput& out)
         const CRemovalLock lock;
         if (!lock.IsOurs())
             throw CFailure(exitRemovalRunning, "another removal by this program is running.");
+        const Plan plan = Prepare(library, report);
         if (!yes)
-            Ask(products, json ? COutput(STD_ERROR_HANDLE) : out);
+            Ask(products, json ? StandardError() : out);
         const auto start = std::chrono::steady_clock::now();
         Remove(library, products, out, report);
         report.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        AddStayed(report, plan);
     }
     else
     {
         for (const Product& product : products)
-            report.products.push_back({product.name, product.kind, Outcome::NotInstalled, {}, {}});
+            report.products.push_back({product.name, product.kind, Outcome::NotInstalled, {}, {}, {}});
     }
     const std::string text = json ? RemovalAsJson(report) : quiet ? std::string() : RemovalAsText(report);
     return out.Write(text) ? ExitCodeOf(report) : exitNotWritten;

@@ -1,12 +1,16 @@
 // prodsweep uninstall: removes products, looks again, and tells what came of it.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
 #include "command.h"
+#include "plan.h"
 #include "product.h"
+#include "product_choice.h"
 #include "removal_report.h"
+#include "saved_plan.h"
 
 namespace prodsweep {
 
@@ -22,24 +26,23 @@ public:
     int Run(const COutput& out) override;
 
 private:
-    // What is wrong with the options as a whole. Throws CFailure.
     void CheckOptions() const;
-    int Flags() const;
-    // The catalogue's products that the command line names, in its order. Throws CFailure.
-    std::vector<Product> Named(const CLibrary& library) const;
-    // What would go, in the words of the question.
-    std::vector<Product> Chosen(const CLibrary& library) const;
+    // From the saved plan when there is one. Throws CFailure.
+    PlanSelection Selection();
+    // Plans, and throws CFailure when something keeps the removal from being started. Tells what it lets pass.
+    Plan Prepare(const CLibrary& library, RemovalReport& report) const;
     void Ask(const std::vector<Product>& products, const COutput& out) const;
     void Remove(const CLibrary& library, const std::vector<Product>& products, const COutput& out,
                 RemovalReport& report) const;
 
     CLI::App* command;
-    std::vector<std::string> names;
-    std::string kind = "all";
-    std::string libraryPath;
-    bool force = false;
-    bool allInstalled = false;
-    bool forceAll = false;
+    CProductChoice choice;
+    PlanSelection selection; // what is removed, from the moment on when Run knows it
+    std::string planPath;
+    SavedPlan saved;
+    std::uint64_t maxFiles = 0;
+    std::uint64_t maxKeys = 0;
+    bool allowDangerous = false;
     bool yes = false;
     bool quiet = false;
     bool json = false;

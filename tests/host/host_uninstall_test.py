@@ -63,7 +63,8 @@ class Uninstalling(unittest.TestCase):
         ended = self.uninstall("Anvil")
         self.assertEqual((ended.code, ended.err_text()), (0, ""))
         self.assertEqual(ended.out_text(), "Anvil: gone\n"
-                         "  folders             done\n  registry keys       done\n  registry values     done\n")
+                         "  folders             done\n  registry keys       done\n  registry values     done\n"
+                         f"  stays, in use by Bellows: folder {self.host.path('shared')}\n")
         self.assertEqual(self.installed(), ["Bellows"])
         self.assertFalse((self.host.folder / "own").exists())
         self.assertTrue((self.host.folder / "shared" / "common.dll").exists())
@@ -163,10 +164,23 @@ class Uninstalling(unittest.TestCase):
         self.install("Bellows")
         self.catalogue("Anvil", "Bellows")
         report = json.loads(self.uninstall("Anvil", "--json").out_text())
-        self.assertEqual(list(report), ["format", "library", "exitCode", "restart", "seconds", "products"])
+        self.assertEqual(list(report), ["format", "library", "exitCode", "restart", "seconds", "lifted", "products"])
         self.assertEqual(report["products"], [{
             "name": "Anvil", "kind": "own", "outcome": "gone", "reason": None,
-            "events": [{"stage": "registry keys", "done": True}, {"stage": "registry values", "done": True}]}])
+            "events": [{"stage": "registry keys", "done": True}, {"stage": "registry values", "done": True}],
+            "stayed": []}])
+
+    def test_json_tells_what_stayed_and_for_whom(self):
+        for name in ["app/own.dll", "app/shared/common.dll"]:
+            self.host.write(name, "x")
+        self.install("Anvil", section("del_folder", f"<e name='{self.host.path('app')}'/>"))
+        self.install("Bellows", section("del_folder", f"<e name='{self.host.path('app')}\\shared'/>"))
+        self.catalogue("Anvil", "Bellows")
+        report = json.loads(self.uninstall("Anvil", "--json").out_text())
+        self.assertEqual(report["products"][0]["stayed"],
+                         [{"kind": "folder", "name": self.host.path("app\\shared"), "user": "Bellows"}])
+        self.assertTrue((self.host.folder / "app" / "shared" / "common.dll").exists())
+        self.assertFalse((self.host.folder / "app" / "own.dll").exists())
 
     def test_json_of_nothing_and_of_a_failure_is_an_object_too(self):
         self.catalogue("Anvil")

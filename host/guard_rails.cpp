@@ -1,0 +1,222 @@
+#include "guard_rails.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include <shlobj.h>
+#include <shlwapi.h>
+
+#include "common/path_join.h"
+#include "common/unique_reg_key.h"
+#include "forbidden_places.h"
+#include "key_name.h"
+#include "real_path.h"
+#include "registry/split_key_path.h"
+#include "text.h"
+#include "unique_handle.h"
+
+namespace prodsweep {
+
+namespace {
+
+// Empty when the system knows no such folder.
+std::wstring ShellFolder(int number)
+{
+    wchar_t path[MAX_PATH]{};
+    return SHGetFolderPathW(nullptr, number, nullptr, SHGFP_TYPE_CURRENT, path) == S_OK ? path : L"";
+}
+
+std::wstring Joined(std::wstring folder, const wchar_t* below)
+{
+    return *below == L'\0' ? folder : PathJoin(folder, below);
+}
+
+// Empty when a variable in it is not set.
+std::wstring Expanded(const wchar_t* path)
+{
+    wchar_t expanded[MAX_PATH]{};
+    const DWORD length = ExpandEnvironmentStringsW(path, expanded, MAX_PATH);
+    return length == 0 || length > MAX_PATH || expanded[0] == L'%' ? L"" : expanded;
+}
+
+std::wstring FolderAbove(const std::wstring& path)
+{
+    const std::size_t separator = path.find_last_of(L'\\');
+    return separator == std::wstring::npos ? L"" : path.substr(0, separator < 3 ? 3 : separator);
+}
+
+bool IsRoot(const std::wstring& path)
+{
+    const bool isVolume = ToLower(path).starts_with(L"volume{") && path.find_first_of(L'\\') + 1 >= path.size();
+    return isVolume || PathIsRootW(path.c_str()) || (path.size() == 2 && path[1] == L':');
+}
+
+bool IsAtOrAbove(const std::wstring& item, const std::wstring& place)
+{
+    return place.starts_with(item) &&
+           (place.size() == item.size() || item.back() == L'\\' || place[item.size()] == L'\\');
+}
+
+} // namespace
+
+CGuardRails::CGuardRails(const std::wstring& libraryFolder)
+{
+    AddShellFolders();
+    AddProfiles();
+    for (const ForbiddenFile& file : ForbiddenFilesOfLibrary())
+        AddPath(Joined(libraryFolder, file.name), file.reason);
+    AddKeys();
+}
+
+void CGuardRails::AddShellFolders()
+{
+    for (const ForbiddenFolder& folder : ForbiddenFolders())
+    {
+        if (folder.shellFolder == noShellFolder)
+            AddPath(Expanded(folder.below), folder.reason);
+        else if (const std::wstring path = ShellFolder(folder.shellFolder); !path.empty())
+            AddPath(Joined(path, folder.below), folder.reason);
+    }
+}
+
+void CGuardRails::AddProfiles()
+{
+    // All users' profiles lie side by side, whether they are logged on or not.
+    const std::wstring profiles = FolderAbove(ShellFolder(CSIDL_PROFILE));
+    if (profiles.size() <= 3)
+        return;
+    AddPath(profiles, "the folder of all users' profiles");
+    WIN32_FIND_DATAW entry{};
+    const HANDLE find = FindFirstFileW((profiles + L"\\*").c_str(), &entry);
+    if (find == INVALID_HANDLE_VALUE)
+        return;
+    do
+    {
+        const std::wstring name = entry.cFileName;
+        if (name != L"." && name != L".." && (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
+            AddProfile(profiles + L'\\' + name);
+    } while (FindNextFileW(find, &entry));
+    FindClose(find);
+}
+
+void CGuardRails::AddProfile(const std::wstring& root)
+{
+    for (const ForbiddenProfileFolder& folder : ForbiddenProfileFolders())
+        AddPath(Joined(root, folder.below), folder.reason);
+}
+
+void CGuardRails::AddKeys()
+{
+    const CSplitKeyPath hiveNames;
+    for (const ForbiddenKey& key : ForbiddenKeys())
+    {
+        std::wstring name = HiveName(key.hive);
+        if (*key.subkey != L'\0')
+            PathJoin(name, key.subkey);
+        keys.push_back({CanonicalKey(key.hive, key.subkey), {ToUtf8(name), key.reason}});
+    }
+}
+
+bool CGuardRails::FindIdentity(const std::wstring& path, Identity& identity)
+{
+    const UniqueHandle file = OwnHandle(CreateFileW(path.c_str(), FILE_READ_ATTRIBUTES,
+                                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                                    OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    BY_HANDLE_FILE_INFORMATION information{};
+    if (file == nullptr || !GetFileInformationByHandle(file.get(), &information))
+        return false;
+    identity = {information.dwVolumeSerialNumber,
+                (static_cast<unsigned long long>(information.nFileIndexHigh) << 32) | information.nFileIndexLow};
+    return true;
+}
+
+void CGuardRails::AddPath(const std::wstring& path, const char* reason)
+{
+    if (path.empty())
+        return;
+    const std::wstring spelt = path.size() > 3 && path.back() == L'\\' ? path.substr(0, path.size() - 1) : path;
+    const ForbiddenPlace place{ToUtf8(spelt), reason};
+    AddSpelling(spelt, place);
+    // The place itself may be a link.
+    if (const std::wstring real = RealPath(spelt); ToLower(real) != ToLower(spelt))
+        AddSpelling(real, place);
+}
+
+void CGuardRails::AddSpelling(const std::wstring& path, const ForbiddenPlace& place)
+{
+    Path& added = paths.emplace_back();
+    added.lower = ToLower(path);
+    added.place = place;
+    for (std::wstring folder = path; !folder.empty();)
+    {
+        Identity identity;
+        if (FindIdentity(folder, identity))
+            added.identities.insert(identity);
+        const std::wstring above = FolderAbove(folder);
+        folder = above == folder || above.size() >= folder.size() ? L"" : above;
+    }
+}
+
+const ForbiddenPlace* CGuardRails::OfText(const std::wstring& path) const
+{
+    if (IsRoot(path))
+        return &driveRoot;
+    const std::wstring lower = ToLower(path);
+    const auto reachedBy = [&](bool (*reaches)(const std::wstring&, const std::wstring&)) {
+        return std::find_if(paths.begin(), paths.end(),
+                            [&](const Path& candidate) { return reaches(lower, candidate.lower); });
+    };
+    // The place itself says better what it is than one that lies below it.
+    auto found = reachedBy([](const std::wstring& item, const std::wstring& place) { return item == place; });
+    if (found == paths.end())
+        found = reachedBy(IsAtOrAbove);
+    return found == paths.end() ? nullptr : &found->place;
+}
+
+const ForbiddenPlace* CGuardRails::OfPath(const std::wstring& path) const
+{
+    if (path.empty())
+        return nullptr;
+    const std::wstring real = RealPath(path);
+    for (const std::wstring& text : {real, path})
+    {
+        if (const ForbiddenPlace* const place = OfText(text))
+            return place;
+    }
+    for (const std::wstring& text : {path, real})
+    {
+        Identity identity;
+        if (!FindIdentity(text, identity))
+            continue;
+        const auto found = std::find_if(paths.begin(), paths.end(), [&](const Path& candidate) {
+            return candidate.identities.count(identity) != 0;
+        });
+        if (found != paths.end())
+            return &found->place;
+    }
+    return nullptr;
+}
+
+const ForbiddenPlace* CGuardRails::OfKey(HKEY hive, const std::wstring& subkey) const
+{
+    for (const std::wstring& name : {CanonicalKey(hive, subkey), CanonicalOpenedKey(hive, subkey)})
+    {
+        if (name.empty())
+            continue;
+        auto found =
+            std::find_if(keys.begin(), keys.end(), [&](const Key& candidate) { return name == candidate.canonical; });
+        if (found == keys.end())
+            found = std::find_if(keys.begin(), keys.end(),
+                                 [&](const Key& candidate) { return IsAtOrAbove(name, candidate.canonical); });
+        if (found != keys.end())
+            return &found->place;
+    }
+    return nullptr;
+}
+
+const ForbiddenPlace* CGuardRails::OfService(const std::wstring& name) const
+{
+    return OfKey(HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Services\\" + name);
+}
+
+} // namespace prodsweep

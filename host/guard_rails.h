@@ -1,0 +1,63 @@
+// Judges whether an item is a forbidden place, or lies above one.
+#pragma once
+
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <windows.h>
+
+namespace prodsweep {
+
+struct ForbiddenPlace
+{
+    std::string name;   // a path or a key
+    std::string reason; // what it is: "the folder of Windows"
+};
+
+class CGuardRails
+{
+public:
+    // Asks the system where the forbidden places lie. libraryFolder: with its separator at the end.
+    explicit CGuardRails(const std::wstring& libraryFolder);
+
+    // Judges by where the path leads: by its text with links followed, and by what lies there, however it is spelt.
+    // Null: nothing forbids it.
+    const ForbiddenPlace* OfPath(const std::wstring& path) const;
+
+    // Judges by all names that lead to the key.
+    const ForbiddenPlace* OfKey(HKEY hive, const std::wstring& subkey) const;
+
+    // A service is named by what follows the key of all services.
+    const ForbiddenPlace* OfService(const std::wstring& name) const;
+
+private:
+    using Identity = std::pair<DWORD, unsigned long long>; // of a volume, and of a folder on it
+    struct Path
+    {
+        std::wstring lower;
+        std::set<Identity> identities; // its own, and those of all folders above it
+        ForbiddenPlace place;
+    };
+    struct Key
+    {
+        std::wstring canonical;
+        ForbiddenPlace place;
+    };
+
+    static bool FindIdentity(const std::wstring& path, Identity& identity);
+    void AddPath(const std::wstring& path, const char* reason);
+    void AddSpelling(const std::wstring& path, const ForbiddenPlace& place);
+    void AddShellFolders();
+    void AddProfiles();
+    void AddProfile(const std::wstring& root);
+    void AddKeys();
+    const ForbiddenPlace* OfText(const std::wstring& path) const;
+
+    std::vector<Path> paths;
+    std::vector<Key> keys;
+    ForbiddenPlace driveRoot{"a drive", "the root of a drive"};
+};
+
+} // namespace prodsweep

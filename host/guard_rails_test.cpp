@@ -1,0 +1,61 @@
+#include "guard_rails.h"
+
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include "forbidden_places.h"
+
+namespace prodsweep {
+namespace {
+
+class GuardRailsTest : public testing::Test
+{
+protected:
+    static std::string ReasonOf(const std::wstring& path)
+    {
+        static const CGuardRails rails(L"C:\\prodsweep test\\");
+        const ForbiddenPlace* const place = rails.OfPath(path);
+        return place != nullptr ? place->reason : "";
+    }
+    static const ForbiddenPlace* OfKey(const ForbiddenKey& key)
+    {
+        static const CGuardRails rails(L"C:\\prodsweep test\\");
+        return rails.OfKey(key.hive, key.subkey);
+    }
+};
+
+TEST_F(GuardRailsTest, ShortNameIsJudgedByTheLongOne)
+{
+    wchar_t shortName[MAX_PATH]{};
+    ASSERT_NE(0u, GetShortPathNameW(L"C:\\Program Files", shortName, MAX_PATH));
+    EXPECT_EQ("the folder of all programs", ReasonOf(shortName));
+}
+
+TEST_F(GuardRailsTest, FolderAboveAForbiddenOneIsForbiddenAndOneBesideItIsNot)
+{
+    EXPECT_EQ("the folder of prodsweep itself", ReasonOf(L"C:\\prodsweep test"));
+    EXPECT_EQ("", ReasonOf(L"C:\\prodsweep tests"));
+    EXPECT_EQ("", ReasonOf(L"C:\\prodsweep test\\other"));
+    EXPECT_EQ("the root of a drive", ReasonOf(L"\\"));
+}
+
+TEST_F(GuardRailsTest, EachKeyOfTheTableIsForbiddenForItsReason)
+{
+    for (const ForbiddenKey& key : ForbiddenKeys())
+    {
+        const ForbiddenPlace* const place = OfKey(key);
+        ASSERT_NE(nullptr, place) << key.reason;
+        EXPECT_EQ(key.reason, place->reason);
+    }
+}
+
+TEST(WhyCriticalTest, NamesAreComparedInAnyCaseAndAsAWhole)
+{
+    EXPECT_STREQ("it is the desktop", WhyCritical(CriticalProcesses(), L"Explorer.EXE"));
+    EXPECT_EQ(nullptr, WhyCritical(CriticalProcesses(), L"explorer"));
+    EXPECT_NE(nullptr, WhyCritical(CriticalServices(), L"rpcss"));
+}
+
+} // namespace
+} // namespace prodsweep

@@ -1,0 +1,134 @@
+#include "key_name.h"
+
+#include <algorithm>
+#include <vector>
+
+#include <winternl.h>
+
+#include "common/unique_reg_key.h"
+#include "text.h"
+
+namespace prodsweep {
+
+namespace {
+
+using Parts = std::vector<std::wstring>;
+
+// Doubled and trailing separators name nothing.
+Parts SplitKey(const std::wstring& subkey)
+{
+    Parts parts;
+    for (std::size_t begin = 0; begin <= subkey.size();)
+    {
+        const std::size_t end = std::min(subkey.find(L'\\', begin), subkey.size());
+        if (end != begin)
+            parts.push_back(ToLower(std::wstring_view(subkey).substr(begin, end - begin)));
+        begin = end + 1;
+    }
+    return parts;
+}
+
+std::wstring JoinKey(const std::wstring& hive, const Parts& parts)
+{
+    std::wstring key = hive;
+    for (const std::wstring& part : parts)
+        key += L'\\' + part;
+    return key;
+}
+
+bool StartsWith(const Parts& parts, const Parts& begin)
+{
+    return parts.size() >= begin.size() && std::equal(begin.begin(), begin.end(), parts.begin());
+}
+
+void Prepend(Parts& parts, const Parts& begin) { parts.insert(parts.begin(), begin.begin(), begin.end()); }
+
+// The 32-bit view lies in a key of its own, below which the native one is mirrored.
+void LeaveView(Parts& parts)
+{
+    for (const Parts& view : {Parts{L"software", L"wow6432node"}, Parts{L"software", L"classes", L"wow6432node"}})
+    {
+        if (StartsWith(parts, view) && parts.size() > view.size())
+            parts.erase(parts.begin() + static_cast<std::ptrdiff_t>(view.size()) - 1);
+    }
+}
+
+void LeaveControlSet(Parts& parts)
+{
+    if (parts.size() >= 2 && parts[0] == L"system" && parts[1].starts_with(L"controlset"))
+        parts[1] = L"currentcontrolset";
+}
+
+// The first part names a user, or a user's classes.
+std::wstring CanonicalUser(Parts parts)
+{
+    if (parts.empty())
+        return L"hku";
+    const bool isClasses = parts.front().ends_with(L"_classes");
+    parts.erase(parts.begin());
+    if (isClasses)
+        Prepend(parts, {L"software", L"classes"});
+    LeaveView(parts);
+    return JoinKey(L"hkcu", parts);
+}
+
+std::wstring CanonicalMachine(Parts parts)
+{
+    LeaveView(parts);
+    LeaveControlSet(parts);
+    return JoinKey(L"hklm", parts);
+}
+
+// "\Registry\Machine\Software", as the system itself names an open key.
+std::wstring NativeName(HKEY key)
+{
+    using QueryKey = NTSTATUS(NTAPI*)(HANDLE, int, void*, ULONG, ULONG*);
+    constexpr int keyNameInformation = 3;
+    const auto query = reinterpret_cast<QueryKey>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "NtQueryKey")));
+    std::vector<ULONG> buffer(16384);
+    ULONG size = 0;
+    if (query == nullptr ||
+        query(key, keyNameInformation, buffer.data(), static_cast<ULONG>(buffer.size() * sizeof(ULONG)), &size) < 0)
+        return {};
+    // Its length in bytes comes first, then the name.
+    return {reinterpret_cast<const wchar_t*>(&buffer[1]), buffer[0] / sizeof(wchar_t)};
+}
+
+} // namespace
+
+std::wstring CanonicalKey(HKEY hive, const std::wstring& subkey)
+{
+    Parts parts = SplitKey(subkey);
+    if (hive == HKEY_USERS)
+        return CanonicalUser(std::move(parts));
+    if (hive == HKEY_CURRENT_USER)
+    {
+        LeaveView(parts);
+        return JoinKey(L"hkcu", parts);
+    }
+    // What is deleted there is a key of the machine or of the user, and lies at the same place in both.
+    if (hive == HKEY_CLASSES_ROOT)
+        Prepend(parts, {L"software", L"classes"});
+    else if (hive == HKEY_CURRENT_CONFIG)
+        Prepend(parts, {L"system", L"currentcontrolset", L"hardware profiles", L"current"});
+    else if (hive != HKEY_LOCAL_MACHINE)
+        return {};
+    return CanonicalMachine(std::move(parts));
+}
+
+std::wstring CanonicalOpenedKey(HKEY hive, const std::wstring& subkey)
+{
+    HKEY opened = nullptr;
+    if (RegOpenKeyExW(hive, subkey.c_str(), 0, KEY_READ, &opened) != ERROR_SUCCESS)
+        return {};
+    const UniqueRegKey key(opened);
+    Parts parts = SplitKey(NativeName(opened));
+    if (StartsWith(parts, {L"registry", L"machine"}))
+        return CanonicalMachine({parts.begin() + 2, parts.end()});
+    if (StartsWith(parts, {L"registry", L"user"}))
+        return CanonicalUser({parts.begin() + 2, parts.end()});
+    return {};
+}
+
+} // namespace prodsweep

@@ -1,0 +1,114 @@
+#include "saved_plan.h"
+
+#include <gtest/gtest.h>
+
+#include "plan_report.h"
+
+namespace prodsweep {
+namespace {
+
+Plan SmallPlan()
+{
+    Plan plan;
+    plan.machine = "forge";
+    PlannedProduct& product = plan.products.emplace_back();
+    product.name = "Anvil";
+    product.kind = 1;
+    product.descriptorDigest = "d1";
+    PlannedItem folder;
+    folder.kind = ItemKind::Folder;
+    folder.name = "C:\\Anvil";
+    folder.contents.files = 3;
+    folder.mark = "m1";
+    PlannedItem process;
+    process.kind = ItemKind::Process;
+    process.name = "anvil.exe";
+    product.stages = {{"processes", {process}}, {"folders", {folder}}};
+    return plan;
+}
+
+class DriftTest : public testing::Test
+{
+protected:
+    std::string Drift() const { return FindDrift(PlanAsJson(saved), PlanAsJson(now)); }
+    PlannedItem& Process() { return now.products[0].stages[0].items[0]; }
+    PlannedItem& Folder() { return now.products[0].stages[1].items[0]; }
+
+    Plan saved = SmallPlan();
+    Plan now = SmallPlan();
+};
+
+TEST_F(DriftTest, SameMachineHasNotDrifted) { EXPECT_EQ("", Drift()); }
+
+TEST_F(DriftTest, WhatComesAndGoesByItselfIsNoDrift)
+{
+    now.made = "later";
+    now.restart = true;
+    Process().state = ItemState::Absent;
+    Process().detail = "2 run";
+    Folder().contents.atRestart = 1;
+    now.products[0].restart = true;
+    EXPECT_EQ("", Drift());
+}
+
+TEST_F(DriftTest, OtherDescriptorIsTold)
+{
+    now.products[0].descriptorDigest = "d2";
+    EXPECT_EQ("of \"Anvil\", its descriptor is not the one of the plan", Drift());
+}
+
+TEST_F(DriftTest, OtherStateIsTold)
+{
+    Folder().state = ItemState::Absent;
+    EXPECT_EQ("of \"Anvil\", \"C:\\Anvil\" is \"absent\", and was \"present\"", Drift());
+}
+
+TEST_F(DriftTest, OtherNumbersAreTold)
+{
+    Folder().contents.files = 4;
+    EXPECT_EQ("of \"Anvil\", \"C:\\Anvil\" would take 4 files, not 3", Drift());
+}
+
+TEST_F(DriftTest, OtherContentIsTold)
+{
+    Folder().mark = "m2";
+    EXPECT_EQ("of \"Anvil\", \"C:\\Anvil\" is not what it was: something in it has changed", Drift());
+}
+
+TEST_F(DriftTest, OtherPlaceIsTold)
+{
+    Folder().leadsTo = "D:\\";
+    EXPECT_EQ("of \"Anvil\", \"C:\\Anvil\" has another \"leadsTo\": D:\\, not null", Drift());
+}
+
+TEST_F(DriftTest, ProductsThatComeAndGoAreTold)
+{
+    now.products.push_back(now.products[0]);
+    now.products[1].name = "Bellows";
+    EXPECT_EQ("\"Bellows\" would go, and was not in the plan", Drift());
+    now.products.clear();
+    EXPECT_EQ("\"Anvil\" would not be dealt with any more", Drift());
+}
+
+TEST_F(DriftTest, OtherMachineIsTold)
+{
+    now.machine = "mill";
+    EXPECT_EQ("it was made on \"forge\", and this is \"mill\"", Drift());
+}
+
+TEST_F(DriftTest, OtherNeighboursAreTold)
+{
+    now.products[0].asked.push_back({"Bellows", "b.xml", true});
+    EXPECT_EQ("of \"Anvil\", other products stay and are asked what they use", Drift());
+}
+
+TEST_F(DriftTest, ItemsThatComeAndGoAreTold)
+{
+    now.products[0].stages[1].items.push_back(Folder());
+    EXPECT_EQ("of \"Anvil\", \"C:\\Anvil\" was not in the plan", Drift());
+    now.products[0].stages[1].items.clear();
+    EXPECT_EQ("of \"Anvil\", \"C:\\Anvil\" is not dealt with any more", Drift());
+}
+
+} // namespace
+} // namespace prodsweep

@@ -1,0 +1,437 @@
+"""prodsweep plan: what it says of a removal, and that a saved plan holds only for the machine that it was made on."""
+import json
+import subprocess
+import time
+import unittest
+from xml.sax.saxutils import quoteattr
+
+from windows import BUILD, Installation, REPORTS, ROOT, UserKey, product, run, windows_path
+
+import pyreport
+
+REFUSED = 1603 % 256
+
+
+def section(op_code, *entries):
+    return f"<s op_code='{op_code}' minimum_score='1'>{''.join(entries)}</s>"
+
+
+def entry(**attributes):
+    return "<e " + " ".join(f"{name}={quoteattr(value)}" for name, value in attributes.items()) + "/>"
+
+
+def descriptor(*sections):
+    return ("<uninstall_information><version_list><v1/></version_list><v1><install_folder name='none'/>"
+            f"<win_nt>{''.join(sections)}</win_nt></v1></uninstall_information>")
+
+
+class Planned(unittest.TestCase):
+    planned = ["Anvil"]
+
+    def setUp(self):
+        self.host = Installation("plan")
+        self.addCleanup(self.host.close)
+        self.key = UserKey("plan")
+        self.marked = False
+
+    def mark(self, key):
+        if not self.marked:
+            self.addCleanup(self.key.close)
+        self.marked = True
+        self.key.add_version(key)
+
+    def path(self, name):
+        return self.host.path(name.replace("/", "\\"))
+
+    def install(self, name, *sections, folder="intern"):
+        self.mark(name)
+        mark = section("del_regkey", entry(name=f"{self.key.path}\\{name}"))
+        self.host.write(f"{folder}/{name}.xml", descriptor(*sections, mark))
+
+    def catalogue(self, *names, other=(), head=""):
+        elements = [product(name, self.key.version("1", name), file=f"{name}.xml") for name in names]
+        self.host.catalogues(own=[head, *elements], other=[
+            product(name, self.key.version("1", name), file=f"{name}.xml") for name in other])
+
+    def anvil(self, *sections):
+        """One product beside another, so that it is not the last of its family."""
+        self.install("Anvil", *sections)
+        self.install("Bellows")
+        self.catalogue("Anvil", "Bellows")
+
+    def forced(self, *sections):
+        """One product that is not installed, and planned by force all the same: that takes less time."""
+        self.host.write("intern/Anvil.xml", descriptor(*sections))
+        self.host.catalogues(own=[product("Anvil", file="Anvil.xml")])
+
+    def plan(self, *arguments):
+        ended = self.host.run("plan", *(arguments or self.planned), "--json")
+        self.assertEqual((ended.code, ended.err_text()), (0, ""))
+        return json.loads(ended.out_text())
+
+    def items(self, stage, plan=None, place=0):
+        stages = (plan or self.plan())["products"][place]["stages"]
+        return [item for found in stages if found["stage"] == stage for item in found["items"]]
+
+    def states(self, stage, **options):
+        return [(item["name"], item["state"]) for item in self.items(stage, **options)]
+
+
+class Items(Planned):
+    planned = ["Anvil", "--force"]
+
+    def test_folder_is_counted_with_all_that_is_in_it(self):
+        for name in ["app/a.txt", "app/deep/b.txt", "app/deep/deeper/c.txt"]:
+            self.host.write(name, "12345")
+        self.forced(section("del_folder", entry(name=self.path("app"))))
+        item = self.items("folders")[0]
+        self.assertEqual(item["state"], "present")
+        self.assertEqual([item["contents"][name] for name in ["folders", "files", "bytes"]], [3, 3, 15])
+
+    def test_what_is_not_there_is_absent(self):
+        self.forced(section("del_folder", entry(name=self.path("none"))), section("del_file", entry(name=self.path("x"))),
+                   section("kill_process", entry(target_name="no such.exe")),
+                   section("disableandstop_service", entry(name="No such")),
+                   section("del_regvalue", entry(key_path="HKCU\\Software\\none", name="x")),
+                   section("del_shortcut", entry(path=self.path("no menu"), target_name="x.exe")))
+        plan = self.plan()
+        for stage in ["folders", "files", "processes", "stopping services", "disabling services", "registry values",
+                      "shortcuts"]:
+            with self.subTest(stage):
+                self.assertEqual([state for _, state in self.states(stage, plan=plan)], ["absent"])
+
+    def test_folder_with_things_in_use_keeps_what_is_around_them(self):
+        for name in ["app/own.txt", "app/shared/common.txt", "app/other/own.txt"]:
+            self.host.write(name, "x")
+        self.install("Anvil", section("del_folder", entry(name=self.path("app"))))
+        self.install("Bellows", section("del_file", entry(name=self.path("app/shared/common.txt"))))
+        self.catalogue("Anvil", "Bellows")
+        item = self.items("folders")[0]
+        self.assertEqual(item["state"], "partly in use")
+        self.assertEqual([item["contents"][name] for name in ["folders", "files", "inUse"]], [1, 2, 1])
+        self.assertEqual([(part["name"], part["state"], part["user"]) for part in item["parts"]],
+                         [(self.path("app/shared/common.txt"), "in use", "Bellows")])
+
+    def test_key_with_things_in_use_keeps_what_is_around_them(self):
+        self.mark("Anvil\\deep")
+        self.install("Anvil")
+        self.install("Bellows", section("del_regkey", entry(name=f"{self.key.path}\\Anvil\\deep")))
+        self.catalogue("Anvil", "Bellows")
+        item = self.items("registry keys")[0]
+        self.assertEqual((item["state"], item["contents"]["keys"], item["contents"]["inUse"]), ("partly in use", 1, 1))
+
+    def test_pruned_names_say_by_which_and_whether_they_stay(self):
+        for name in ["app/deep/a.txt", "apple/b.txt"]:
+            self.host.write(name, "x")
+        self.forced(section("del_folder", *(entry(name=self.path(name)) for name in ["app", "app/deep", "apple"])))
+        plan = self.plan()
+        pruned = [item for item in self.items("folders", plan=plan) if item["state"] == "pruned"]
+        self.assertEqual([(item["name"], item["by"], item["reason"]) for item in pruned], [
+            (self.path("app/deep"), self.path("app"), "it lies below that one"),
+            (self.path("apple"), self.path("app"), "its name just begins alike, so it stays")])
+        self.assertEqual([warning["item"] for warning in plan["warnings"]], [self.path("apple")])
+
+    def test_what_the_plan_prunes_is_what_the_removal_leaves(self):
+        for name in ["app/deep/a.txt", "apple/b.txt"]:
+            self.host.write(name, "x")
+        self.anvil(section("del_folder", *(entry(name=self.path(name)) for name in ["app", "app/deep", "apple"])))
+        self.assertEqual(self.host.run("uninstall", "-y", "Anvil").code, 0)
+        self.assertEqual([(self.host.folder / name).exists() for name in ["app", "apple"]], [False, True])
+
+    def test_file_below_a_folder_goes_with_it(self):
+        self.host.write("app/a.txt", "x")
+        self.forced(section("del_folder", entry(name=self.path("app"))),
+                   section("del_file", entry(name=self.path("app/a.txt"))))
+        plan = self.plan()
+        item = self.items("files", plan=plan)[0]
+        self.assertEqual((item["state"], item["by"]), ("goes with", self.path("app")))
+        self.assertEqual(plan["total"]["files"], 1)
+
+    def test_key_search_without_a_plain_item_never_runs(self):
+        self.forced(section("del_regkey", entry(name=self.key.path, data_str="x")))
+        plan = self.plan()
+        item = self.items("registry keys", plan=plan)[0]
+        self.assertEqual((item["kind"], item["state"]), ("key search", "skipped"))
+        self.assertIn("never runs", plan["warnings"][0]["text"])
+
+    def test_key_search_finds_what_it_would_delete(self):
+        self.mark("found\\here")
+        self.anvil(section("del_regkey", entry(name=f"{self.key.path}\\found", data_str="x", complete_str="yes")))
+        item = self.items("registry keys")[0]
+        self.assertEqual((item["kind"], item["state"], item["detail"]), ("key search", "present",
+                                                                         'values equal to "x"'))
+        self.assertEqual([part["name"] for part in item["parts"]], [f"{self.key.path}\\found\\here\\UpdateLocation"])
+
+    def test_pattern_of_values_lists_what_it_matches(self):
+        for name in ["Anvil one", "Anvil two", "Other"]:
+            run("reg", "add", self.key.path, "/v", name, "/d", "x", "/f")
+        self.anvil(section("del_regvalue", entry(key_path=self.key.path, name="Anvil*")))
+        item = self.items("registry values")[0]
+        self.assertEqual(sorted(part["name"] for part in item["parts"]), ["Anvil one", "Anvil two"])
+        self.assertEqual(item["contents"]["values"], 2)
+
+    def test_pattern_with_a_star_inside_fails(self):
+        self.forced(section("del_regvalue", entry(key_path="HKCU\\Software", name="An*vil")))
+        self.assertEqual(self.states("registry values"), [("HKCU\\Software", "fails")])
+
+    def test_entries_at_fault_say_what_is_missing(self):
+        self.forced(section("del_file", entry(path="no_folder", name="x"), entry(path="windows_folder")),
+                   section("kill_process", entry(name="x")), section("disable_service", "<e/>"),
+                   section("exec_tool", entry(tool_name="x.exe", os="x32")))
+        plan = self.plan()
+        reasons = [[item["reason"] for item in self.items(stage, plan=plan)]
+                   for stage in ["files", "processes", "disabling services", "tools"]]
+        self.assertEqual(reasons, [['the folder "no_folder" is not known', "it has no name"],
+                                   ["it has no target_name"], ["it has no name"], ["it is meant for 32-bit systems"]])
+
+    def test_tools_and_functions_say_whether_they_are_there(self):
+        self.host.write("tools/there.exe", "x")
+        self.forced(section("exec_tool", entry(tool_name="tools\\there.exe", cmd_line="/q", wait="yes"),
+                           entry(tool_name="tools\\there", cmd_line=""), entry(tool_name="none.exe"),
+                           entry(module="none.dll", method_name="Clean")))
+        self.assertEqual([(item["name"], item["state"], item["detail"]) for item in self.items("tools")], [
+            (f"{self.path('none.dll')} Clean", "fails", None),
+            (f'"{self.path("tools/there.exe")}" /q', "present", "waited for"),
+            (f'"{self.path("tools/there")}" ', "present", "not waited for"),
+            (f'"{self.path("none.exe")}" ', "fails", "not waited for")])
+
+    def test_tool_that_is_not_waited_for_and_deleted_is_warned_of(self):
+        self.host.write("app/clean.exe", "x")
+        self.forced(section("exec_tool", entry(tool_name="app\\clean.exe")),
+                   section("del_folder", entry(name=self.path("app"))))
+        self.assertIn("not waited for", self.plan()["warnings"][0]["text"])
+
+    def test_tool_that_an_earlier_product_deletes_fails(self):
+        self.host.write("shared/clean.exe", "x")
+        self.install("Anvil", section("del_folder", entry(name=self.path("shared"))))
+        self.install("Bellows", section("exec_tool", entry(tool_name="shared\\clean.exe", wait="yes")))
+        self.catalogue("Anvil", "Bellows")
+        item = self.items("tools", plan=self.plan("--all-installed", "--kind", "own"), place=1)[0]
+        self.assertEqual((item["state"], item["by"]), ("fails", self.path("shared")))
+
+    def test_files_marked_for_the_restart(self):
+        self.forced(section("del_file", entry(path="windows_folder", name="#####win.ini"),
+                           entry(path="windows_folder", name="#####no such.ini")))
+        plan = self.plan()
+        self.assertEqual(self.states("restart", plan=plan),
+                         [("C:\\windows\\win.ini", "at restart"), ("C:\\windows\\no such.ini", "absent")])
+        self.assertTrue(plan["restart"])
+
+    def test_restart_that_an_entry_asks_for(self):
+        self.forced(section("del_file", entry(name=self.path("none"), restart_required="yes")))
+        plan = self.plan()
+        self.assertEqual((plan["products"][0]["asksRestart"], plan["restart"]), (True, True))
+
+    def test_links_are_told_with_where_they_lead_and_counted_as_what_they_hold(self):
+        self.host.write("elsewhere/a.txt", "x")
+        self.host.write("app/own.txt", "x")
+        (self.host.folder / "app" / "link").symlink_to(self.host.folder / "elsewhere")
+        self.forced(section("del_folder", entry(name=self.path("app"))))
+        item = self.items("folders")[0]
+        self.assertEqual([(part["kind"], part["name"], part["leadsTo"]) for part in item["parts"]],
+                         [("link", self.path("app/link"), self.path("elsewhere"))])
+        self.assertEqual([item["contents"][name] for name in ["files", "links"]], [2, 1])
+
+    def test_link_that_leads_in_a_circle_ends(self):
+        self.host.write("app/own.txt", "x")
+        (self.host.folder / "app" / "link").symlink_to(self.host.folder / "app")
+        self.forced(section("del_folder", entry(name=self.path("app"))))
+        plan = self.plan()
+        self.assertFalse(self.items("folders", plan=plan)[0]["contents"]["complete"])
+
+    def test_running_program_waits_for_the_restart(self):
+        program = self.host.add_file("app/held.exe", REPORTS / "tool.exe")
+        self.host.write("app/free.txt", "x")
+        self.forced(section("del_folder", entry(name=self.path("app"))),
+                   section("kill_process", entry(target_name="held.exe")))
+        held = subprocess.Popen([ROOT / "cmake" / "wine", windows_path(program), "linger"], stdin=subprocess.DEVNULL,
+                                stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, cwd=BUILD)
+        try:
+            for _ in range(300):
+                if program.with_name("held.exe.started").exists():
+                    break
+                time.sleep(0.1)
+            plan = self.plan()
+        finally:
+            run("taskkill", "/f", "/im", "held.exe")
+            held.wait()
+        parts = self.items("folders", plan=plan)[0]["parts"]
+        self.assertEqual([(part["name"], part["state"]) for part in parts], [(windows_path(program), "at restart")])
+        self.assertEqual(self.items("processes", plan=plan)[0]["detail"], "1 runs")
+        self.assertTrue(plan["restart"])
+        self.assertEqual(self.items("folders")[0]["parts"], [])
+
+
+class Selection(Planned):
+    def test_products_that_stay_are_asked(self):
+        self.anvil()
+        self.assertEqual([asked["name"] for asked in self.plan()["products"][0]["asked"]], ["Bellows"])
+
+    def test_second_of_two_names_goes_when_the_first_is_gone(self):
+        for name in ["Anvil", "Bellows", "Chisel"]:
+            self.install(name)
+        self.catalogue("Anvil", "Bellows", "Chisel")
+        plan = self.plan("Anvil", "Bellows")
+        self.assertEqual([[asked["name"] for asked in planned["asked"]] for planned in plan["products"]],
+                         [["Bellows", "Chisel"], ["Chisel"]])
+
+    def test_last_of_the_family_runs_the_whole_catalogue_if_it_says_so(self):
+        self.install("Anvil")
+        self.host.write("intern/Absent.xml", descriptor())
+        for head, expected in [("", [("Anvil", "chosen"), ("Absent", "clean-up")]),
+                               ("<exec_all>false</exec_all>", [("Anvil", "chosen")])]:
+            with self.subTest(head):
+                self.catalogue("Anvil", "Absent", head=head)
+                self.assertEqual([(planned["name"], planned["why"]) for planned in self.plan()["products"]], expected)
+
+    def test_other_makers_products_protect_nothing_and_that_is_warned_of(self):
+        self.host.write("shared/common.txt", "x")
+        shared = section("del_folder", entry(name=self.path("shared")))
+        for name in ["Cooper", "Dyer"]:
+            self.install(name, shared, folder="extern")
+        self.catalogue(other=["Cooper", "Dyer"])
+        plan = self.plan("Cooper")
+        self.assertEqual(self.states("folders", plan=plan), [(self.path("shared"), "present")])
+        self.assertIn('"Dyer"', plan["warnings"][0]["text"])
+
+    def test_product_that_is_not_installed_is_left_alone_unless_forced(self):
+        self.anvil()
+        self.host.write("intern/Absent.xml", descriptor())
+        self.catalogue("Anvil", "Bellows", "Absent")
+        plan = self.plan("Absent")
+        self.assertEqual((plan["products"], plan["notInstalled"]), ([], ["Absent"]))
+        self.assertEqual([planned["name"] for planned in self.plan("Absent", "--force")["products"]], ["Absent"])
+
+    def test_missing_descriptors_are_told(self):
+        for name in ["Anvil", "Bellows"]:
+            self.mark(name)
+        self.catalogue("Anvil", "Bellows")
+        plan = self.plan()
+        self.assertEqual(plan["products"][0]["fault"], "it is missing")
+        self.assertEqual([warning["product"] for warning in plan["warnings"]], ["Bellows", "Anvil"])
+
+    def test_unknown_name_and_bad_options_end_as_with_uninstall(self):
+        self.anvil()
+        for arguments, code in [(["Nothing"], 1605 % 256), ([], 87), (["--all-installed"], 87),
+                                (["Anvil", "--force-all", "--kind", "own"], 87), (["Anvil", "--library", ""], 87)]:
+            with self.subTest(arguments):
+                ended = self.host.run("plan", *arguments)
+                self.assertEqual(ended.code, code)
+                self.assertRegex(ended.err_text(), r"\Aprodsweep: [^\n]+\n\Z")
+
+    def test_library_elsewhere_completes_paths_of_tools_by_its_own_folder(self):
+        self.host.write("tools/clean.exe", "x")
+        self.anvil(section("exec_tool", entry(tool_name="tools\\clean.exe", wait="yes")))
+        other = Installation("plan-caller", library=None)
+        self.addCleanup(other.close)
+        ended = other.run("plan", "Anvil", "--json", "--library", self.host.path("prodsweep.dll"))
+        plan = json.loads(ended.out_text())
+        self.assertEqual(self.items("tools", plan=plan)[0]["name"], f'"{self.path("tools/clean.exe")}" ')
+        self.assertEqual(self.states("tools", plan=plan), self.states("tools"))
+
+    def test_text_says_it_all_in_lines(self):
+        self.host.write("app/a.txt", "x")
+        self.host.write("shared/common.txt", "x")
+        self.install("Anvil", section("del_folder", *(entry(name=self.path(name)) for name in ["app", "shared"])))
+        self.install("Bellows", section("del_folder", entry(name=self.path("shared"))))
+        self.catalogue("Anvil", "Bellows")
+        self.assertEqual(self.host.run("plan", "Anvil").out_text(), f"""\
+Anvil (kind own)
+  Bellows stays and is asked what it uses
+  folders
+    {self.path('app')}
+      present (1 folder, 1 file of 1 byte)
+    {self.path('shared')}
+      in use by Bellows
+  registry keys
+    {self.key.path}\\Anvil
+      present (2 keys, 1 value)
+
+In all: 1 folder, 1 file of 1 byte, 2 keys, 1 value, 1 stays in use.
+""")
+
+
+class Saved(Planned):
+    def setUp(self):
+        super().setUp()
+        self.host.write("app/a.txt", "x")
+        self.anvil(section("del_folder", entry(name=self.path("app"))))
+        ended = self.host.run("plan", "Anvil", "--save", self.path("saved.json"))
+        self.assertEqual((ended.code, ended.err_text()), (0, ""))
+        self.saved = self.host.folder / "saved.json"
+
+    def uninstall(self, *arguments):
+        return self.host.run("uninstall", "-y", "--plan", self.path("saved.json"), *arguments)
+
+    def assert_refused(self, *words):
+        ended = self.uninstall()
+        self.assertEqual(ended.code, REFUSED, ended.err_text())
+        self.assertRegex(ended.err_text(), r"\Aprodsweep: the machine is not as the plan [^\n]+; nothing was removed\.\n\Z")
+        for word in words:
+            self.assertIn(word, ended.err_text())
+        self.assertTrue((self.host.folder / "app" / "a.txt").exists())
+
+    def test_saved_plan_is_carried_out_on_the_same_machine(self):
+        ended = self.uninstall()
+        self.assertEqual((ended.code, ended.err_text()), (0, ""))
+        self.assertFalse((self.host.folder / "app").exists())
+
+    def test_new_file_is_drift(self):
+        self.host.write("app/b.txt", "x")
+        self.assert_refused('of "Anvil"', "would take 2 files, not 1")
+
+    def test_changed_file_of_the_same_size_is_drift(self):
+        time.sleep(0.01)
+        self.host.write("app/a.txt", "y")
+        self.assert_refused(self.path("app"), "something in it has changed")
+
+    def test_other_descriptor_is_drift(self):
+        self.host.write("intern/Anvil.xml", descriptor(section("del_folder", entry(name=self.path("app")))))
+        self.assert_refused('of "Anvil"', "descriptor")
+
+    def test_new_value_is_drift(self):
+        run("reg", "add", rf"{self.key.path}\Anvil", "/v", "new", "/d", "x", "/f")
+        self.assert_refused(rf"{self.key.path}\Anvil", "would take 2 values, not 1")
+
+    def test_other_catalogue_is_drift(self):
+        self.catalogue("Anvil", "Bellows", "Chisel")
+        self.assert_refused("the catalogue has changed")
+
+    def test_product_that_went_is_drift(self):
+        run("reg", "delete", rf"{self.key.path}\Bellows", "/f")
+        self.assert_refused('of "Anvil", other products stay')
+
+    def test_files_that_are_no_plan_of_this_program(self):
+        whole = self.saved.read_text(encoding="utf-8")
+        plan = json.loads(whole)
+        cases = {
+            "cut off": (whole[:len(whole) // 2], 13), "empty": ("", 13), "no JSON": ("<plan/>", 13),
+            "other format": (json.dumps({**plan, "format": 2}), 13), "a number": ("1", 13), "a list": ("[]", 13),
+            "other report": (json.dumps({"format": 1, "products": []}), 13),
+            "without selection": (json.dumps({**plan, "selection": None}), 13),
+            "products of another kind": (json.dumps({**plan, "products": [1]}), 13),
+            "without products": (json.dumps({key: plan[key] for key in plan if key != "products"}), 13),
+        }
+        for name, (text, code) in cases.items():
+            with self.subTest(name):
+                self.saved.write_text(text, encoding="utf-8")
+                ended = self.uninstall()
+                self.assertEqual(ended.code, code)
+                self.assertRegex(ended.err_text(), r"\Aprodsweep: [^\n]+\.\n\Z")
+        self.saved.unlink()
+        self.assertEqual(self.uninstall().code, 87)
+        self.assertTrue((self.host.folder / "app" / "a.txt").exists())
+
+    def test_plan_says_what_is_removed_and_nothing_else_does(self):
+        for arguments in [["Anvil"], ["--kind", "own"], ["--force"], ["--all-installed"], ["--force-all"]]:
+            with self.subTest(arguments):
+                self.assertEqual(self.uninstall(*arguments).code, 87)
+
+    def test_plan_that_cannot_be_written_is_told(self):
+        ended = self.host.run("plan", "Anvil", "--save", self.path("none/saved.json"))
+        self.assertEqual(ended.code, 29)
+        self.assertIn("saved.json", ended.err_text())
+
+
+if __name__ == "__main__":
+    pyreport.main("host_plan", REPORTS)
