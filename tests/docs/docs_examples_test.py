@@ -209,7 +209,7 @@ class Reference(unittest.TestCase):
         self.assertEqual(options_of_section(self.sections["General options"]), options_of_help(self.general))
 
     def test_each_member_of_a_report_is_told(self):
-        reports = {"list": "list", "explain": 'explain "Dunmarrow Ledger"',
+        reports = {"list": "list", "explain": 'explain "Dunmarrow Ledger"', "plan": 'plan "Halvane Notes"',
                    "uninstall": 'uninstall --yes "Halvane Notes"', "pending": "pending"}
         ended = self.host.batch([self.host.machine(NOTES, LEDGER),
                                  *(f"prodsweep {command} --json" for command in reports.values())])[1:]
