@@ -19,10 +19,10 @@ BuiltLog::~BuiltLog()
     EXPECT_TRUE(CanariesIntact());
 }
 
-void BuiltLog::Settings(const std::string& text) const
+void BuiltLog::Settings(const std::string& text)
 {
     DeleteFileW(Path(L"log.ini").c_str());
-    const_cast<BuiltLog*>(this)->AddFile(L"log.ini", FILE_ATTRIBUTE_NORMAL, text);
+    AddFile(L"log.ini", FILE_ATTRIBUTE_NORMAL, text);
 }
 
 void BuiltLog::Load()

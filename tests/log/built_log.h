@@ -19,7 +19,7 @@ public:
     ~BuiltLog();
 
     // Writes the settings file.
-    void Settings(const std::string& text) const;
+    void Settings(const std::string& text);
     // Loads the DLL and calls LogInit, as prodsweep.dll does.
     void Load();
     // What prodsweep.dll does at its end.
