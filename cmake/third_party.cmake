@@ -18,3 +18,23 @@ else()
   add_library(prodsweep_third_party INTERFACE)
   target_link_libraries(prodsweep_third_party INTERFACE CLI11::CLI11 nlohmann_json::nlohmann_json)
 endif()
+
+# The parser of "prodsweep check". Debian builds it for Linux alone, so ./dev setup fetches its sources. The library
+# itself reads XML through the system and does not link it.
+set(expat ${PROJECT_SOURCE_DIR}/build/third_party/expat/expat/lib)
+if(CMAKE_CROSSCOMPILING AND CMAKE_HOST_UNIX)
+  if(NOT EXISTS ${expat}/xmlparse.c)
+    message(FATAL_ERROR "expat is missing. ./dev setup fetches what the build needs.")
+  endif()
+  # Its configure script would write this header; on Windows nothing of it is needed.
+  file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/third_party/expat/expat_config.h CONTENT "")
+  add_library(prodsweep_expat STATIC ${expat}/xmlparse.c ${expat}/xmlrole.c ${expat}/xmltok.c)
+  target_include_directories(prodsweep_expat PRIVATE ${PROJECT_BINARY_DIR}/third_party/expat)
+  target_include_directories(prodsweep_expat SYSTEM INTERFACE ${expat})
+  target_compile_definitions(prodsweep_expat PUBLIC XML_STATIC PRIVATE XML_DTD XML_NS)
+  target_compile_options(prodsweep_expat PRIVATE -ffunction-sections -fdata-sections
+    -ffile-prefix-map=${PROJECT_SOURCE_DIR}=.)
+else()
+  find_package(EXPAT REQUIRED)
+  add_library(prodsweep_expat ALIAS EXPAT::EXPAT)
+endif()
