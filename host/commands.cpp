@@ -1,5 +1,6 @@
 #include "command.h"
 
+#include "check_command.h"
 #include "explain_command.h"
 #include "list_command.h"
 #include "pending_command.h"
@@ -16,6 +17,7 @@ std::vector<std::unique_ptr<ICommand>> MakeCommands(CLI::App& parser)
     commands.push_back(std::make_unique<CPlanCommand>(parser));
     commands.push_back(std::make_unique<CUninstallCommand>(parser));
     commands.push_back(std::make_unique<CPendingCommand>(parser));
+    commands.push_back(std::make_unique<CCheckCommand>(parser));
     return commands;
 }
 

@@ -7,7 +7,10 @@ namespace prodsweep {
 
 constexpr int exitDone = ERROR_SUCCESS;
 constexpr int exitQueued = 1; // no error: the answer of "pending --check"
+constexpr int exitCheckWarnings = 1; // nor is this: check --strict
 constexpr int exitNoLibrary = ERROR_FILE_NOT_FOUND;
+constexpr int exitNotChecked = ERROR_FILE_NOT_FOUND;
+constexpr int exitCheckErrors = 2; // likewise; a file that is missing is an error of a check, too
 constexpr int exitBadCatalogue = ERROR_INVALID_DATA;
 constexpr int exitNoMemory = ERROR_OUTOFMEMORY;
 constexpr int exitNotWritten = ERROR_WRITE_FAULT;

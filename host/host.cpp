@@ -22,8 +22,8 @@ constexpr const char* description = "Finds and removes installed software produc
 constexpr const char* exitCodeHelp = R"(
 Exit codes:
   0    done
-  1    pending --check: the path is queued for deletion
-  2    the library is missing, or the log.dll for --log
+  1    pending --check: the path is queued for deletion; check --strict: warnings
+  2    the library is missing, or the log.dll for --log, or what is to be checked; check: errors
   13   a catalogue is missing or cannot be read
   87   the command line is wrong
   740  an administrator's rights are needed

@@ -1,0 +1,108 @@
+#include "check/checks.h"
+
+#include <algorithm>
+#include <map>
+
+#include <windows.h>
+
+#include <shlwapi.h>
+
+#include "check/known_names.h"
+#include "interpreter/entry_composer.h"
+
+namespace prodsweep {
+
+namespace {
+
+void CheckPlace(const EntryPlace& place, const CFileReport& report)
+{
+    if (!place.section.Is(L"exec_tool") || FindFilledAttribute(place.entry.attributes, L"path"))
+        return;
+    const wchar_t* attribute = place.entry.Find(L"module") ? L"module" : L"tool_name";
+    const std::wstring* name = FindFilledAttribute(place.entry.attributes, attribute);
+    // A name with a variable is a whole path once it is expanded, mostly.
+    if (name != nullptr && PathIsRelativeW(name->c_str()) && name->find(L'%') == std::wstring::npos)
+        report.Add("tool-without-path", place.entry.At(attribute),
+                   Quoted(*name) + R"( is not a whole path, and there is no "path" beside it.)");
+}
+
+// The files and folders that a version deletes, by their paths in lower case.
+using Deletions = std::map<std::wstring, const EntryModel*>;
+
+Deletions DeletionsOf(const VersionModel& version)
+{
+    Deletions deletions;
+    for (const SectionModel& section : version.sections)
+    {
+        for (const EntryModel& entry : section.entries)
+        {
+            std::wstring path;
+            if (section.Is(L"del_file"))
+                path = ComposeFile(entry.attributes, version.appPath).path;
+            if (section.Is(L"del_folder"))
+                path = ComposeFolder(entry.attributes, version.appPath).path;
+            while (path.ends_with(L'\\'))
+                path.pop_back();
+            if (!path.empty())
+                deletions.emplace(Lowered(path), &entry);
+        }
+    }
+    return deletions;
+}
+
+// Null unless the path or a folder around it is deleted.
+const EntryModel* DeletionOf(std::wstring path, const Deletions& deletions)
+{
+    for (path = Lowered(path); !path.empty(); path.erase(std::min(path.size(), path.find_last_of(L'\\'))))
+    {
+        if (const auto found = deletions.find(path); found != deletions.end())
+            return found->second;
+        if (path.find(L'\\') == std::wstring::npos)
+            break;
+    }
+    return nullptr;
+}
+
+void CheckWaiting(const SectionModel& section, const VersionModel& version, const Deletions& deletions,
+                  const CFileReport& report)
+{
+    for (const EntryModel& entry : section.entries)
+    {
+        if (entry.Find(L"module") || IsYes(entry.attributes, L"wait"))
+            continue;
+        const ToolEntry tool = ComposeTool(entry.attributes, version.appPath);
+        const EntryModel* deletion = tool.fault == EntryFault::None ? DeletionOf(tool.path, deletions) : nullptr;
+        if (deletion != nullptr)
+            report.Add("tool-not-waited-for", entry.node->at,
+                       "The entry in line " + std::to_string(deletion->node->at.line) +
+                           " deletes the tool, which may still be running.");
+    }
+}
+
+void CheckProcess(const EntryPlace& place, const CFileReport& report)
+{
+    const std::wstring* name = place.section.Is(L"kill_process") ? place.entry.Find(L"target_name") : nullptr;
+    if (name != nullptr && name->find_first_of(L"\\/*?") != std::wstring::npos)
+        report.Add("process-name", place.entry.At(L"target_name"),
+                   Quoted(*name) + " is not the bare name of a program's file.");
+}
+
+constexpr EntryCheck entryChecks[] = {&CheckPlace, &CheckProcess};
+
+} // namespace
+
+void CheckTools(const DescriptorModel& model, const CFileReport& report)
+{
+    RunEntryChecks(entryChecks, model, report);
+    for (const VersionModel& version : model.versions)
+    {
+        const Deletions deletions = DeletionsOf(version);
+        for (const SectionModel& section : version.sections)
+        {
+            if (section.Is(L"exec_tool"))
+                CheckWaiting(section, version, deletions, report);
+        }
+    }
+}
+
+} // namespace prodsweep

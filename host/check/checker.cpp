@@ -1,0 +1,167 @@
+#include "check/checker.h"
+
+#include <memory>
+#include <optional>
+#include <set>
+#include <type_traits>
+#include <utility>
+
+#include <windows.h>
+
+#include "check/known_names.h"
+#include "exit_codes.h"
+#include "failure.h"
+#include "text.h"
+
+namespace prodsweep {
+
+namespace {
+
+// A catalogue of all software that was ever written would be smaller.
+constexpr long long largestFile = 16LL << 20;
+
+struct FileCloser
+{
+    void operator()(HANDLE file) const noexcept { CloseHandle(file); }
+};
+using UniqueFile = std::unique_ptr<std::remove_pointer_t<HANDLE>, FileCloser>;
+
+[[noreturn]] void FailToRead(const std::string& path, DWORD error)
+{
+    throw CFailure(exitNotChecked, '"' + path + "\" cannot be read (Windows error " + std::to_string(error) + ").");
+}
+
+std::string ReadWholeFile(const std::string& path)
+{
+    const HANDLE opened = CreateFileW(ToWide(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                      OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (opened == INVALID_HANDLE_VALUE)
+        FailToRead(path, GetLastError());
+    const UniqueFile file(opened);
+    LARGE_INTEGER size{};
+    if (!GetFileSizeEx(file.get(), &size))
+        FailToRead(path, GetLastError());
+    if (size.QuadPart > largestFile)
+        throw CFailure(exitNotChecked, '"' + path + "\" is larger than 16 MB, and no catalogue.");
+    std::string bytes(static_cast<std::size_t>(size.QuadPart), '\0');
+    DWORD length = 0;
+    if (!ReadFile(file.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &length, nullptr))
+        FailToRead(path, GetLastError());
+    bytes.resize(length);
+    return bytes;
+}
+
+bool IsFile(const std::string& path)
+{
+    const DWORD attributes = GetFileAttributesW(ToWide(path).c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+}
+
+std::string Join(const std::string& folder, const std::string& name)
+{
+    return folder.ends_with('\\') || folder.ends_with('/') ? folder + name : folder + '\\' + name;
+}
+
+constexpr void (*descriptorChecks[])(const DescriptorModel&, const CFileReport&) = {
+    &CheckVersions, &CheckSections, &CheckScores, &CheckAttributes, &CheckValues,
+    &CheckPaths,    &CheckRegistry, &CheckTools,  &CheckPruning,
+};
+
+void CheckDescriptor(const SourceFile& descriptor, const CFileReport& report)
+{
+    CheckStructure(descriptor, report);
+    const DescriptorModel model = ModelOf(descriptor);
+    for (const auto check : descriptorChecks)
+        check(model, report);
+}
+
+} // namespace
+
+void CChecker::Check(const std::string& path)
+{
+    const DWORD attributes = GetFileAttributesW(ToWide(path).c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES)
+        throw CFailure(exitNotChecked, "there is no file or folder \"" + path + "\".");
+    if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
+        CheckFolderOfCatalogues(path);
+    else
+        CheckFile(path, Owner::Unknown);
+}
+
+const SourceFile* CChecker::CheckFile(const std::string& shown, Owner owner)
+{
+    SourceFile& file = files.emplace_back();
+    file.shown = shown;
+    file.path = ToWide(shown);
+    file.owner = owner;
+    ++fileCount;
+    const CFileReport report(findings, file.shown);
+    try
+    {
+        XmlDocument document = ParseXml(ReadWholeFile(shown));
+        file.root = std::move(document.root);
+        if (document.documentType)
+            report.Add("document-type", *document.documentType, "The file has a document type.");
+    }
+    catch (const CXmlFault& fault)
+    {
+        report.Add("not-well-formed", fault.Where(), std::string("The file cannot be read: ") + fault.what() + '.');
+        return nullptr;
+    }
+    if (file.root.name != L"uninstall_information")
+    {
+        report.Add("wrong-root", file.root.at, "The root element is " + Quoted(file.root.name) + '.');
+        return nullptr;
+    }
+    Classify(file);
+    if (file.isCatalogue)
+        CheckCatalogue(file, report);
+    else
+        CheckDescriptor(file, report);
+    return &file;
+}
+
+void CChecker::CheckFolderOfCatalogues(const std::string& path)
+{
+    CatalogueFolder folder{ToWide(path), {}};
+    while (folder.path.ends_with(L'\\') || folder.path.ends_with(L'/'))
+        folder.path.pop_back();
+    bool found = false;
+    for (const char* name : {"products.xml", "detection.xml"})
+    {
+        const std::string catalogue = Join(path, name);
+        if (!IsFile(catalogue))
+            continue;
+        found = true;
+        if (const SourceFile* file = CheckFile(catalogue, Owner::Unknown))
+            folder.catalogues.push_back(file);
+    }
+    if (!found)
+        throw CFailure(exitNotChecked, "the folder \"" + path + "\" holds neither products.xml nor detection.xml.");
+    CheckFolder(folder, findings);
+    CheckDescriptors(folder, path);
+}
+
+void CChecker::CheckDescriptors(const CatalogueFolder& folder, const std::string& shownFolder)
+{
+    std::set<std::wstring> seen;
+    std::vector<DescriptorModel> models;
+    for (const SourceFile* catalogue : folder.catalogues)
+    {
+        for (const XmlNode& product : catalogue->root.children)
+        {
+            const XmlAttribute* name = product.name == L"product" ? product.Find(L"file") : nullptr;
+            if (name == nullptr)
+                continue;
+            const std::wstring path = DescriptorPath(folder, *catalogue, name->value);
+            const std::string shown = Join(shownFolder, ToUtf8(path.substr(folder.path.size() + 1)));
+            if (!seen.insert(Lowered(path)).second || !IsFile(shown))
+                continue;
+            if (const SourceFile* file = CheckFile(shown, catalogue->owner); file != nullptr && !file->isCatalogue)
+                models.push_back(ModelOf(*file));
+        }
+    }
+    CheckShared(models, findings);
+}
+
+} // namespace prodsweep

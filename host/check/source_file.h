@@ -1,0 +1,37 @@
+// A file that is checked.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "check/xml_document.h"
+
+namespace prodsweep {
+
+// Whose products a file is about. Scores are only read for those of other makers.
+enum class Owner
+{
+    Unknown,
+    Own,
+    Other
+};
+
+struct SourceFile
+{
+    std::string shown; // its name in reports
+    std::wstring path;
+    Owner owner = Owner::Unknown;
+    bool isCatalogue = false;
+    XmlNode root;
+};
+
+// "products.xml" and "intern" are the maker's own; "detection.xml" and "extern" are other makers'. A file of another
+// name counts as a catalogue when there is a product in it.
+void Classify(SourceFile& file);
+
+bool SameName(std::wstring_view left, std::wstring_view right);
+
+// The last part of a path.
+std::wstring_view NameOf(std::wstring_view path);
+
+} // namespace prodsweep

@@ -1,0 +1,62 @@
+// How the library behaves on the samples of "prodsweep check", rule by rule.
+#pragma once
+
+#include "interpreter/product_installed.h"
+#include "support/removal_pass.h"
+
+#include <windows.h>
+
+#include <string>
+#include <vector>
+
+namespace prodsweep::test {
+
+struct Behaviour
+{
+    const char* rule;
+    void (*show)(); // expects what the rule says to come of it
+};
+
+// By what it takes to see it.
+std::vector<Behaviour> CountedBehaviour();   // the number of operations that a removal records
+std::vector<Behaviour> DetectedBehaviour();  // whether a product counts as installed
+std::vector<Behaviour> RecordedBehaviour();  // what a removal records
+std::vector<Behaviour> RemovedBehaviour();   // what a removal takes away
+std::vector<Behaviour> CatalogueBehaviour(); // what a catalogue is taken to say
+
+// The file of a sample, "bad.xml" or "good\\products.xml".
+[[nodiscard]] std::wstring SamplePath(const std::string& rule, const std::wstring& file);
+
+// A removal that has walked the sample, and done nothing yet.
+class SampleRemoval
+{
+public:
+    explicit SampleRemoval(const std::string& rule, const std::wstring& file = L"bad.xml");
+
+    [[nodiscard]] bool Walked() const { return walked; }
+    [[nodiscard]] std::size_t Operations() const;
+    RemovalPass* operator->() { return &pass; }
+
+private:
+    CheckList nothingStays;
+    RemovalPass pass;
+    bool walked;
+};
+
+[[nodiscard]] bool IsDetected(const std::string& rule, const std::wstring& file);
+
+// The key that the samples name, HKEY_CURRENT_USER\Software\Harbor Ledger, for as long as it lives.
+class HarborKey
+{
+public:
+    HarborKey();
+    ~HarborKey();
+    HarborKey(const HarborKey&) = delete;
+    HarborKey& operator=(const HarborKey&) = delete;
+
+    void AddText(const std::wstring& relative, const std::wstring& value, const std::wstring& data) const;
+    [[nodiscard]] bool HasKey(const std::wstring& relative) const;
+    [[nodiscard]] bool HasValue(const std::wstring& relative, const std::wstring& value) const;
+};
+
+} // namespace prodsweep::test

@@ -1,0 +1,248 @@
+// What the library takes the samples' catalogues to say, and what products protect.
+#include "host/check_behaviour.h"
+
+#include "catalogue/products.h"
+#include "common/path_join.h"
+#include "support/log_recorder.h"
+#include "support/uninstall_entries.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace prodsweep::test {
+namespace {
+
+constexpr const wchar_t* bad = L"bad";
+constexpr const wchar_t* good = L"good";
+
+std::wstring CataloguePath(const std::string& rule, const std::wstring& which, int kind)
+{
+    return SamplePath(rule, which + (kind == 1 ? L"\\products.xml" : L"\\detection.xml"));
+}
+
+bool Loads(const std::string& rule, const wchar_t* which)
+{
+    CProducts products;
+    return products.Load(CataloguePath(rule, which, 1).c_str(), 1, nullptr);
+}
+
+CProducts Loaded(const std::string& rule, const wchar_t* which, int kind = 1)
+{
+    CProducts products;
+    EXPECT_TRUE(products.Load(CataloguePath(rule, which, kind).c_str(), kind, nullptr));
+    return products;
+}
+
+CProductVersion FirstVersion(const std::string& rule, const wchar_t* which)
+{
+    return Loaded(rule, which).products.at(0).versions.at(0);
+}
+
+// HKEY_CURRENT_USER\Software\Harbor Ledger\UpdateLocation with the value "Version", which marks Harbor Ledger.
+class InstalledLedger
+{
+public:
+    InstalledLedger() { key.AddText(L"UpdateLocation", L"Version", L"4"); }
+
+private:
+    const HarborKey key;
+};
+
+bool EndsIn(const std::wstring& text, const std::wstring& end) { return text.ends_with(end); }
+
+std::size_t InstalledProducts(const CProducts& products, int kind)
+{
+    ProductList installed;
+    EXPECT_TRUE(products.GetInstalledProducts(installed, kind));
+    return installed.size();
+}
+
+// The lines that a removal of Harbor Ledger writes of what it removes and what stays.
+std::vector<std::wstring> ListsOfRemoval(CProducts& products, int kind)
+{
+    const LogRecorder log;
+    bool restart = false;
+    // The descriptors are not beside this program.
+    EXPECT_FALSE(products.Uninstall({L"Harbor Ledger"}, {}, kind, &restart, nullptr));
+    std::vector<std::wstring> lines;
+    bool listed = false;
+    for (const LogRecord& record : log.Records())
+    {
+        listed = listed || record.text == L"UNINSTALL LIST : ";
+        if (listed && record.function == "CProducts::Uninstall" && !record.text.starts_with(L"<-"))
+            lines.push_back(record.text);
+    }
+    return lines;
+}
+
+// The removal of one member of a family while the other stays.
+class FamilyRemoval
+{
+public:
+    FamilyRemoval(const std::string& rule, const wchar_t* which, const std::wstring& leaving,
+                  const std::wstring& staying)
+        : pass(L"Harbor Ledger", SamplePath(rule, which + (L"\\intern\\" + leaving)), stays, nullptr)
+    {
+        stays.emplace_back(SamplePath(rule, which + (L"\\intern\\" + staying)));
+        EXPECT_TRUE(pass.Process());
+        pass.PrepareCachedOperations();
+    }
+    RemovalPass* operator->() { return &pass; }
+
+private:
+    CheckList stays;
+    RemovalPass pass;
+};
+
+void ShowExecAllWithoutEffect()
+{
+    const InstalledLedger ledger;
+    CProducts products = Loaded("exec-all-without-effect", bad, 2);
+    EXPECT_TRUE(products.exec_all);
+    EXPECT_EQ((std::vector<std::wstring>{L"UNINSTALL LIST : ", L"\"Harbor Ledger\", ", L"CHECK LIST : "}),
+              ListsOfRemoval(products, 2));
+}
+
+void ShowSharedUnprotected()
+{
+    const InstalledLedger ledger;
+    CProducts products = Loaded("shared-unprotected", bad, 2);
+    products.products.at(1).versions = products.products.at(0).versions; // installed, too
+    EXPECT_EQ(2U, InstalledProducts(products, 2));
+    EXPECT_EQ((std::vector<std::wstring>{L"UNINSTALL LIST : ", L"\"Harbor Ledger\", ", L"CHECK LIST : "}),
+              ListsOfRemoval(products, 2));
+}
+
+void ShowProductCodeBraces()
+{
+    UninstallEntries entries;
+    entries.Add(L"{3E1B5C0A-6A0E-4C57-9C0B-1F5D0B7A4202}");
+    EXPECT_FALSE(FirstVersion("product-code-braces", bad).IsInstalled());
+    EXPECT_TRUE(FirstVersion("product-code-braces", good).IsInstalled());
+}
+
+void ShowDisplayNameLength()
+{
+    UninstallEntries entries;
+    const std::wstring name = L"Harbor Ledger " + std::wstring(113, L'4');
+    entries.Add(UninstallEntries::Unique(L"long"), name);
+    entries.Add(UninstallEntries::Unique(L"short"), name.substr(0, 126));
+    EXPECT_EQ(name, FirstVersion("display-name-length", bad).prodName);
+    EXPECT_EQ(L"", FirstVersion("display-name-length", bad).keyPath);
+    EXPECT_NE(L"", FirstVersion("display-name-length", good).keyPath);
+}
+
+void ShowDescriptorMissing()
+{
+    const std::wstring missing = SamplePath("descriptor-missing", L"bad\\extern\\ledger.xml");
+    EXPECT_FALSE(CProductInstalled(missing).Process());
+    EXPECT_FALSE(SampleRemoval("descriptor-missing", L"bad\\extern\\ledger.xml").Walked());
+    EXPECT_TRUE(SampleRemoval("descriptor-missing", L"good\\extern\\harbor_ledger.xml").Walked());
+    EXPECT_TRUE(EndsIn(Loaded("descriptor-missing", bad, 2).products.at(0).file, L"\\extern\\ledger.xml"));
+}
+
+void ShowDescriptorShared()
+{
+    FamilyRemoval removal("descriptor-shared", bad, L"harbor.xml", L"harbor.xml");
+    EXPECT_TRUE(removal->IsUsedFile(removal->cachedFiles.at(0).c_str()));
+    FamilyRemoval apart("descriptor-shared", good, L"harbor.xml", L"reader.xml");
+    EXPECT_FALSE(apart->IsUsedFile(apart->cachedFiles.at(0).c_str()));
+}
+
+void ShowSharedSpelling()
+{
+    FamilyRemoval removal("shared-spelling", bad, L"ledger.xml", L"reader.xml");
+    EXPECT_FALSE(removal->IsUsedFile(removal->cachedFiles.at(0).c_str()));
+    FamilyRemoval alike("shared-spelling", good, L"ledger.xml", L"reader.xml");
+    EXPECT_TRUE(alike->IsUsedFile(alike->cachedFiles.at(0).c_str()));
+}
+
+void ShowBothCatalogues()
+{
+    CProducts both = Loaded("product-in-both-catalogues", bad, 1);
+    EXPECT_TRUE(both.Load(CataloguePath("product-in-both-catalogues", bad, 2).c_str(), 2, nullptr));
+    EXPECT_EQ(both.products.at(0).name, both.products.at(1).name);
+}
+
+} // namespace
+
+std::vector<Behaviour> CatalogueBehaviour()
+{
+    return {
+        {"comment-in-product",
+         [] {
+             EXPECT_FALSE(Loads("comment-in-product", bad));
+             EXPECT_TRUE(Loads("comment-in-product", good));
+         }},
+        {"keyvalue-missing",
+         [] {
+             EXPECT_FALSE(Loads("keyvalue-missing", bad));
+             EXPECT_TRUE(Loads("keyvalue-missing", good));
+         }},
+        {"version-without-mark",
+         [] {
+             EXPECT_EQ(L"", FirstVersion("version-without-mark", bad).keyPath);
+             EXPECT_NE(L"", FirstVersion("version-without-mark", good).keyPath);
+         }},
+        {"mark-ignored",
+         [] {
+             const InstalledLedger ledger;
+             EXPECT_EQ(0U, InstalledProducts(Loaded("mark-ignored", bad), 1));
+             EXPECT_EQ(1U, InstalledProducts(Loaded("mark-ignored", good), 1));
+         }},
+        {"update-location-twice",
+         [] {
+             const InstalledLedger ledger;
+             EXPECT_TRUE(
+                 EndsIn(FirstVersion("update-location-twice", bad).keyPath, L"\\UpdateLocation\\UpdateLocation"));
+             EXPECT_FALSE(FirstVersion("update-location-twice", bad).IsInstalled());
+             EXPECT_TRUE(FirstVersion("update-location-twice", good).IsInstalled());
+         }},
+        {"product-code-braces", &ShowProductCodeBraces},
+        {"display-name-length", &ShowDisplayNameLength},
+        {"product-without-version",
+         [] {
+             const InstalledLedger ledger;
+             EXPECT_EQ(0U, InstalledProducts(Loaded("product-without-version", bad), 1));
+             EXPECT_EQ(1U, InstalledProducts(Loaded("product-without-version", good), 1));
+         }},
+        {"duplicate-product",
+         [] {
+             CProducts products = Loaded("duplicate-product", bad);
+             CProduct info;
+             EXPECT_EQ(2U, products.products.size());
+             EXPECT_TRUE(products.GetProductInfo(L"Harbor Ledger", info));
+             EXPECT_TRUE(EndsIn(info.file, L"\\harbor_ledger.xml"));
+         }},
+        {"shared-mark",
+         [] {
+             const InstalledLedger ledger;
+             EXPECT_EQ(2U, InstalledProducts(Loaded("shared-mark", bad), 1));
+             EXPECT_EQ(1U, InstalledProducts(Loaded("shared-mark", good), 1));
+         }},
+        {"exec-all-value",
+         [] {
+             EXPECT_TRUE(Loaded("exec-all-value", bad).exec_all);
+             EXPECT_FALSE(Loaded("exec-all-value", good).exec_all);
+         }},
+        {"exec-all-repeated",
+         [] {
+             EXPECT_TRUE(Loaded("exec-all-repeated", bad).exec_all);
+             EXPECT_FALSE(Loaded("exec-all-repeated", good).exec_all);
+         }},
+        {"exec-all-without-effect", &ShowExecAllWithoutEffect},
+        {"descriptor-missing", &ShowDescriptorMissing},
+        {"descriptor-shared", &ShowDescriptorShared},
+        {"product-in-both-catalogues", &ShowBothCatalogues},
+        {"shared-spelling", &ShowSharedSpelling},
+        {"shared-service",
+         [] {
+             FamilyRemoval removal("shared-service", bad, L"ledger.xml", L"reader.xml");
+             EXPECT_EQ(WideStringList{L"HarborSync"}, removal->cachedDisableDrivers);
+         }},
+        {"shared-unprotected", &ShowSharedUnprotected},
+    };
+}
+
+} // namespace prodsweep::test

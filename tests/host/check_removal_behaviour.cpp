@@ -1,0 +1,246 @@
+// What a removal records of the samples, and what it takes away.
+#include "host/check_behaviour.h"
+
+#include "check/xml_document.h"
+#include "environment/special_folder.h"
+#include "interpreter/entry_composer.h"
+#include "support/recording_pass.h"
+#include "support/running_victim.h"
+#include "support/shortcut_maker.h"
+#include "support/temp_tree.h"
+
+#include <gtest/gtest.h>
+
+#include <shlwapi.h>
+
+#include <algorithm>
+
+namespace prodsweep::test {
+namespace {
+
+std::wstring Folder(const wchar_t* keyword)
+{
+    std::wstring folder;
+    EXPECT_TRUE(CSpecialFolder({}).Get(keyword, folder));
+    return folder;
+}
+
+// Carries out what the sample says; nothing in the samples that come here lies outside of what the tests made.
+void Remove(const std::string& rule, const std::wstring& file)
+{
+    SampleRemoval removal(rule, file);
+    removal->ExecuteCachedOperations();
+}
+
+class View32Key
+{
+public:
+    View32Key()
+    {
+        HKEY key = nullptr;
+        EXPECT_EQ(ERROR_SUCCESS, RegCreateKeyExW(HKEY_LOCAL_MACHINE, name, 0, nullptr, 0, KEY_WRITE | KEY_WOW64_32KEY,
+                                                 nullptr, &key, nullptr));
+        RegCloseKey(key);
+    }
+    ~View32Key() { RegDeleteKeyExW(HKEY_LOCAL_MACHINE, name, KEY_WOW64_32KEY, 0); }
+    View32Key(const View32Key&) = delete;
+    View32Key& operator=(const View32Key&) = delete;
+
+private:
+    static constexpr const wchar_t* name = L"Software\\Harbor Ledger";
+};
+
+// How often the walk comes to an operation.
+std::size_t RecordedOperations(const std::string& rule, const std::wstring& file)
+{
+    RecordingPass pass(SamplePath(rule, file));
+    EXPECT_TRUE(pass.Process());
+    return pass.calls.size();
+}
+
+// What stays of a shortcut to the program in the folder that the samples name.
+bool ShortcutStays(const std::wstring& file)
+{
+    const std::wstring folder = Folder(L"local_app_data") + L"\\Harbor Ledger";
+    CreateDirectoryW(folder.c_str(), nullptr);
+    const std::wstring link = folder + L"\\Ledger.lnk";
+    MakeShortcut(link, L"C:\\Harbor\\ledger.exe");
+    Remove("shortcut-target-path", file);
+    const bool stays = Exists(link);
+    RemoveTree(folder);
+    return stays;
+}
+
+// A value of the key, after a removal.
+bool ValueStays(const std::string& rule, const std::wstring& file, const std::wstring& value)
+{
+    const HarborKey key;
+    key.AddText({}, L"Other", L"x");
+    Remove(rule, file);
+    return key.HasValue({}, value);
+}
+
+// A key below it, whose value holds a text.
+bool KeyStays(const std::string& rule, const std::wstring& file, const std::wstring& data)
+{
+    const HarborKey key;
+    key.AddText(L"Shell", L"Path", data);
+    Remove(rule, file);
+    return key.HasKey(L"Shell");
+}
+
+bool VictimStays(const std::wstring& file)
+{
+    const TempTree tree;
+    const RunningVictim victim(tree.Path(L"harbor_ledger.exe"));
+    SampleRemoval removal("process-name", file);
+    // Of the whole sample only the processes.
+    removal->cachedFiles.clear();
+    removal->ExecuteCachedOperations();
+    return victim.Runs();
+}
+
+} // namespace
+
+std::vector<Behaviour> RecordedBehaviour()
+{
+    return {
+        {"unknown-attribute",
+         [] {
+             EXPECT_FALSE(SampleRemoval("unknown-attribute")->cachedTools.at(0).wait);
+             EXPECT_TRUE(SampleRemoval("unknown-attribute", L"good.xml")->cachedTools.at(0).wait);
+         }},
+        {"yes-value",
+         [] {
+             EXPECT_FALSE(SampleRemoval("yes-value")->cachedTools.at(0).wait);
+             EXPECT_TRUE(SampleRemoval("yes-value", L"good.xml")->cachedTools.at(0).wait);
+         }},
+        {"version-listed-twice",
+         [] {
+             EXPECT_EQ(2U, RecordedOperations("version-listed-twice", L"bad.xml"));
+             EXPECT_EQ(1U, RecordedOperations("version-listed-twice", L"good.xml"));
+         }},
+        {"op-code-on-entry",
+         [] {
+             SampleRemoval bad("op-code-on-entry");
+             EXPECT_EQ(1U, bad->cachedFiles.size());
+             EXPECT_TRUE(bad->cachedFolders.empty());
+             EXPECT_EQ(1U, SampleRemoval("op-code-on-entry", L"good.xml")->cachedFolders.size());
+         }},
+        {"unused-attribute",
+         [] {
+             SampleRemoval bad("unused-attribute");
+             EXPECT_TRUE(bad->cachedRegKeySearches.empty());
+             EXPECT_EQ(1U, bad->cachedRegItems.size());
+             EXPECT_TRUE(SampleRemoval("unused-attribute", L"good.xml")->cachedRegKeySearches.at(0).complete);
+         }},
+        {"complete-str-value",
+         [] {
+             EXPECT_FALSE(SampleRemoval("complete-str-value")->cachedRegKeySearches.at(0).complete);
+             EXPECT_TRUE(SampleRemoval("complete-str-value", L"good.xml")->cachedRegKeySearches.at(0).complete);
+         }},
+        {"x32view-value", [] { EXPECT_FALSE(SampleRemoval("x32view-value")->cachedRegItems.at(0).x32view); }},
+        {"x32view-no-effect",
+         [] {
+             const View32Key key;
+             EXPECT_TRUE(SampleRemoval("x32view-no-effect")->cachedRegItems.at(0).x32view);
+             EXPECT_FALSE(IsDetected("x32view-no-effect", L"bad.xml"));
+             EXPECT_TRUE(IsDetected("x32view-no-effect", L"good.xml"));
+         }},
+        {"data-str-terminator",
+         [] {
+             const WideStringList removed = SampleRemoval("data-str-terminator")->cachedRegKeySearches.at(0).data;
+             EXPECT_EQ((WideStringList{L"a", L"b"}), removed);
+             const AttributeMap entry{{L"name", L"HKCU\\x"}, {L"data_str", L"a;b"}};
+             EXPECT_EQ(WideStringList{L"a"}, ComposeRegKey(entry, DataStrReading::Terminator).data);
+         }},
+        {"drivers-case",
+         [] {
+             EXPECT_EQ(Folder(L"windows_system") + L"\\ledgerflt.sys",
+                       SampleRemoval("drivers-case")->cachedFiles.at(0));
+             EXPECT_EQ(Folder(L"windows_system") + L"\\drivers\\ledgerflt.sys",
+                       SampleRemoval("drivers-case", L"good.xml")->cachedFiles.at(0));
+         }},
+        {"keyword-x86",
+         [] {
+             EXPECT_EQ(Folder(L"program_files") + L"\\Harbor\\ledger.exe",
+                       SampleRemoval("keyword-x86")->cachedFiles.at(0));
+         }},
+        {"relative-path",
+         [] {
+             EXPECT_TRUE(PathIsRelativeW(SampleRemoval("relative-path")->cachedFiles.at(0).c_str()));
+             EXPECT_FALSE(PathIsRelativeW(SampleRemoval("relative-path", L"good.xml")->cachedFiles.at(0).c_str()));
+         }},
+        {"marker-without-path",
+         [] {
+             EXPECT_EQ(L"#####C:\\Harbor\\ledger.exe", SampleRemoval("marker-without-path")->cachedFiles.at(0));
+             EXPECT_TRUE(SampleRemoval("marker-without-path", L"good.xml")->cachedFiles.empty());
+         }},
+        // Recorded and not carried out, here.
+        {"dangerous-folder",
+         [] { EXPECT_EQ(Folder(L"windows_folder"), SampleRemoval("dangerous-folder")->cachedFolders.at(0)); }},
+        {"dangerous-key",
+         [] { EXPECT_EQ(L"HKLM\\Software", SampleRemoval("dangerous-key")->cachedRegItems.at(0).key); }},
+        {"tool-without-path",
+         [] {
+             const std::wstring program = SamplePath("tool-without-path", L"");
+             const std::wstring own = program.substr(0, program.find(L"check_samples"));
+             EXPECT_EQ(L'"' + own + L"unregister.exe\" ",
+                       SampleRemoval("tool-without-path")->cachedTools.at(0).commandLine);
+         }},
+        {"tool-not-waited-for",
+         [] {
+             SampleRemoval bad("tool-not-waited-for");
+             EXPECT_FALSE(bad->cachedTools.at(0).wait);
+             EXPECT_TRUE(bad->cachedTools.at(0).commandLine.starts_with(L'"' + bad->cachedFolders.at(0)));
+             EXPECT_TRUE(SampleRemoval("tool-not-waited-for", L"good.xml")->cachedTools.at(0).wait);
+         }},
+    };
+}
+
+std::vector<Behaviour> RemovedBehaviour()
+{
+    return {
+        {"pattern-both-ends",
+         [] {
+             {
+                 const HarborKey key;
+                 EXPECT_FALSE(IsDetected("pattern-both-ends", L"bad.xml"));
+                 EXPECT_TRUE(IsDetected("pattern-both-ends", L"good.xml"));
+             }
+             EXPECT_FALSE(ValueStays("pattern-both-ends", L"bad.xml", L"Ledger 4"));
+         }},
+        {"every-value",
+         [] {
+             EXPECT_FALSE(ValueStays("every-value", L"bad.xml", L"Other"));
+             EXPECT_TRUE(ValueStays("every-value", L"good.xml", L"Other"));
+         }},
+        {"star-inside",
+         [] {
+             EXPECT_TRUE(ValueStays("star-inside", L"bad.xml", L"Ledger 4"));
+             EXPECT_FALSE(ValueStays("star-inside", L"good.xml", L"Ledger 4"));
+         }},
+        {"search-never-runs",
+         [] {
+             EXPECT_TRUE(KeyStays("search-never-runs", L"bad.xml", L"C:\\ledger.dll"));
+             EXPECT_FALSE(KeyStays("search-never-runs", L"good.xml", L"C:\\ledger.dll"));
+         }},
+        {"search-for-anything",
+         [] {
+             EXPECT_FALSE(KeyStays("search-for-anything", L"bad.xml", L"C:\\reader.dll"));
+             EXPECT_TRUE(KeyStays("search-for-anything", L"good.xml", L"C:\\reader.dll"));
+         }},
+        {"shortcut-target-path",
+         [] {
+             EXPECT_TRUE(ShortcutStays(L"bad.xml"));
+             EXPECT_FALSE(ShortcutStays(L"good.xml"));
+         }},
+        {"process-name",
+         [] {
+             EXPECT_TRUE(VictimStays(L"bad.xml"));
+             EXPECT_FALSE(VictimStays(L"good.xml"));
+         }},
+    };
+}
+
+} // namespace prodsweep::test
