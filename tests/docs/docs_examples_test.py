@@ -209,10 +209,12 @@ class Reference(unittest.TestCase):
         self.assertEqual(options_of_section(self.sections["General options"]), options_of_help(self.general))
 
     def test_each_member_of_a_report_is_told(self):
-        reports = {"list": "list", "explain": 'explain "Dunmarrow Ledger"', "plan": 'plan "Halvane Notes"',
-                   "uninstall": 'uninstall --yes "Halvane Notes"', "pending": "pending"}
+        self.host.write("odd.xml", "<uninstall_information><version_list><v1/></version_list></uninstall_information>")
+        reports = {"list": "--json", "explain": '--json "Dunmarrow Ledger"', "plan": '--json "Halvane Notes"',
+                   "uninstall": '--json --yes "Halvane Notes"', "pending": "--json", "check": "--format json odd.xml"}
+        self.assertEqual(sorted(reports), sorted(self.commands))
         ended = self.host.batch([self.host.machine(NOTES, LEDGER),
-                                 *(f"prodsweep {command} --json" for command in reports.values())])[1:]
+                                 *(f"prodsweep {command} {rest}" for command, rest in reports.items())])[1:]
         for command, (_, out, _) in zip(reports, ended):
             with self.subTest(command):
                 # In the section itself, or in a page that it leads to.

@@ -115,6 +115,22 @@ class Headings(unittest.TestCase):
 
 
 class Commands(unittest.TestCase):
+    def test_each_command_line_in_a_sentence_names_a_command_and_options_of_the_reference(self):
+        sections = pages.sections(pages.read(DOCS / "host.md"))
+        general = sections["General options"]
+        wrong, seen = [], 0
+        for page in pages.all_pages():
+            for line in re.findall(r"`prodsweep ([^`]+)`", pages.prose(pages.read(page))):
+                seen += 1
+                words = line.split(" ")
+                command = next((word for word in words if f"prodsweep {word}" in sections), None)
+                told = general + sections.get(f"prodsweep {command}", "")
+                options = [word for word in words if word.startswith("-")]
+                if not all(re.search(rf"`{option}[ `]", told) for option in options) or not (command or options):
+                    wrong.append(f"{page.name}: prodsweep {line}")
+        self.assertEqual(wrong, [])
+        self.assertGreater(seen, 10)
+
     def test_each_command_of_dev_that_a_page_names_is_one(self):
         known = set(re.findall(r"^  (\w+)\)", pages.read(ROOT / "dev"), re.MULTILINE))
         named = [(page.name, command) for page in pages.all_pages()
