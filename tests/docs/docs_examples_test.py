@@ -219,7 +219,8 @@ class Reference(unittest.TestCase):
             with self.subTest(command):
                 # In the section itself, or in a page that it leads to.
                 section = self.section_of(command)
-                told = "".join([section, *(pages.read(DOCS / page) for page in re.findall(r"\]\((\w+\.md)\)", section))])
+                linked = re.findall(r"\]\((\w+\.md)\)", section)
+                told = "".join([section, *(pages.read(DOCS / page) for page in linked)])
                 untold = [name for name in members(json.loads(out)) if f"`{name}`" not in told]
                 self.assertEqual(sorted(untold), [])
 
@@ -235,7 +236,8 @@ class Reference(unittest.TestCase):
         values = set(map(int, found))
         told = [int(cells[0]) for cells in pages.table_rows(self.sections["Exit codes"])]
         self.assertEqual(told, sorted(values))
-        of_help = {int(code) for code in re.findall(r"^  (\d+) +\w", self.general.partition("Exit codes:")[2], re.MULTILINE)}
+        help_text = self.general.partition("Exit codes:")[2]
+        of_help = {int(code) for code in re.findall(r"^  (\d+) +\w", help_text, re.MULTILINE)}
         self.assertLessEqual(of_help, values)
 
 
