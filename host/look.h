@@ -20,6 +20,7 @@ struct LookContext
     const CUsers& users;
     const CUsers& unasked; // installed products that stay and protect nothing
     const CGuardRails& forbidden;
+    bool triesFiles;     // for being open in a program
     CSweptPlaces& swept; // the looks add what their items take
     PlannedProduct& product;
     Plan& plan; // the looks add dangers and warnings

@@ -115,7 +115,7 @@ bool CFolderLook::OnFile()
     WarnOfUser(item, path, false, context);
     ++item.contents.files;
     item.contents.bytes += Join(walk.Entry().nFileSizeHigh, walk.Entry().nFileSizeLow);
-    if (tries++ < mostOpenTries && !KeepsFromDeleting(path).empty())
+    if (context.triesFiles && tries++ < mostOpenTries && !KeepsFromDeleting(path).empty())
     {
         ++item.contents.atRestart;
         AddPart(item, {PlannedPart::Kind::File, ToUtf8(path), ItemState::AtRestart, {}, {}});
@@ -257,7 +257,10 @@ void LookAtFile(PlannedItem& item, const std::wstring& path, const LookContext& 
                      "It is a folder where a file is meant; it is left to the restart, which deletes it only "
                      "if it is empty.");
     WarnOfUser(item, path, false, context);
-    item.reason = isFolder ? "it is a folder, and a file is meant" : KeepsFromDeleting(path);
+    if (isFolder)
+        item.reason = "it is a folder, and a file is meant";
+    else if (context.triesFiles)
+        item.reason = KeepsFromDeleting(path);
     if (!item.reason.empty())
     {
         item.state = ItemState::AtRestart;

@@ -58,7 +58,7 @@ int CPlanCommand::Run(const COutput& out)
 {
     choice.Check();
     const CLibrary library(choice.LibraryPath());
-    const Plan plan = MakePlan(library, choice.Selection());
+    const Plan plan = MakePlan(library, choice.Selection(), OpenFiles::Tried);
     if (command->count("--html") != 0)
         WritePage(PlanAsPage(plan), pagePath);
     if (command->count("--save") != 0)

@@ -41,8 +41,9 @@ std::string MachineName()
 class CPlanner
 {
 public:
-    CPlanner(const CLibrary& usedLibrary, Plan& madePlan)
+    CPlanner(const CLibrary& usedLibrary, OpenFiles wantedTries, Plan& madePlan)
         : library(usedLibrary),
+          openFiles(wantedTries),
           plan(madePlan),
           libraryFolder(FolderOf(ToWide(usedLibrary.Path()))),
           programFolder(FolderOf(ModulePath(nullptr))),
@@ -77,6 +78,7 @@ private:
     void AddTotals(PlannedProduct& product);
 
     const CLibrary& library;
+    OpenFiles openFiles;
     Plan& plan;
     std::wstring libraryFolder;
     std::wstring programFolder;
@@ -175,7 +177,7 @@ void CPlanner::PlanProduct(int kind, const CProduct& product, PlannedProduct::Wh
     planned.asked = run.asked;
     const CUsers users(run.checkList, run.names);
     const CUsers unasked(run.unaskedList, run.unaskedNames);
-    const LookContext context{users, unasked, forbidden, swept, planned, plan};
+    const LookContext context{users, unasked, forbidden, openFiles == OpenFiles::Tried, swept, planned, plan};
     CPlannedRemoval removal(product.name, product.file, run.checkList, users);
     if (removal.Record())
     {
@@ -240,7 +242,7 @@ void CPlanner::AddTotals(PlannedProduct& product)
 
 } // namespace
 
-Plan MakePlan(const CLibrary& library, const PlanSelection& selection)
+Plan MakePlan(const CLibrary& library, const PlanSelection& selection, OpenFiles openFiles)
 {
     try
     {
@@ -250,7 +252,7 @@ Plan MakePlan(const CLibrary& library, const PlanSelection& selection)
         plan.machine = MachineName();
         plan.made = Now();
         plan.selection = selection;
-        CPlanner planner(library, plan);
+        CPlanner planner(library, openFiles, plan);
         const std::vector<Product> chosen = ChosenProducts(selection, library);
         if (IsWholeCatalogue(selection))
         {

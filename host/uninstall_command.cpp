@@ -98,7 +98,7 @@ PlanSelection CUninstallCommand::Selection()
 
 Plan CUninstallCommand::Prepare(const CLibrary& library, RemovalReport& report) const
 {
-    Plan plan = MakePlan(library, selection);
+    Plan plan = MakePlan(library, selection, OpenFiles::LeftAlone);
     if (!saved.json.is_null())
     {
         if (const std::string drift = FindDrift(saved.json, PlanAsJson(plan)); !drift.empty())

@@ -25,6 +25,15 @@ def descriptor(*sections):
             f"<win_nt>{''.join(sections)}</win_nt></v1></uninstall_information>")
 
 
+def wait_for_start(tool):
+    """The tool tells by a file beside it that it runs."""
+    for _ in range(300):
+        if tool.with_name(tool.name + ".started").exists():
+            return
+        time.sleep(0.1)
+    raise RuntimeError(f"{tool.name} does not run")
+
+
 class Planned(unittest.TestCase):
     planned = ["Anvil"]
 
@@ -247,10 +256,7 @@ class Items(Planned):
         held = subprocess.Popen([ROOT / "cmake" / "wine", windows_path(program), "linger"], stdin=subprocess.DEVNULL,
                                 stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, cwd=BUILD)
         try:
-            for _ in range(300):
-                if program.with_name("held.exe.started").exists():
-                    break
-                time.sleep(0.1)
+            wait_for_start(program)
             plan = self.plan()
         finally:
             run("taskkill", "/f", "/im", "held.exe")
@@ -375,6 +381,20 @@ class Saved(Planned):
         ended = self.uninstall()
         self.assertEqual((ended.code, ended.err_text()), (0, ""))
         self.assertFalse((self.host.folder / "app").exists())
+
+    def test_program_that_ran_when_the_plan_was_made_is_no_drift(self):
+        program = self.host.add_file("app/held.exe", REPORTS / "tool.exe")
+        held = subprocess.Popen([ROOT / "cmake" / "wine", windows_path(program), "linger"], stdin=subprocess.DEVNULL,
+                                stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, cwd=BUILD)
+        try:
+            wait_for_start(program)
+            self.host.run("plan", "Anvil", "--save", self.path("saved.json"))
+        finally:
+            run("taskkill", "/f", "/im", "held.exe")
+            held.wait()
+        self.assertIn('"at restart"', self.saved.read_text(encoding="utf-8"))
+        ended = self.uninstall()
+        self.assertEqual((ended.code, ended.err_text()), (0, ""))
 
     def test_new_file_is_drift(self):
         self.host.write("app/b.txt", "x")
