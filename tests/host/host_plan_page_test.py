@@ -67,6 +67,11 @@ class PlanPage(unittest.TestCase):
         assert ended.code == 0, ended.err_text()
         cls.plan = json.loads(ended.out_text())
         cls.page = cls.host.folder / "plan.html"
+        # Paper takes a browser a while, and its driver waits no longer than ten seconds for it.
+        cls.small_page = cls.host.folder / "small.html"
+        ended = cls.host.run("plan", "Small", "--force", "--json", "--html", cls.host.path("small.html"))
+        assert ended.code == 0, ended.err_text()
+        cls.small_plan = json.loads(ended.out_text())
         cls.browser = Browser()
         cls.addClassCleanup(cls.browser.close)
 
@@ -77,13 +82,19 @@ class PlanPage(unittest.TestCase):
             cls.host.write(f"loose/{name}", "x" * 1000)
         for name in ["a.txt", "deep/b.txt"]:
             cls.host.write(f"app/{name}", "x" * 700)
-        entries = "".join(f"<f name='{cls.host.path('loose')}\\{name}'/>" for name in names)
-        cls.host.write("intern/many.xml", f"""<uninstall_information><version_list><v1/></version_list>
-<v1><install_folder name="none"/><win_nt><s op_code="del_folder"><f name="{cls.host.path('app')}"/>
-<f name="{cls.host.path('app')}\\deep"/></s><s op_code="del_file">{entries}</s>
-<s op_code="del_regkey"><k name="{key.path}\\&lt;b&gt;"/></s></win_nt></v1></uninstall_information>""")
+        keys = rf"<s op_code='del_regkey'><k name='{key.path}\&lt;b&gt;'/></s>"
+        cls.descriptor("intern/many.xml", names, keys)
+        cls.descriptor("extern/small.xml", names[:40], keys)
         cls.host.catalogues(own=[product(escaped(NAME), key.version("1", "x"), file="many.xml"),
-                                 product("Second", key.version("1", "y"), file="absent.xml")])
+                                 product("Second", key.version("1", "y"), file="absent.xml")],
+                            other=[product("Small", key.version("1", "z"), file="small.xml")])
+
+    @classmethod
+    def descriptor(cls, file, names, keys):
+        entries = "".join(rf"<f name='{cls.host.path('loose')}\{name}'/>" for name in names)
+        cls.host.write(file, rf"""<uninstall_information><version_list><v1/></version_list>
+<v1><install_folder name="none"/><win_nt><s op_code="del_folder"><f name="{cls.host.path('app')}"/>
+<f name="{cls.host.path('app')}\deep"/></s><s op_code="del_file">{entries}</s>{keys}</win_nt></v1></uninstall_information>""")
 
     def setUp(self):
         self.browser.emulate()
@@ -91,8 +102,8 @@ class PlanPage(unittest.TestCase):
         self.browser.console()
         self.browser.open(self.page)
 
-    def items(self):
-        return [(stage["stage"], item) for planned in self.plan["products"] for stage in planned["stages"]
+    def items(self, plan=None):
+        return [(stage["stage"], item) for planned in (plan or self.plan)["products"] for stage in planned["stages"]
                 for item in stage["items"]]
 
     def filter(self, text="", stage="", states=()):
@@ -225,6 +236,8 @@ return [...document.querySelectorAll(".item")].map(item => [
 
     def test_paper_shows_everything_and_no_controls(self):
         # Neither what is folded nor what a filter hides is left out.
+        self.browser.open(self.small_page)
+        self.browser.run("document.getElementById('fold').click()")
         self.filter(text="component-0007")
         with tempfile.NamedTemporaryFile(suffix=".pdf") as file:
             file.write(self.browser.print())
@@ -232,9 +245,12 @@ return [...document.querySelectorAll(".item")].map(item => [
             text = subprocess.run(["pdftotext", "-raw", file.name, "-"], check=True, capture_output=True).stdout.decode()
         # Long paths are broken over lines.
         text = re.sub(r"\s+", "", text)
-        missing = [item["name"] for _, item in self.items() if re.sub(r"\s+", "", item["name"]) not in text]
+        items = self.items(self.small_plan)
+        self.assertGreater(len(items), 40)
+        missing = [item["name"] for _, item in items if re.sub(r"\s+", "", item["name"]) not in text]
         self.assertEqual(missing, [])
         self.assertIn("1,400bytes", text)
+        self.assertNotIn("1of43items", text)
         for control in ["Unfoldall", "Partofaname", "Noitemislikethat"]:
             self.assertNotIn(control, text)
         self.assertEqual([name[-18:] for name in self.shown()], ["component-0007.dll"])
