@@ -87,6 +87,7 @@ std::vector<PendingLine> WithOwners(const std::vector<PendingOperation>& operati
         return lines;
     const CComUse com;
     std::vector<ProductPlaces> places;
+    places.reserve(products.size());
     for (const Product& product : products)
         places.push_back({product, CNamedPlaces(ToWide(product.descriptor))});
     std::transform(operations.begin(), operations.end(), std::back_inserter(lines), [&](const auto& operation) {

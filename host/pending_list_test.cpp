@@ -8,7 +8,6 @@
 namespace prodsweep {
 namespace {
 
-using testing::ElementsAre;
 using testing::IsEmpty;
 
 // Zeros within the literal count; the one that ends it does not.

@@ -45,7 +45,7 @@ bool IsOnDrive(std::wstring_view path) { return path.size() >= 3 && path[1] == L
 std::wstring WithoutTrailingSeparators(std::wstring path)
 {
     // "C:\" is the drive's root, and "C:" is not.
-    while (!path.empty() && path.back() == L'\\' && !(path.size() == 3 && IsOnDrive(path)))
+    while (!path.empty() && path.back() == L'\\' && (path.size() != 3 || !IsOnDrive(path)))
         path.pop_back();
     return path;
 }

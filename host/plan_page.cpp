@@ -122,13 +122,14 @@ std::string Box(const char* kind, const char* id, const std::string& heading, co
 std::string Verdict(const Plan& plan)
 {
     if (plan.dangers.empty())
-        return {};
+        return Box("calm", "verdict", "No guard rail stands against it", {});
     std::string list;
     for (const PlanDanger& danger : plan.dangers)
     {
+        const bool isPlace = danger.place == danger.item || danger.place == danger.leadsTo;
         list += "<li>" + Code(danger.item) +
-                (danger.leadsTo.empty() ? "" : ", which leads to " + Code(danger.leadsTo)) + ", would take " +
-                Code(danger.place) + ", " + HtmlContent(danger.reason) +
+                (danger.leadsTo.empty() ? "" : " leads to " + Code(danger.leadsTo) + ", which") +
+                (isPlace ? " is " : " would take " + Code(danger.place) + ", ") + HtmlContent(danger.reason) +
                 (danger.product.empty() ? "" : " <span class=\"where\">(" + HtmlContent(danger.product) + ")</span>") +
                 "</li>\n";
     }

@@ -84,7 +84,8 @@ class PlanPage(unittest.TestCase):
             cls.host.write(f"app/{name}", "x" * 700)
         keys = rf"<s op_code='del_regkey'><k name='{key.path}\&lt;b&gt;'/></s>"
         cls.descriptor("intern/many.xml", names, keys)
-        cls.descriptor("extern/small.xml", names[:40], keys)
+        cls.descriptor("extern/small.xml", names[:40], keys + "<s op_code='del_folder'>"
+                       "<f path='common_files'/></s>")
         cls.host.catalogues(own=[product(escaped(NAME), key.version("1", "x"), file="many.xml"),
                                  product("Second", key.version("1", "y"), file="absent.xml")],
                             other=[product("Small", key.version("1", "z"), file="small.xml")])
@@ -170,6 +171,15 @@ return [...document.querySelectorAll(".item")].map(item => [
         for warning, text in zip(self.plan["warnings"], told):
             self.assertTrue(text.endswith(warning["text"]), text)
 
+    def test_guard_rail_that_refuses_is_named_on_top(self):
+        self.assertEqual(self.browser.run("return document.querySelector('header section').innerText"),
+                         "No guard rail stands against it")
+        self.browser.open(self.small_page)
+        self.assertEqual([danger["item"] for danger in self.small_plan["dangers"]], ["C:\\Program Files\\Common Files"])
+        told = self.browser.run("return document.querySelector('header section.refused').innerText")
+        self.assertIn("C:\\Program Files\\Common Files", told)
+        self.assertIn(self.small_plan["dangers"][0]["reason"], told)
+
     def test_big_plan_begins_folded_and_a_filter_unfolds_what_it_finds(self):
         self.assertEqual(self.shown(), [])
         self.filter(text="COMPONENT-0007")
@@ -250,7 +260,7 @@ return [...document.querySelectorAll(".item")].map(item => [
         missing = [item["name"] for _, item in items if re.sub(r"\s+", "", item["name"]) not in text]
         self.assertEqual(missing, [])
         self.assertIn("1,400bytes", text)
-        self.assertNotIn("1of43items", text)
+        self.assertNotIn("1of44items", text)
         for control in ["Unfoldall", "Partofaname", "Noitemislikethat"]:
             self.assertNotIn(control, text)
         self.assertEqual([name[-18:] for name in self.shown()], ["component-0007.dll"])
