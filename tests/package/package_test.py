@@ -1,0 +1,143 @@
+"""The package holds what a stranger needs, and nothing that tells of the machine that made it."""
+import hashlib
+import os
+import pathlib
+import re
+import shlex
+import shutil
+import subprocess
+import sys
+import unittest
+import zipfile
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "host"))
+import windows  # noqa: E402
+from windows import BUILD, REPORTS, ROOT  # noqa: E402
+
+import pyreport  # noqa: E402
+
+CC = os.environ["PRODSWEEP_CC"]
+PLACE = REPORTS / f"package-{os.getpid()}"
+
+
+def make():
+    """Packs, and gives the package's path."""
+    ended = subprocess.run([sys.executable, ROOT / "package" / "make.py", BUILD], capture_output=True, text=True, check=True)
+    return BUILD / ended.stdout.split(":")[0]
+
+
+def command_lines(readme):
+    return re.findall(r"^    (prodsweep \S.*?)(?:   .*)?$", readme, re.MULTILINE)
+
+
+class PackageTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        shutil.rmtree(PLACE, ignore_errors=True)
+        cls.addClassCleanup(shutil.rmtree, PLACE)
+        cls.zip = make()
+        with zipfile.ZipFile(cls.zip) as package:
+            cls.names = package.namelist()
+            package.extractall(PLACE)
+        cls.folder = PLACE / cls.zip.stem
+
+    def test_all_lies_in_one_folder_named_like_the_package(self):
+        self.assertEqual({self.zip.stem}, {name.split("/")[0] for name in self.names})
+
+    def test_holds_what_each_reader_needs(self):
+        for name in ("bin/prodsweep.dll", "bin/prodsweep.exe", "bin/log.dll", "lib/libprodsweep.dll.a", "lib/prodsweep.lib",
+                     "lib/cmake/prodsweep/prodsweep-config.cmake", "include/prodsweep/prodsweep.h",
+                     "schema/descriptor.xsd", "samples/catalogue/products.xml", "samples/catalogue/intern/halvane_notes.xml",
+                     "docs/embedding.md", "README.md", "LICENSE", "THIRD-PARTY.md"):
+            self.assertTrue((self.folder / name).is_file(), name)
+
+    def test_packing_again_gives_the_same_bytes(self):
+        first = self.zip.read_bytes()
+        os.utime(ROOT / "LICENSE")
+        previous = os.umask(0o077)
+        self.addCleanup(os.umask, previous)
+        self.assertEqual(hashlib.sha256(first).hexdigest(), hashlib.sha256(make().read_bytes()).hexdigest())
+
+    def test_checksums_cover_every_file(self):
+        said = {}
+        for line in (self.folder / "SHA256SUMS").read_text(encoding="utf-8").splitlines():
+            digest, name = line.split("  ")
+            said[name] = digest
+        found = {path.relative_to(self.folder).as_posix(): hashlib.sha256(path.read_bytes()).hexdigest()
+                 for path in self.folder.rglob("*") if path.is_file() and path.name != "SHA256SUMS"}
+        self.assertEqual(found, said)
+
+    def test_no_file_names_the_folder_it_was_made_in(self):
+        for path in self.folder.rglob("*"):
+            if path.is_file():
+                data = path.read_bytes()
+                for place in (str(ROOT), str(ROOT).replace("/", "\\")):
+                    self.assertNotIn(place.encode(), data, path.name)
+                    self.assertNotIn(place.encode("utf-16-le"), data, path.name)
+
+    def test_links_of_the_pages_lead_to_files_of_the_package(self):
+        for page in self.folder.rglob("*.md"):
+            text = re.sub(r"^```.*?^```", "", page.read_text(encoding="utf-8"), flags=re.MULTILINE | re.DOTALL)
+            for target in re.findall(r"\]\(([^)#:]+)(?:#[^)]*)?\)", text):
+                self.assertTrue((page.parent / target).exists(), f"{page.name}: {target}")
+
+    def run_client(self, program):
+        """A program beside the DLL and the sample catalogues."""
+        shutil.copytree(self.folder / "samples" / "catalogue", program.parent, dirs_exist_ok=True)
+        ended = windows.run(windows.windows_path(program), cwd=program.parent)
+        self.assertEqual((0, b""), (ended.code, ended.err))
+        return ended.out_text().splitlines()
+
+    def test_cmake_project_finds_builds_and_runs(self):
+        build = PLACE / "build of a stranger"
+        for command in (["cmake", "-G", "Ninja", "-S", self.folder / "samples" / "clients" / "cpp", "-B", build,
+                         f"-DCMAKE_TOOLCHAIN_FILE={ROOT / 'cmake' / 'mingw-w64-x86_64.cmake'}",
+                         f"-Dprodsweep_DIR={self.folder / 'lib' / 'cmake' / 'prodsweep'}",
+                         "-DCMAKE_CXX_FLAGS=-Wall -Wextra -Werror"],
+                        ["cmake", "--build", build]):
+            ended = subprocess.run(command, capture_output=True, text=True, check=False)
+            self.assertEqual(0, ended.returncode, ended.stdout + ended.stderr)
+        self.assertEqual("0 installed", self.run_client(build / "installed_products.exe")[-1])
+
+    def found_by_cmake(self, *wanted):
+        project = PLACE / "versions"
+        project.mkdir(exist_ok=True)
+        (project / "CMakeLists.txt").write_text("cmake_minimum_required(VERSION 3.21)\nproject(versions LANGUAGES CXX)\n"
+                                                f"find_package(prodsweep {' '.join(wanted)} CONFIG REQUIRED)\n")
+        ended = subprocess.run(["cmake", "-G", "Ninja", "-S", project, "-B", project / "build", "--fresh",
+                                f"-DCMAKE_TOOLCHAIN_FILE={ROOT / 'cmake' / 'mingw-w64-x86_64.cmake'}",
+                                f"-Dprodsweep_DIR={self.folder / 'lib' / 'cmake' / 'prodsweep'}"],
+                               capture_output=True, text=True, check=False)
+        return ended.returncode == 0
+
+    def test_cmake_takes_the_version_and_refuses_a_later_series(self):
+        first, second, _ = self.zip.stem.split("-")[1].split(".")
+        self.assertTrue(self.found_by_cmake(f"{first}.{second}"))
+        self.assertFalse(self.found_by_cmake(f"{first}.{int(second) + 1}"))
+
+    def test_c_client_binds_the_library_at_run_time(self):
+        place = PLACE / "client in C"
+        place.mkdir()
+        program = place / "client.exe"
+        made = subprocess.run([CC, "-std=c11", "-Wall", "-Wextra", "-Wpedantic", "-Werror", f"-I{self.folder / 'include'}",
+                               self.folder / "samples" / "clients" / "c" / "main.c", "-o", program, "-static", "-loleaut32"],
+                              capture_output=True, text=True, check=False)
+        self.assertEqual((0, ""), (made.returncode, made.stderr))
+        shutil.copy(self.folder / "bin" / "prodsweep.dll", place)
+        self.assertIn("Halvane Notes", self.run_client(program))
+
+    def test_first_steps_work_in_their_order(self):
+        place = PLACE / "first steps"
+        shutil.copytree(self.folder / "bin", place)
+        shutil.copytree(self.folder / "samples" / "catalogue", place, dirs_exist_ok=True)
+        commands = command_lines((self.folder / "README.md").read_text(encoding="utf-8"))
+        self.assertEqual(["list", "check", "explain", "plan", "uninstall"], [shlex.split(line)[1] for line in commands])
+        for line in commands:
+            with self.subTest(line):
+                ended = windows.run(windows.windows_path(place / "prodsweep.exe"), *shlex.split(line)[1:], cwd=place)
+                self.assertEqual((0, b""), (ended.code, ended.err))
+                self.assertNotEqual(b"", ended.out)
+
+
+if __name__ == "__main__":
+    pyreport.main("package", REPORTS)
