@@ -172,21 +172,29 @@ notes_runs=$running
 leave_running '"C:\Program Files\Dunmarrow\Ledger 7\ledger.exe" "C:\Program Files\Halvane\Notes\welcome.txt"' \
   'C:\Program Files\Dunmarrow\Ledger 7\ledger.exe' --open 'C:\Program Files\Halvane\Notes\welcome.txt'
 
-heading "4. Notes is removed. It is ended first; what can't go now waits for the restart."
+heading "4. What would the removal of Notes do? Nothing is touched yet."
+type_in 'prodsweep plan "Halvane Notes" --html C:\prodsweep\plan.html' \
+  prodsweep.exe plan 'Halvane Notes' --html 'C:\prodsweep\plan.html'
+installed 4
+cp "$drive/prodsweep/plan.html" "$base/plan.html"
+printf '\nThe same as a page for a browser: %s\n' "${base#"$root/"}/plan.html"
+
+heading "5. Notes is removed. It is ended first; what can't go now waits for the restart."
 uninstall 3010 'prodsweep uninstall "Halvane Notes" --yes' uninstall "Halvane Notes" --yes
 installed 3
 
-heading "5. Two things stayed: the file that the ledger holds, and the folder that the archive still uses."
+heading "6. Two things stayed: the file that the ledger holds, and the folder that the archive still uses."
 type_in 'dir /s /b "C:\Program Files\Halvane\Notes"' cmd /c dir /s /b 'C:\Program Files\Halvane\Notes'
 type_in 'dir /s /b "C:\Program Files\Common Files\Halvane"' cmd /c dir /s /b 'C:\Program Files\Common Files\Halvane'
 gone "$notes/notes.exe"
 ! shortcuts 'Halvane Notes' || fail "a shortcut is left"
 ended "$notes_runs" || fail "Notes still runs"
 stands "$notes/welcome.txt" "$shared/words.dat" "$archive/archive.exe" "$archive/sync.exe"
+type_in 'prodsweep pending' prodsweep.exe pending
 key_gone 'HKLM\Software\Halvane\Notes'
 key_stands 'HKLM\Software\Halvane\Shared'
 
-heading "6. After the restart the held file is gone, with its folder. The shared folder is not."
+heading "7. After the restart the held file is gone, with its folder. The shared folder is not."
 restart
 gone "$notes"
 stands "$shared/words.dat" "$archive/archive.exe"
@@ -194,14 +202,14 @@ type_in 'dir /b "C:\Program Files\Halvane"' cmd /c dir /b 'C:\Program Files\Halv
 type_in 'prodsweep list --installed' prodsweep.exe list --installed
 installed 3
 
-heading "7. The archive is removed. Its service is stopped, and the shared folder has nobody left to stay for."
+heading "8. The archive is removed. Its service is stopped, and the shared folder has nobody left to stay for."
 uninstall 0 'prodsweep uninstall "Halvane Archive" --yes' uninstall "Halvane Archive" --yes
 gone "$archive" "$shared"
 key_gone 'HKLM\Software\Halvane\Shared'
 key_gone 'HKLM\System\CurrentControlSet\Services\HalvaneArchiveSync'
 installed 2
 
-heading "8. The other makers' products, all at once and without a word. A driver's file needs the restart."
+heading "9. The other makers' products, all at once and without a word. A driver's file needs the restart."
 uninstall 3010 'prodsweep uninstall --all-installed --kind other --yes --quiet' \
   uninstall --all-installed --kind other --yes --quiet
 installed 0
@@ -217,7 +225,7 @@ key_gone 'HKLM\System\CurrentControlSet\Services\PellworthUpdate'
 restart
 gone "$filter"
 
-heading "9. Nothing is left to remove, and a second run has nothing to say against it."
+heading "10. Nothing is left to remove, and a second run has nothing to say against it."
 type_in 'prodsweep list --installed' prodsweep.exe list --installed
 installed 0
 uninstall 0 'prodsweep uninstall "Halvane Notes" --yes' uninstall "Halvane Notes" --yes
