@@ -63,13 +63,13 @@ ended() {
   [ "$status" -eq 1 ]
 }
 
-# uninstall CODE COMMAND ARGUMENTS...: removes products, and shows the exit code unless all is done. It is asked
+# ends_with CODE COMMAND ARGUMENTS...: runs prodsweep, and shows the exit code unless it is 0. It is asked
 # for on the machine, since the host of Wine gets eight bits of it.
-uninstall() {
+ends_with() {
   local expected=$1 code
   prompt "$2"
   shift 2
-  windows cmd /c uninstall.cmd "$@" || true
+  windows cmd /c prodsweep.cmd "$@" || true
   code=$(tr -cd '0-9' <"$drive/prodsweep/exitcode.txt")
   if [ "$code" != 0 ]; then
     prompt 'echo %errorlevel%'
@@ -121,6 +121,31 @@ installed() {
   [ "$found" -eq "$1" ] || fail "$found products are found, not $1"
 }
 
+# A descriptor as one writes it late in the day.
+write_draft() {
+  cat >"$drive/prodsweep/draft.xml" <<'XML'
+<uninstall_information>
+  <version_list>
+    <draft_1/>
+  </version_list>
+  <draft_1>
+    <app_path key="HKEY_LOCAL_MACHINE\Software\Halvane\Draft" name="InstallDir"/>
+    <win_nt>
+      <files op_code="del_files">
+        <file path="app_path" name="draft.exe"/>
+      </files>
+      <folders op_code="del_folder">
+        <folder path="program_files"/>
+      </folders>
+      <keys op_code="del_regkey">
+        <key name="hkey_local_machine\Software\Halvane\Draft"/>
+      </keys>
+    </win_nt>
+  </draft_1>
+</uninstall_information>
+XML
+}
+
 # The service manager answers before the service runs.
 await_service() {
   local try
@@ -142,7 +167,7 @@ mkdir -p "$drive/prodsweep" "$drive/setup"
 cp "$out"/bin/prodsweep.exe "$out"/bin/prodsweep.dll "$drive/prodsweep"
 cp -r "$root"/samples/catalogue/. "$drive/prodsweep"
 cp "$out"/installers/*.exe "$out"/installers/*.msi "$drive/setup"
-printf '@prodsweep.exe %%*\r\n@echo %%errorlevel%% >exitcode.txt\r\n' >"$drive/prodsweep/uninstall.cmd"
+printf '@prodsweep.exe %%*\r\n@echo %%errorlevel%% >exitcode.txt\r\n' >"$drive/prodsweep/prodsweep.cmd"
 notes="$programs/Halvane/Notes" archive="$programs/Halvane/Archive" shared="$programs/Common Files/Halvane/Shared"
 filter="$drive/windows/system32/drivers/pwfilter.sys"
 extension='HKLM\Software\Classes\CLSID\{5B8C3A51-6E0A-4B0E-9A31-7C5D2E9F1B42}'
@@ -150,6 +175,10 @@ extension='HKLM\Software\Classes\CLSID\{5B8C3A51-6E0A-4B0E-9A31-7C5D2E9F1B42}'
 heading "1. The catalogues name five products. None of them is here yet."
 type_in 'prodsweep list' prodsweep.exe list
 installed 0
+type_in 'prodsweep check .' prodsweep.exe check .
+write_draft
+printf '\nThe catalogues are clean. A draft of a descriptor is not:\n\n'
+ends_with 2 'prodsweep check draft.xml' check draft.xml
 
 heading "2. Four installers run, without a window: three setup programs and one MSI package."
 type_in 'msiexec /i C:\setup\halvane-notes-2.1.msi /qn' msiexec /i 'C:\setup\halvane-notes-2.1.msi' /qn
@@ -180,7 +209,7 @@ cp "$drive/prodsweep/plan.html" "$base/plan.html"
 printf '\nThe same as a page for a browser: %s\n' "${base#"$root/"}/plan.html"
 
 heading "5. Notes is removed. It is ended first; what can't go now waits for the restart."
-uninstall 3010 'prodsweep uninstall "Halvane Notes" --yes' uninstall "Halvane Notes" --yes
+ends_with 3010 'prodsweep uninstall "Halvane Notes" --yes' uninstall "Halvane Notes" --yes
 installed 3
 
 heading "6. Two things stayed: the file that the ledger holds, and the folder that the archive still uses."
@@ -203,14 +232,14 @@ type_in 'prodsweep list --installed' prodsweep.exe list --installed
 installed 3
 
 heading "8. The archive is removed. Its service is stopped, and the shared folder has nobody left to stay for."
-uninstall 0 'prodsweep uninstall "Halvane Archive" --yes' uninstall "Halvane Archive" --yes
+ends_with 0 'prodsweep uninstall "Halvane Archive" --yes' uninstall "Halvane Archive" --yes
 gone "$archive" "$shared"
 key_gone 'HKLM\Software\Halvane\Shared'
 key_gone 'HKLM\System\CurrentControlSet\Services\HalvaneArchiveSync'
 installed 2
 
 heading "9. The other makers' products, all at once and without a word. A driver's file needs the restart."
-uninstall 3010 'prodsweep uninstall --all-installed --kind other --yes --quiet' \
+ends_with 3010 'prodsweep uninstall --all-installed --kind other --yes --quiet' \
   uninstall --all-installed --kind other --yes --quiet
 installed 0
 gone "$programs/Dunmarrow/Ledger 7" "$programs/Pellworth/Viewer"
@@ -228,6 +257,6 @@ gone "$filter"
 heading "10. Nothing is left to remove, and a second run has nothing to say against it."
 type_in 'prodsweep list --installed' prodsweep.exe list --installed
 installed 0
-uninstall 0 'prodsweep uninstall "Halvane Notes" --yes' uninstall "Halvane Notes" --yes
+ends_with 0 'prodsweep uninstall "Halvane Notes" --yes' uninstall "Halvane Notes" --yes
 
 printf '\nRemoved 4 of 4. The machine is kept in %s until the next demo.\n' "${base#"$root/"}"

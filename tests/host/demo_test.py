@@ -22,6 +22,15 @@ Pellworth Viewer  other  no         -
 
 5 products, 0 installed.
 """
+CHECKED = """\
+C:\\prodsweep> prodsweep check .
+Nothing found in 7 files.
+
+The catalogues are clean. A draft of a descriptor is not:
+
+C:\\prodsweep> prodsweep check draft.xml
+draft.xml:8:14: error: "del_files" is no op_code. Is "del_file" meant? [unknown-op-code]
+"""
 ALL_FOUND = """\
 Product           Kind   Installed  Versions found
 ----------------  -----  ---------  ----------------------------------------------------------------------------
@@ -32,6 +41,10 @@ Dunmarrow Ledger  other  yes        DunmarrowLedger7 (maker: Dunmarrow Software;
 Pellworth Viewer  other  yes        (found by its descriptor)
 
 5 products, 4 installed.
+"""
+NOTES_PLANNED = """\
+    C:\\Program Files\\Common Files\\Halvane\\Shared
+      in use by Halvane Archive
 """
 NOTES_REMOVED = """\
 Halvane Notes: gone after the restart (what could not be deleted now is deleted at the next restart)
@@ -52,6 +65,13 @@ C:\\Program Files\\Halvane\\Notes\\welcome.txt
 C:\\prodsweep> dir /s /b "C:\\Program Files\\Common Files\\Halvane"
 C:\\Program Files\\Common Files\\Halvane\\Shared
 C:\\Program Files\\Common Files\\Halvane\\Shared\\words.dat
+"""
+WHAT_WAITS = """\
+C:\\prodsweep> prodsweep pending
+   Action  Path                                        Product
+-  ------  ------------------------------------------  -------------
+1  delete  C:\\Program Files\\Halvane\\Notes\\welcome.txt  Halvane Notes
+2  delete  C:\\Program Files\\Halvane\\Notes              Halvane Notes
 """
 AFTER_THE_RESTART = """\
 $ cmake/wine --stop; cmake/wine wineboot
@@ -109,8 +129,8 @@ class Demo(unittest.TestCase):
         self.assertIn("\nRemoved 4 of 4.", self.story)
 
     def test_steps_follow_each_other(self):
-        steps = [NOTHING_FOUND, "C:\\setup\\", ALL_FOUND, NOTES_REMOVED, WHAT_STAYED, AFTER_THE_RESTART,
-                 "\n3 products installed.\n", ARCHIVE_REMOVED, OTHERS_REMOVED, NOTHING_LEFT]
+        steps = [NOTHING_FOUND, CHECKED, "C:\\setup\\", ALL_FOUND, NOTES_PLANNED, NOTES_REMOVED, WHAT_STAYED, WHAT_WAITS,
+                 AFTER_THE_RESTART, "\n3 products installed.\n", ARCHIVE_REMOVED, OTHERS_REMOVED, NOTHING_LEFT]
         end = 0
         for step in steps:
             start = self.story.find(step, end)
