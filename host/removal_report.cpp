@@ -23,7 +23,7 @@ void AddStayed(std::vector<StayedItem>& stayed, const PlannedItem& item)
 {
     if (item.state == ItemState::InUse && item.parts.empty())
         stayed.push_back(
-            {KindWord(item.kind), item.name + (item.valueName.empty() ? "" : " " + item.valueName), item.user});
+            {KindWord(item.kind), item.name + (item.valueName.empty() ? "" : " \"" + item.valueName + '"'), item.user});
     for (const PlannedPart& part : item.parts)
     {
         if (part.state == ItemState::InUse)

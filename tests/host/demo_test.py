@@ -54,6 +54,11 @@ Halvane Notes: gone after the restart (what could not be deleted now is deleted 
   shortcuts           done
   registry keys       done
   registry values     done
+  stays, in use by Halvane Archive: folder C:\\Program Files\\Common Files\\Halvane\\Shared
+  stays, in use by Halvane Archive: file C:\\Program Files\\Common Files\\Halvane\\Shared\\words.dat
+  stays, in use by Halvane Archive: key HKEY_LOCAL_MACHINE\\Software\\Halvane\\Shared
+  stays, in use by Halvane Archive: value HKEY_LOCAL_MACHINE\\Software\\Microsoft\\Windows\\CurrentVersion\\SharedDLLs \
+"C:\\Program Files\\Common Files\\Halvane\\Shared\\words.dat"
 
 A restart of the machine is needed to finish.
 C:\\prodsweep> echo %errorlevel%
