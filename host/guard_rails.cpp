@@ -87,7 +87,7 @@ void CGuardRails::AddProfiles()
         return;
     AddPath(profiles, "the folder of all users' profiles");
     WIN32_FIND_DATAW entry{};
-    const HANDLE find = FindFirstFileW((profiles + L"\\*").c_str(), &entry);
+    auto* const find = FindFirstFileW((profiles + L"\\*").c_str(), &entry);
     if (find == INVALID_HANDLE_VALUE)
         return;
     do
@@ -188,9 +188,8 @@ const ForbiddenPlace* CGuardRails::OfPath(const std::wstring& path) const
         Identity identity;
         if (!FindIdentity(text, identity))
             continue;
-        const auto found = std::find_if(paths.begin(), paths.end(), [&](const Path& candidate) {
-            return candidate.identities.count(identity) != 0;
-        });
+        const auto found = std::find_if(paths.begin(), paths.end(),
+                                        [&](const Path& candidate) { return candidate.identities.contains(identity); });
         if (found != paths.end())
             return &found->place;
     }

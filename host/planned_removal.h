@@ -47,7 +47,7 @@ public:
     const std::vector<CachedDllMethod>& DllMethods() const { return cachedDllMethods; }
     const std::vector<CachedTool>& Tools() const { return cachedTools; }
     // The tool's entry gave a path that is completed by the library's folder.
-    bool IsRelative(const CachedTool& tool) const { return relativeTools.count(tool.commandLine) != 0; }
+    bool IsRelative(const CachedTool& tool) const { return relativeTools.contains(tool.commandLine); }
     const WideStringList& Kills() const { return cachedKills; }
     const WideStringList& Folders() const { return cachedFolders; }
     const WideStringList& Files() const { return cachedFiles; }

@@ -31,6 +31,4 @@ std::wstring CSweptPlaces::Find(const Places& places, const std::wstring& place)
     return {};
 }
 
-bool CSweptPlaces::IsDone(const std::wstring& what) const { return done.count(Trimmed(what)) != 0; }
-
 } // namespace prodsweep

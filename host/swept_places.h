@@ -12,13 +12,10 @@ public:
     // A file or folder with all below it; a key with all below it. They may be given in any case.
     void AddPath(const std::wstring& path) { Add(paths, path); }
     void AddKey(const std::wstring& key) { Add(keys, key); }
-    // Something of another kind that is done once: a service that was disabled.
-    void AddDone(const std::wstring& what) { Add(done, what); }
 
     // The place, as it was added, that takes this along: it is that place or lies below it. Empty: none does.
     std::wstring TakesPath(const std::wstring& path) const { return Find(paths, path); }
     std::wstring TakesKey(const std::wstring& key) const { return Find(keys, key); }
-    bool IsDone(const std::wstring& what) const;
 
 private:
     using Places = std::map<std::wstring, std::wstring>; // in lower case, as added
@@ -27,7 +24,6 @@ private:
 
     Places paths;
     Places keys;
-    Places done;
 };
 
 } // namespace prodsweep
