@@ -29,12 +29,12 @@ def source_stanza(stanza):
     return re.sub(r"^Types:.*$", "Types: deb-src", stanza, flags=re.M)
 
 
-def write_source_lists(folder):
-    lists = [CONFIGURED / "sources.list", *sorted((CONFIGURED / "sources.list.d").glob("*.list"))]
+def write_source_lists(folder, configured=CONFIGURED):
+    lists = [configured / "sources.list", *sorted((configured / "sources.list.d").glob("*.list"))]
     for number, path in enumerate(path for path in lists if path.exists()):
         lines = [source_line(line) for line in path.read_text(encoding="utf-8").splitlines()]
         (folder / f"{number}.list").write_text("\n".join(filter(None, lines)) + "\n", encoding="utf-8")
-    for number, path in enumerate(sorted((CONFIGURED / "sources.list.d").glob("*.sources"))):
+    for number, path in enumerate(sorted((configured / "sources.list.d").glob("*.sources"))):
         stanzas = re.split(r"\n\s*\n", path.read_text(encoding="utf-8"))
         asking = filter(None, (source_stanza(stanza.strip()) for stanza in stanzas))
         (folder / f"{number}.sources").write_text("\n\n".join(asking) + "\n", encoding="utf-8")
@@ -83,4 +83,5 @@ def main():
         fetch(package, folder, pathlib.Path(work))
 
 
-main()
+if __name__ == "__main__":
+    main()
