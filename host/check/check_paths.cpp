@@ -3,10 +3,6 @@
 #include <algorithm>
 #include <cwctype>
 
-#include <windows.h>
-
-#include <shlwapi.h>
-
 #include "check/known_names.h"
 #include "environment/special_folder.h"
 #include "interpreter/entry_composer.h"
@@ -69,6 +65,12 @@ bool IsFileOrFolder(const EntryPlace& place)
     return place.section.Is(L"del_file") || place.section.Is(L"del_folder");
 }
 
+// With a drive and its root, or a share. "C:x" and "\x" depend on the current folder, too.
+bool IsWhole(const std::wstring& path)
+{
+    return path.starts_with(L"\\\\") || (path.find(L':') == 1 && path.find_first_of(L"\\/") == 2);
+}
+
 void CheckWholePath(const EntryPlace& place, const CFileReport& report)
 {
     const std::wstring* name = place.entry.Find(L"name");
@@ -78,7 +80,7 @@ void CheckWholePath(const EntryPlace& place, const CFileReport& report)
     const Position at = place.entry.At(L"name");
     if (place.section.Is(L"del_file") && name->starts_with(L"#####"))
         report.Add("marker-without-path", at, Quoted(*name) + R"( is the file's whole name without a "path".)");
-    else if (PathIsRelativeW(name->c_str()) || !(name->starts_with(L"\\\\") || name->find(L":\\") == 1))
+    else if (!IsWhole(*name))
         report.Add("relative-path", at, Quoted(*name) + " is not a whole path, and there is no \"path\" beside it.");
 }
 

@@ -92,23 +92,15 @@ void CheckPruning(const DescriptorModel& model, const CFileReport& report)
     CRecordedRemoval removal;
     std::vector<RecordedFolder> folders;
     std::vector<RecordedItem> items;
-    for (const VersionModel& version : model.versions)
+    for (const auto& [all, version, section, entry] : ListedEntriesOf(model))
     {
-        for (const SectionModel& section : version.sections)
-        {
-            for (const EntryModel& entry : section.entries)
-            {
-                if (!version.listed)
-                    continue;
-                if (section.Is(L"del_folder") && removal.ProcessDelFolder(entry.attributes, version.appPath))
-                    folders.push_back({&entry, removal.cachedFolders.back()});
-                if (section.Is(L"del_regkey") && removal.ProcessDelRegKey(entry.attributes, version.appPath) &&
-                    !entry.Find(L"data_str"))
-                    items.push_back({&entry, removal.cachedRegItems.back()});
-                if (section.Is(L"del_regvalue") && removal.ProcessDelRegVal(entry.attributes, version.appPath))
-                    items.push_back({&entry, removal.cachedRegItems.back()});
-            }
-        }
+        if (section.Is(L"del_folder") && removal.ProcessDelFolder(entry.attributes, version.appPath))
+            folders.push_back({&entry, removal.cachedFolders.back()});
+        const bool isKey = section.Is(L"del_regkey") && !entry.Find(L"data_str") &&
+                           removal.ProcessDelRegKey(entry.attributes, version.appPath);
+        const bool isValue = section.Is(L"del_regvalue") && removal.ProcessDelRegVal(entry.attributes, version.appPath);
+        if (isKey || isValue)
+            items.push_back({&entry, removal.cachedRegItems.back()});
     }
     removal.PrepareCachedOperations();
     ReportFolders(removal, folders, report);

@@ -76,20 +76,12 @@ void CheckCompanyOfSearches(const DescriptorModel& model, const CFileReport& rep
 {
     bool company = false;
     std::vector<const EntryModel*> searches;
-    for (const VersionModel& version : model.versions)
+    for (const auto& [all, version, section, entry] : ListedEntriesOf(model))
     {
-        for (const SectionModel& section : version.sections)
-        {
-            if (!version.listed || !(section.Is(L"del_regkey") || section.Is(L"del_regvalue")))
-                continue;
-            for (const EntryModel& entry : section.entries)
-            {
-                if (section.Is(L"del_regkey") && entry.Find(L"data_str"))
-                    searches.push_back(&entry);
-                else
-                    company = true;
-            }
-        }
+        const bool isSearch = section.Is(L"del_regkey") && entry.Find(L"data_str");
+        if (isSearch)
+            searches.push_back(&entry);
+        company = company || (!isSearch && (section.Is(L"del_regkey") || section.Is(L"del_regvalue")));
     }
     for (const EntryModel* search : searches)
     {

@@ -78,20 +78,11 @@ void AddService(const EntryPlace& place, std::vector<Thing>& things)
 std::vector<Thing> ThingsOf(const DescriptorModel& model)
 {
     std::vector<Thing> things;
-    for (const VersionModel& version : model.versions)
+    for (const EntryPlace& place : ListedEntriesOf(model))
     {
-        for (const SectionModel& section : version.sections)
-        {
-            for (const EntryModel& entry : section.entries)
-            {
-                const EntryPlace place{model, version, section, entry};
-                if (!version.listed)
-                    continue;
-                AddPath(place, things);
-                AddKeyOrValue(place, things);
-                AddService(place, things);
-            }
-        }
+        AddPath(place, things);
+        AddKeyOrValue(place, things);
+        AddService(place, things);
     }
     return things;
 }

@@ -77,18 +77,37 @@ void CheckVersions(const DescriptorModel& model, const CFileReport& report)
     RunEntryChecks(entryChecks, model, report);
 }
 
-void RunEntryChecks(std::span<const EntryCheck> checks, const DescriptorModel& model, const CFileReport& report)
+std::vector<EntryPlace> EntriesOf(const DescriptorModel& model)
 {
+    std::vector<EntryPlace> places;
     for (const VersionModel& version : model.versions)
     {
         for (const SectionModel& section : version.sections)
         {
             for (const EntryModel& entry : section.entries)
-            {
-                for (const EntryCheck check : checks)
-                    check({model, version, section, entry}, report);
-            }
+                places.push_back({model, version, section, entry});
         }
+    }
+    return places;
+}
+
+std::vector<EntryPlace> ListedEntriesOf(const DescriptorModel& model)
+{
+    std::vector<EntryPlace> places;
+    for (const EntryPlace& place : EntriesOf(model))
+    {
+        if (place.version.listed)
+            places.push_back(place);
+    }
+    return places;
+}
+
+void RunEntryChecks(std::span<const EntryCheck> checks, const DescriptorModel& model, const CFileReport& report)
+{
+    for (const EntryPlace& place : EntriesOf(model))
+    {
+        for (const EntryCheck check : checks)
+            check(place, report);
     }
 }
 

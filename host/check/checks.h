@@ -48,6 +48,11 @@ struct EntryPlace
     const SectionModel& section;
     const EntryModel& entry;
 };
+// All entries of the model, which outlives them.
+std::vector<EntryPlace> EntriesOf(const DescriptorModel& model);
+// Those that the library comes to.
+std::vector<EntryPlace> ListedEntriesOf(const DescriptorModel& model);
+
 using EntryCheck = void (*)(const EntryPlace& place, const CFileReport& report);
 
 void RunEntryChecks(std::span<const EntryCheck> checks, const DescriptorModel& model, const CFileReport& report);

@@ -20,6 +20,7 @@ public:
     {
         const CHiveTable filled;
         std::vector<std::wstring> spellings;
+        spellings.reserve(hives.size());
         for (const auto& [spelling, hive] : hives)
             spellings.push_back(spelling);
         return spellings;

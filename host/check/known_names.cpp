@@ -58,6 +58,7 @@ public:
     static std::vector<std::wstring> Keywords()
     {
         std::vector<std::wstring> keywords{L"app_path"};
+        keywords.reserve(folders.size() + 1);
         for (const auto& [keyword, code] : folders)
             keywords.push_back(keyword);
         return keywords;
