@@ -35,6 +35,12 @@ void WarnOfUser(const PlannedItem& item, const std::wstring& path, bool isFolder
                                         "\" uses this as well, or something in it, and is not asked.");
 }
 
+// As KeepsFromDeleting, at the moment when files are dealt with.
+std::string WillKeepFromDeleting(const std::wstring& path, const LookContext& context)
+{
+    return context.swept.EndsProgram(path) ? std::string() : KeepsFromDeleting(path);
+}
+
 // Goes through a folder as the deletion will, and counts instead.
 class CFolderLook
 {
@@ -115,7 +121,7 @@ bool CFolderLook::OnFile()
     WarnOfUser(item, path, false, context);
     ++item.contents.files;
     item.contents.bytes += Join(walk.Entry().nFileSizeHigh, walk.Entry().nFileSizeLow);
-    if (context.triesFiles && tries++ < mostOpenTries && !KeepsFromDeleting(path).empty())
+    if (context.triesFiles && tries++ < mostOpenTries && !WillKeepFromDeleting(path, context).empty())
     {
         ++item.contents.atRestart;
         AddPart(item, {PlannedPart::Kind::File, ToUtf8(path), ItemState::AtRestart, {}, {}});
@@ -260,7 +266,7 @@ void LookAtFile(PlannedItem& item, const std::wstring& path, const LookContext& 
     if (isFolder)
         item.reason = "it is a folder, and a file is meant";
     else if (context.triesFiles)
-        item.reason = KeepsFromDeleting(path);
+        item.reason = WillKeepFromDeleting(path, context);
     if (!item.reason.empty())
     {
         item.state = ItemState::AtRestart;

@@ -5,13 +5,13 @@
 #include <windows.h>
 
 #include <shlwapi.h>
-#include <tlhelp32.h>
 
 #include "common/unique_reg_key.h"
 #include "entry_fault.h"
 #include "forbidden_places.h"
 #include "interpreter/entry_composer.h"
 #include "interpreter/os_condition.h"
+#include "running_programs.h"
 #include "text.h"
 #include "unique_handle.h"
 
@@ -47,15 +47,19 @@ const char* StateOf(DWORD state)
     }
 }
 
-// Empty when the service manager does not know it.
-std::string AskManager(const std::wstring& service)
+// Empty when the service manager does not know it. A program that runs for this service alone ends with it.
+std::string AskManager(const std::wstring& service, CSweptPlaces& swept)
 {
     const UniqueService manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
     const UniqueService opened(manager == nullptr ? nullptr
                                                   : OpenServiceW(manager.get(), service.c_str(), SERVICE_QUERY_STATUS));
-    SERVICE_STATUS status{};
-    if (opened == nullptr || !QueryServiceStatus(opened.get(), &status))
+    SERVICE_STATUS_PROCESS status{};
+    DWORD needed = 0;
+    if (opened == nullptr || !QueryServiceStatusEx(opened.get(), SC_STATUS_PROCESS_INFO,
+                                                   reinterpret_cast<BYTE*>(&status), sizeof(status), &needed))
         return {};
+    if (status.dwServiceType == SERVICE_WIN32_OWN_PROCESS && status.dwProcessId != 0)
+        swept.AddProgram(ImageOf(status.dwProcessId));
     return StateOf(status.dwCurrentState);
 }
 
@@ -68,21 +72,6 @@ bool IsForbidden(const PlannedItem& item, const std::wstring& service, const Loo
     if (place != nullptr)
         context.Endanger(item.name, "", *place);
     return place != nullptr;
-}
-
-std::size_t CountProcesses(const std::wstring& name)
-{
-    const UniqueHandle snapshot = OwnHandle(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
-    PROCESSENTRY32W entry{};
-    entry.dwSize = sizeof(entry);
-    std::size_t count = 0;
-    for (BOOL more = snapshot != nullptr && Process32FirstW(snapshot.get(), &entry); more;
-         more = Process32NextW(snapshot.get(), &entry))
-    {
-        if (_wcsicmp(entry.szExeFile, name.c_str()) == 0)
-            ++count;
-    }
-    return count;
 }
 
 bool IsFile(const std::wstring& path)
@@ -121,7 +110,7 @@ void LookAtServiceToStop(PlannedItem& item, const std::wstring& name, const Look
     item.kind = ItemKind::Service;
     if (IsForbidden(item, name, context))
         return;
-    item.detail = AskManager(name);
+    item.detail = AskManager(name, context.swept);
     if (!item.detail.empty())
         return;
     item.state = ItemState::Absent;
@@ -144,11 +133,13 @@ void LookAtProcess(PlannedItem& item, const std::wstring& name, const LookContex
     item.kind = ItemKind::Process;
     if (const char* const why = WhyCritical(CriticalProcesses(), name))
         context.Warn(item.name, std::string("This process is critical: ") + why + ".");
-    const std::size_t count = CountProcesses(name);
-    if (count == 0)
+    const std::vector<DWORD> processes = ProcessesNamed(name);
+    for (const DWORD process : processes)
+        context.swept.AddProgram(ImageOf(process));
+    if (processes.empty())
         item.state = ItemState::Absent;
     else
-        item.detail = count == 1 ? "1 runs" : std::to_string(count) + " run";
+        item.detail = processes.size() == 1 ? "1 runs" : std::to_string(processes.size()) + " run";
 }
 
 void LookAtTool(PlannedItem& item, const std::wstring& commandLine, const LookContext& context)

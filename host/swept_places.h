@@ -1,4 +1,4 @@
-// What the items of a sweep take along that come before the one that is looked at.
+// What the items of a sweep take along, or end, that come before the one that is looked at.
 #pragma once
 
 #include <map>
@@ -17,6 +17,10 @@ public:
     std::wstring TakesPath(const std::wstring& path) const { return Find(paths, path); }
     std::wstring TakesKey(const std::wstring& key) const { return Find(keys, key); }
 
+    // A program that runs now, and has been ended when files are dealt with: its file is free then.
+    void AddProgram(const std::wstring& path) { Add(programs, path); }
+    bool EndsProgram(const std::wstring& path) const { return !Find(programs, path).empty(); }
+
 private:
     using Places = std::map<std::wstring, std::wstring>; // in lower case, as added
     static void Add(Places& places, const std::wstring& place);
@@ -24,6 +28,7 @@ private:
 
     Places paths;
     Places keys;
+    Places programs;
 };
 
 } // namespace prodsweep

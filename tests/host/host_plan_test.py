@@ -248,24 +248,32 @@ class Items(Planned):
         plan = self.plan()
         self.assertFalse(self.items("folders", plan=plan)[0]["contents"]["complete"])
 
-    def test_running_program_waits_for_the_restart(self):
+    def plan_while_held_runs(self, *sections):
+        """The plan while "app/held.exe", in a folder that is to go, runs."""
         program = self.host.add_file("app/held.exe", REPORTS / "tool.exe")
         self.host.write("app/free.txt", "x")
-        self.forced(section("del_folder", entry(name=self.path("app"))),
-                   section("kill_process", entry(target_name="held.exe")))
+        self.forced(section("del_folder", entry(name=self.path("app"))), *sections)
         held = subprocess.Popen([ROOT / "cmake" / "wine", windows_path(program), "linger"], stdin=subprocess.DEVNULL,
                                 stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, cwd=BUILD)
         try:
             wait_for_start(program)
-            plan = self.plan()
+            return self.plan()
         finally:
             run("taskkill", "/f", "/im", "held.exe")
             held.wait()
+
+    def test_running_program_waits_for_the_restart(self):
+        plan = self.plan_while_held_runs()
         parts = self.items("folders", plan=plan)[0]["parts"]
-        self.assertEqual([(part["name"], part["state"]) for part in parts], [(windows_path(program), "at restart")])
-        self.assertEqual(self.items("processes", plan=plan)[0]["detail"], "1 runs")
+        self.assertEqual([(part["name"], part["state"]) for part in parts], [(self.path("app/held.exe"), "at restart")])
         self.assertTrue(plan["restart"])
         self.assertEqual(self.items("folders")[0]["parts"], [])
+
+    def test_running_program_that_is_ended_first_goes_at_once(self):
+        plan = self.plan_while_held_runs(section("kill_process", entry(target_name="HELD.exe")))
+        self.assertEqual(self.items("processes", plan=plan)[0]["detail"], "1 runs")
+        self.assertEqual(self.items("folders", plan=plan)[0]["parts"], [])
+        self.assertFalse(plan["restart"])
 
 
 class Selection(Planned):
