@@ -92,9 +92,9 @@ std::span<const std::wstring_view> CommonAttributes() { return commonAttributes;
 
 const EntryAttribute* FindEntryAttribute(const std::wstring& opCode, std::wstring_view name)
 {
-    const auto found = std::find_if(std::begin(entryAttributes), std::end(entryAttributes), [&](const auto& row) {
-        return EqualIgnoringCase(opCode, row.opCode) && name == row.name;
-    });
+    const auto* const found =
+        std::find_if(std::begin(entryAttributes), std::end(entryAttributes),
+                     [&](const auto& row) { return EqualIgnoringCase(opCode, row.opCode) && name == row.name; });
     return found != std::end(entryAttributes) ? found : nullptr;
 }
 

@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <new>
+#include <ranges>
 #include <type_traits>
 #include <utility>
 
@@ -37,9 +38,9 @@ std::wstring Trimmed(const std::wstring& text)
 
 bool KeepsBlanks(const std::vector<XmlNode*>& open)
 {
-    for (auto node = open.rbegin(); node != open.rend(); ++node)
+    for (const XmlNode* node : std::ranges::reverse_view(open))
     {
-        if (const XmlAttribute* space = (*node)->Find(L"xml:space"))
+        if (const XmlAttribute* space = node->Find(L"xml:space"))
             return space->value == L"preserve";
     }
     return false;
