@@ -65,15 +65,16 @@ void CompareWalk(Report& report)
     report.Compare("descriptor of 10,000 entries", "walk", pair, "bare MSXML", 1.3);
 }
 
-void CompareInUse(Report& report)
+void CompareInUse(Report& report, const TreeShape& shape)
 {
     const std::wstring root = Root();
     BareRemoveFolder(root);
-    MakeTree(root, 20'000, bushyTree);
+    MakeTree(root, 20'000, shape);
     WriteDescriptor("<section op_code=\"del_folder\"><entry name=\"" + Narrow(root) + "\"/></section>");
     const Pair pair = SideBySide(
         11, [] { const CProductCheckUse used(descriptor); }, [&] { BareListFolder(root); });
-    report.Compare("in-use pass over 20,000 files", "CProductCheckUse", pair, "bare enumeration", 1.15);
+    report.Compare("in-use pass over 20,000 files, " + std::string(shape.name), "CProductCheckUse", pair,
+                   "bare enumeration", 1.15);
     BareRemoveFolder(root);
 }
 
@@ -100,7 +101,8 @@ void BenchInterpreter(Report& report)
 {
     CoInitialize(nullptr);
     CompareWalk(report);
-    CompareInUse(report);
+    CompareInUse(report, bushyTree);
+    CompareInUse(report, mixedTree);
     const double small = AskForEach(2'000);
     const double large = AskForEach(20'000);
     report.Figure("in-use questions", "2,000 asked for 2,000 paths", small / 1e6, "ms");

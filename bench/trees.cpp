@@ -68,7 +68,8 @@ void MakeTree(const std::wstring& root, int files, const TreeShape& shape)
         const std::wstring folder = folders.front();
         folders.pop_front();
         for (int i = 0; i < shape.perFolder && names.size() < wanted; ++i)
-            names.push_back(folder + L"file" + std::to_wstring(i) + L".dat");
+            names.push_back(folder + (shape.mixedCase && i % 3 == 0 ? L"File" : L"file") + std::to_wstring(i) +
+                            L".dat");
         for (int i = 0; i < shape.branches; ++i)
             folders.push_back(folder + L"d" + std::to_wstring(i) + L"\\");
     }

@@ -11,9 +11,13 @@ struct TreeShape
     const char* name;
     int perFolder;
     int branches; // 0: everything in one folder
+    // Names begin with a small or a capital letter, as those of products do. Then the order of a folder,
+    // which has no case, is not that of the characters.
+    bool mixedCase = false;
 };
 constexpr TreeShape flatTree{"one folder", 1'000'000, 0};
 constexpr TreeShape bushyTree{"bushy", 20, 5};
+constexpr TreeShape mixedTree{"bushy, mixed case", 20, 5, true};
 constexpr TreeShape deepTree{"a chain", 50, 1};
 
 void MakeTree(const std::wstring& root, int files, const TreeShape& shape);

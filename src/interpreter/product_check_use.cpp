@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cwctype>
 #include <functional>
+#include <string_view>
 #include <tuple>
 #include <utility>
 
@@ -24,14 +25,29 @@ bool Same(const UsedRegItem& left, const UsedRegItem& right)
     return left.x32view == right.x32view && left.path == right.path;
 }
 
-// A folder mostly yields its entries in order, so that the paths of a tree need no sorting, only one look at
-// each and its neighbour: they are long and begin alike, and each comparison has its price. Where they do,
-// the stable sort compares less often.
+// So many characters begin every text of the list, which holds at least one.
+std::size_t CommonLength(const WideStringList& list)
+{
+    std::wstring_view common = list.front();
+    for (const std::wstring& text : list)
+    {
+        const auto parting = std::mismatch(common.begin(), common.end(), text.begin(), text.end()).first;
+        common = common.substr(0, static_cast<std::size_t>(parting - common.begin()));
+    }
+    return common.size();
+}
+
+// Paths of a tree are long and begin alike, which makes each comparison dear. Folders mostly yield their
+// entries in order, so that one look at each and its neighbour may do; else no comparison goes the common
+// way again, and the stable sort makes the fewest.
 void SortUnique(WideStringList& list)
 {
     if (std::adjacent_find(list.begin(), list.end(), std::greater_equal<>()) == list.end())
         return;
-    std::stable_sort(list.begin(), list.end());
+    std::stable_sort(list.begin(), list.end(),
+                     [common = CommonLength(list)](const std::wstring_view left, const std::wstring_view right) {
+                         return left.substr(common) < right.substr(common);
+                     });
     list.erase(std::unique(list.begin(), list.end()), list.end());
 }
 

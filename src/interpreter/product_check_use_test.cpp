@@ -64,6 +64,22 @@ TEST_F(FileUseTest, WholeTextsAreComparedByCharacter)
     EXPECT_FALSE(use.IsFileUsed(L""));
 }
 
+// The lists are put in order and made unique; nothing may get lost on the way.
+TEST_F(FileUseTest, FilesNamedInAnyOrderAndTwiceAreAllUsed)
+{
+    for (const WideStringList& names : {WideStringList{L"A.txt", L"a.txt", L"aa.txt", L"b", L"ba"},
+                                        WideStringList{L"b", L"a.txt", L"ba", L"", L"A.txt", L"b", L"a.txt"}})
+    {
+        std::string entries;
+        for (const std::wstring& name : names)
+            entries += Name(name);
+        const CProductCheckUse use = Use("del_file", entries);
+        for (const std::wstring& name : names)
+            EXPECT_TRUE(use.IsFileUsed(tree.Path(name).c_str())) << Narrow(name);
+        EXPECT_FALSE(use.IsFileUsed(tree.Path(L"c").c_str()));
+    }
+}
+
 TEST_F(FileUseTest, MarkedFileIsUsedLikeAnyOther)
 {
     const CProductCheckUse use = Use("del_file", "<e path='program_files' name='#####App\\x\\..\\a.txt'/>");
