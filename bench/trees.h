@@ -18,7 +18,7 @@ struct TreeShape
 constexpr TreeShape flatTree{"one folder", 1'000'000, 0};
 constexpr TreeShape bushyTree{"bushy", 20, 5};
 constexpr TreeShape mixedTree{"bushy, mixed case", 20, 5, true};
-constexpr TreeShape deepTree{"a chain", 50, 1};
+constexpr TreeShape deepTree{"a chain", 200, 1}; // 50 levels for 10,000 files: peers end at 260 characters
 
 void MakeTree(const std::wstring& root, int files, const TreeShape& shape);
 

@@ -28,7 +28,7 @@ void AppendStaying(ProductList& asked, const ProductList& installed, const Produ
 } // namespace
 
 bool CProducts::Uninstall(const WideStringList& names, const WideStringList& forced, int kind, bool* restart,
-                          UninstallCallback callback)
+                          UninstallCallback callback) const
 {
     ProductList installed;
     if (!GetInstalledProducts(installed, kind))

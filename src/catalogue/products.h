@@ -36,7 +36,7 @@ public:
     // catalogue. What the products that stay still use is left alone. restart: a restart is needed to
     // finish; untouched when there was nothing to do. False when a product's removal failed.
     bool Uninstall(const WideStringList& names, const WideStringList& forced, int kind, bool* restart,
-                   UninstallCallback callback);
+                   UninstallCallback callback) const;
     // The selection that the function above makes, when these products are installed and it has not found
     // that there is nothing to do.
     [[nodiscard]] UninstallSelection Uninstall(const WideStringList& names, const WideStringList& forced, int kind,

@@ -13,6 +13,7 @@ void NotifyCallback(UninstallCallback callback, std::int32_t event, std::int32_t
     catch (...)
     {
         // Not logged either: it is the caller's own affair, and the caller's own code knows of it.
+        return;
     }
 }
 

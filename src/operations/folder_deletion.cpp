@@ -5,11 +5,19 @@
 #include "operations/tree_walk.h"
 
 namespace prodsweep {
+namespace {
+
+bool IsUsed(IUsed* used, const wchar_t* folder) { return used != nullptr && used->IsUsedFolder(folder); }
+
+// What is not there need not be tried again.
+bool IsFailure(int result) { return result != _ERROR_SUCCESS && result != _ERROR_NOT_FOUND; }
+
+} // namespace
 
 int COperations::DelFolder(const wchar_t* path, IUsed* used)
 {
     LOG(LogTrace, L"->\"%s\"", path);
-    if (used != nullptr && used->IsUsedFolder(path))
+    if (IsUsed(used, path))
     {
         LOG(LogTrace, L"in use");
         return _ERROR_SUCCESS;
@@ -32,61 +40,71 @@ int COperations::DelFolder(const wchar_t* path, IUsed* used)
 int COperations::DelFolderRec(const wchar_t* path, IUsed* used, bool* inUse)
 {
     CTreeWalk walk(path);
+    bool unasked = false;
+    bool& rootInUse = inUse != nullptr ? *inUse : unasked;
     // What is in use keeps all folders around it: so many of the entered ones, from the root, stay.
     std::size_t staying = 0;
     int result = _ERROR_SUCCESS; // for what was handled last, in the end the root
     for (WalkStep step = walk.Next(); step != WalkStep::End; step = walk.Next())
     {
         bool stays = false;
-        result = _ERROR_SUCCESS;
+        result = DelFolderRec(step, walk);
         switch (step)
         {
         case WalkStep::Met:
-            LOG(LogTrace, L"->\"%s\"", walk.Path());
             continue;
-        case WalkStep::NotFolder:
-            LOG(LogWarning, L"\"%s\" path isn't a directory", walk.Path());
-            result = _ERROR_NOT_FOUND;
-            break;
         case WalkStep::Folder:
-            if (used == nullptr || !used->IsUsedFolder(walk.Path()))
+            if (!IsUsed(used, walk.Path()))
                 continue;
             LOG(LogTrace, L"in use");
             stays = true;
             walk.Skip();
             break;
-        case WalkStep::Gone:
-            LOG(LogWarning, L"FindFirstFile ERROR_FILE_NOT_FOUND \"%s\"", walk.Path());
-            result = _ERROR_NOT_FOUND;
-            break;
-        case WalkStep::Unlisted:
-            LOG(LogError, L"FindFirstFile \"%s\" failed 0x%x", walk.Path(), walk.Error());
-            result = _ERROR_UNKNOWN;
-            break;
         case WalkStep::Entered:
-            if (walk.Depth() == 1 && inUse != nullptr)
-                *inUse = false;
+            if (walk.Depth() == 1)
+                rootInUse = false;
             continue;
         case WalkStep::File:
             result = DelFile(walk.Path(), used, &stays);
             break;
-        default: // Left
+        case WalkStep::Left:
             // Only a caller who asks for the flag keeps the root of the walk for what is in use below.
             stays = staying > walk.Depth() && (walk.Depth() > 0 || inUse != nullptr);
             if (!stays)
                 DelFolderRec(walk.Path());
+            break;
+        default:
+            break;
         }
         if (walk.Depth() == 0)
-        {
-            if (stays && inUse != nullptr)
-                *inUse = true;
-        }
+            rootInUse = rootInUse || stays;
         else if (stays)
             staying = walk.Depth();
-        else if (result != _ERROR_SUCCESS && result != _ERROR_NOT_FOUND)
+        else if (IsFailure(result))
             AddRestartDel(walk.Path());
     }
     return result;
+}
+
+int COperations::DelFolderRec(WalkStep step, const CTreeWalk& walk)
+{
+    switch (step)
+    {
+    case WalkStep::Met:
+        LOG(LogTrace, L"->\"%s\"", walk.Path());
+        return _ERROR_SUCCESS;
+    case WalkStep::NotFolder:
+        LOG(LogWarning, L"\"%s\" path isn't a directory", walk.Path());
+        return _ERROR_NOT_FOUND;
+    case WalkStep::Gone:
+        LOG(LogWarning, L"FindFirstFile ERROR_FILE_NOT_FOUND \"%s\"", walk.Path());
+        return _ERROR_NOT_FOUND;
+    case WalkStep::Unlisted:
+        LOG(LogError, L"FindFirstFile \"%s\" failed 0x%x", walk.Path(), walk.Error());
+        return _ERROR_UNKNOWN;
+    default:
+        return _ERROR_SUCCESS;
+    }
 }
 
 void COperations::DelFolderRec(const wchar_t* emptied)

@@ -122,7 +122,7 @@ TEST_F(ServiceRegistryTest, KeyIsOpenedForAllAccessInTheDefaultView)
     for (const auto operation : {&COperations::DisableService, &COperations::CheckService})
     {
         openedKey = {};
-        (operations.*operation)(absentName);
+        operation(absentName);
         EXPECT_EQ(HKEY_LOCAL_MACHINE, openedKey.hive);
         EXPECT_EQ(absentKey, openedKey.subkey);
         EXPECT_EQ(0u, openedKey.options);

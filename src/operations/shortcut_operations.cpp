@@ -46,8 +46,8 @@ enum class LinkStep
 class CShortcutWalk
 {
 public:
-    CShortcutWalk(COperations& linkReader, const wchar_t* path, const wchar_t* wanted, bool wantedIsPath)
-        : walk(path), operations(linkReader), target(wanted), targetIsPath(wantedIsPath)
+    CShortcutWalk(const wchar_t* path, const wchar_t* wanted, bool wantedIsPath)
+        : walk(path), target(wanted), targetIsPath(wantedIsPath)
     {}
 
     LinkStep Next();
@@ -60,7 +60,6 @@ private:
     bool Matches(const wchar_t* linkTarget) const;
 
     CTreeWalk walk;
-    COperations& operations;
     const wchar_t* target;
     bool targetIsPath;
     HRESULT failure = S_OK;
@@ -86,7 +85,7 @@ LinkStep CShortcutWalk::Next()
             if (!IsLink(walk.Name()))
                 break;
             wchar_t linkTarget[linkTargetSize];
-            failure = operations.GetLinkInfo(walk.Path(), linkTarget);
+            failure = COperations::GetLinkInfo(walk.Path(), linkTarget);
             if (FAILED(failure))
                 return LinkStep::Unreadable;
             if (Matches(linkTarget))
@@ -150,7 +149,7 @@ int COperations::ExpandShortcut(const wchar_t* path, const wchar_t* target, bool
 
 int COperations::DelShortcutRec(const wchar_t* path, const wchar_t* target, bool targetIsPath, IUsed* used)
 {
-    CShortcutWalk walk(*this, path, target, targetIsPath);
+    CShortcutWalk walk(path, target, targetIsPath);
     int result = _ERROR_SUCCESS;
     for (LinkStep step = walk.Next(); step != LinkStep::End; step = walk.Next())
     {
@@ -184,7 +183,7 @@ int COperations::DelShortcutRec(const wchar_t* path, const wchar_t* target, bool
 
 int COperations::CheckShortcutRec(const wchar_t* path, const wchar_t* target, bool targetIsPath)
 {
-    CShortcutWalk walk(*this, path, target, targetIsPath);
+    CShortcutWalk walk(path, target, targetIsPath);
     int result = _ERROR_SUCCESS;
     for (LinkStep step = walk.Next(); step != LinkStep::End; step = walk.Next())
     {
@@ -214,7 +213,7 @@ int COperations::CheckShortcutRec(const wchar_t* path, const wchar_t* target, bo
 
 int COperations::ExpandShortcutRec(const wchar_t* path, const wchar_t* target, bool targetIsPath, WideStringList& links)
 {
-    CShortcutWalk walk(*this, path, target, targetIsPath);
+    CShortcutWalk walk(path, target, targetIsPath);
     int result = _ERROR_SUCCESS;
     for (LinkStep step = walk.Next(); step != LinkStep::End; step = walk.Next())
     {

@@ -32,7 +32,8 @@ LockedPath::LockedPath(const std::wstring& locked, DWORD share) : path(locked)
     startup.cb = sizeof(startup);
     PROCESS_INFORMATION made{};
     EXPECT_TRUE(CreateProcessW(nullptr, holder.data(), nullptr, nullptr, TRUE, DETACHED_PROCESS, nullptr, nullptr,
-                               &startup, &made));
+                               &startup, &made))
+        << "nobody can hold it: " << GetLastError();
     CloseHandle(handle);
     CloseHandle(made.hThread);
     process = made.hProcess;
