@@ -1,11 +1,11 @@
 // The removal and the listing of folders.
 #include "bench/benches.h"
+#include "bench/memory_use.h"
 #include "bench/trees.h"
 #include "operations/operations.h"
 
 #include <windows.h>
 
-#include <psapi.h>
 #include <shellapi.h>
 
 #include <filesystem>
@@ -40,13 +40,6 @@ void ShellRemove(const std::wstring& path)
     operation.pFrom = list.c_str();
     operation.fFlags = FOF_NOCONFIRMATION | FOF_SILENT | FOF_NOERRORUI;
     SHFileOperationW(&operation);
-}
-
-SIZE_T PrivateBytes()
-{
-    PROCESS_MEMORY_COUNTERS_EX counters{};
-    GetProcessMemoryInfo(GetCurrentProcess(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&counters), sizeof(counters));
-    return counters.PrivateUsage;
 }
 
 void Prepare(int files, const TreeShape& shape)
@@ -98,17 +91,16 @@ void MeasureMemory(Report& report)
     COperations operations;
     WideStringList folders;
     WideStringList files;
-    const SIZE_T before = PrivateBytes();
-    operations.ExpandFolder(root.c_str(), folders, files);
-    const auto grown = static_cast<double>(PrivateBytes() - before);
-    report.Figure("memory", "expansion, per path held", grown / static_cast<double>(folders.size() + files.size()),
-                  "bytes");
-    files.clear();
-    const SIZE_T beforeRemoval = PrivateBytes();
+    {
+        const MemoryUse memory;
+        operations.ExpandFolder(root.c_str(), folders, files);
+        report.Figure("memory", "expansion, per path held",
+                      MemoryUse::Held() / static_cast<double>(folders.size() + files.size()), "bytes");
+    }
+    const MemoryUse memory;
     operations.DelFolder(root.c_str(), nullptr);
-    const SIZE_T after = PrivateBytes();
-    report.Figure("memory", "removal of 50,000 files, growth",
-                  after > beforeRemoval ? static_cast<double>(after - beforeRemoval) / 1024 : 0.0, "KiB");
+    report.Figure("memory", "removal of 50,000 files, most at once", MemoryUse::Peak() / 1024, "KiB");
+    report.Figure("memory", "removal of 50,000 files, held afterwards", MemoryUse::Held() / 1024, "KiB");
 }
 
 } // namespace

@@ -49,6 +49,7 @@ std::vector<double> InTurns(int rounds, const std::vector<std::function<void()>>
         }
     }
     std::vector<double> medians;
+    medians.reserve(samples.size());
     for (std::vector<double>& times : samples)
         medians.push_back(Median(std::move(times)));
     return medians;

@@ -128,6 +128,7 @@ double RemoveLocked(int files)
     Make({files, 0, flatTree});
     WriteDescriptor("product.xml", FolderSection(root));
     std::vector<HANDLE> open;
+    open.reserve(static_cast<std::size_t>(files));
     for (int i = 0; i < files; ++i)
         open.push_back(CreateFileW((root + L"\\file" + std::to_wstring(i) + L".dat").c_str(), GENERIC_READ, 0, nullptr,
                                    OPEN_EXISTING, 0, nullptr));

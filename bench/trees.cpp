@@ -135,7 +135,7 @@ void BareRemoveKey(const std::wstring& path)
         for (const std::wstring& name : BareValueNames(key.get()))
             RegDeleteValueW(key.get(), name.c_str());
         for (const std::wstring& name : BareSubkeyNames(key.get()))
-            BareRemoveKey(path + L"\\" + name);
+            BareRemoveKey((path + L"\\").append(name));
     }
     RegDeleteKeyW(HKEY_CURRENT_USER, path.c_str());
 }

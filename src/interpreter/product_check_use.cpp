@@ -31,8 +31,8 @@ std::size_t CommonLength(const WideStringList& list)
     std::wstring_view common = list.front();
     for (const std::wstring& text : list)
     {
-        const auto parting = std::mismatch(common.begin(), common.end(), text.begin(), text.end()).first;
-        common = common.substr(0, static_cast<std::size_t>(parting - common.begin()));
+        while (!text.starts_with(common))
+            common.remove_suffix(1);
     }
     return common.size();
 }

@@ -150,27 +150,8 @@ bool CProductConfig::ProcessSection(IXMLDOMNode* section, const std::wstring& ap
             continue;
         }
         const EntryAttributes read = ReadAttributes(entry.get());
-        switch (read.fault)
-        {
-        case EntryAttributes::Fault::None:
-            break;
-        case EntryAttributes::Fault::NoAttributes:
-            // A comment ends the section here.
-            LOG(LogError, L"failed get element attributes");
+        if (!ProcessSection(read))
             return false;
-        case EntryAttributes::Fault::NoCount:
-            LOG(LogError, L"failed get attributes length 0x%x", read.result);
-            return false;
-        case EntryAttributes::Fault::NoAttribute:
-            LOG(LogError, L"failed get attribute %d, 0x%x", read.index, read.result);
-            return false;
-        case EntryAttributes::Fault::NoName:
-            LOG(LogError, L"failed get attribute %d name", read.index);
-            return false;
-        case EntryAttributes::Fault::NoValue:
-            LOG(LogError, L"failed get attribute %d value", read.index);
-            return false;
-        }
         AttributeMap attributes{{L"op_code", opCode}};
         attributes.insert(read.pairs.begin(), read.pairs.end());
         if (!ExecOperation(attributes, appPath))
@@ -182,6 +163,32 @@ bool CProductConfig::ProcessSection(IXMLDOMNode* section, const std::wstring& ap
         LOG(LogTrace, L"<-node \"%s\"", name.c_str());
     }
     return success;
+}
+
+bool CProductConfig::ProcessSection(const EntryAttributes& read)
+{
+    switch (read.fault)
+    {
+    case EntryAttributes::Fault::None:
+        break;
+    case EntryAttributes::Fault::NoAttributes:
+        // A comment ends the section here.
+        LOG(LogError, L"failed get element attributes");
+        return false;
+    case EntryAttributes::Fault::NoCount:
+        LOG(LogError, L"failed get attributes length 0x%x", read.result);
+        return false;
+    case EntryAttributes::Fault::NoAttribute:
+        LOG(LogError, L"failed get attribute %d, 0x%x", read.index, read.result);
+        return false;
+    case EntryAttributes::Fault::NoName:
+        LOG(LogError, L"failed get attribute %d name", read.index);
+        return false;
+    case EntryAttributes::Fault::NoValue:
+        LOG(LogError, L"failed get attribute %d value", read.index);
+        return false;
+    }
+    return true;
 }
 
 bool CProductConfig::ExecOperation(const AttributeMap& attributes, const std::wstring& appPath)

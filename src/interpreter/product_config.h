@@ -9,6 +9,8 @@
 
 namespace prodsweep {
 
+struct EntryAttributes;
+
 // Walks an uninstall descriptor: its versions, their sections, and the entries of these, each of which
 // goes as a map of attributes to the operation that the section's op_code names. The walk changes
 // nothing on the machine, and the operations here do nothing and succeed; the passes replace them.
@@ -64,6 +66,11 @@ protected:
 
     std::wstring file;
     UninstallCallback callback;
+
+private:
+    // A step of the function of the same name; a log record carries the name of the function it stands in.
+    // False when the attributes of an entry could not be read.
+    [[nodiscard]] static bool ProcessSection(const EntryAttributes& read);
 };
 
 } // namespace prodsweep

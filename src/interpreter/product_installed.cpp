@@ -95,15 +95,8 @@ bool CProductInstalled::Process()
 
 bool CProductInstalled::ProcessNTVersion(IXMLDOMNode* version, const std::wstring& appPath)
 {
-    std::wstring mode;
-    if (!CXMLHelper::GetNodeAttribute(version, L"mandatory_sections", mode))
-        LOG(LogWarning, L"failed to get attribute \"mandatory_sections\"");
-    if (mode != L"all" && mode != L"any")
-    {
-        LOG(LogWarning, L"Invalid value for attribute \"mandatory_sections\". Default value is \"any\". ");
-        mode = L"any";
-    }
-    HearMode(mode == L"all");
+    const bool allSections = ProcessNTVersion(version);
+    HearMode(allSections);
     UniqueXmlNode sections;
     HRESULT result = CXMLHelper::SelectNode(version, L"win_nt", sections);
     if (FAILED(result) || sections == nullptr)
@@ -144,7 +137,7 @@ bool CProductInstalled::ProcessNTVersion(IXMLDOMNode* version, const std::wstrin
             continue;
         }
         const bool passed = ProcessSection(section.get(), appPath);
-        if (mode == L"all")
+        if (allSections)
         {
             detected = passed;
             if (!detected)
@@ -157,6 +150,16 @@ bool CProductInstalled::ProcessNTVersion(IXMLDOMNode* version, const std::wstrin
         }
     }
     return detected;
+}
+
+bool CProductInstalled::ProcessNTVersion(IXMLDOMNode* version)
+{
+    std::wstring mode;
+    if (!CXMLHelper::GetNodeAttribute(version, L"mandatory_sections", mode))
+        LOG(LogWarning, L"failed to get attribute \"mandatory_sections\"");
+    if (mode != L"all" && mode != L"any")
+        LOG(LogWarning, L"Invalid value for attribute \"mandatory_sections\". Default value is \"any\". ");
+    return mode == L"all";
 }
 
 bool CProductInstalled::ProcessSection(IXMLDOMNode* section, const std::wstring& appPath)
@@ -192,80 +195,99 @@ bool CProductInstalled::ProcessSection(IXMLDOMNode* section, const std::wstring&
         return false;
     }
     tally.entries = children.count;
-    for (long i = 0; i < children.count; ++i)
+    AfterEntry after = AfterEntry::NextOne;
+    for (long i = 0; after == AfterEntry::NextOne && i < children.count; ++i)
     {
         tally.reached = i + 1;
-        UniqueXmlNode node;
-        if (const HRESULT result = CXMLHelper::ChildAt(children.nodes.get(), i, node);
-            FAILED(result) || node == nullptr)
+        UniqueXmlNode entry;
+        const HRESULT result = CXMLHelper::ChildAt(children.nodes.get(), i, entry);
+        if (FAILED(result) || entry == nullptr)
         {
-            // What was scored so far stands before the minimum, here and below.
             LOG(LogError, L"failed load child %d, err = 0x%x", i, result);
-            break;
+            after = AfterEntry::Minimum;
         }
-        std::wstring name;
-        // Only for the log.
-        (void)CXMLHelper::GetNodeName(node.get(), name);
-        LOG(LogTrace, L"->node \"%s\"", name.c_str());
-        std::wstring text;
-        bool hasText = false;
-        CXMLHelper::GetText(node.get(), text, hasText);
-        if (!hasText)
+        else
         {
-            LOG(LogError, L"failed get element value");
-            break;
+            after = ProcessSection(entry.get(), opCode, appPath, tally);
         }
-        // Deliberate: here the text decides, and not the name, and there is a pause (of no length) only
-        // when the attribute that once gave its length is missing.
-        if (EqualIgnoringCase(text, L"sleep"))
-        {
-            std::wstring unused;
-            if (!CXMLHelper::GetNodeAttribute(node.get(), L"value", unused))
-                ProcessSleep(0);
-            continue;
-        }
-        const EntryAttributes read = ReadAttributes(node.get());
-        switch (read.fault)
-        {
-        case EntryAttributes::Fault::None:
-            break;
-        case EntryAttributes::Fault::NoAttributes:
-            // A comment ends the section here, whatever the score.
-            LOG(LogError, L"failed get element attributes 0x%x", read.result);
-            return false;
-        case EntryAttributes::Fault::NoCount:
-            LOG(LogError, L"failed get attributes length 0x%x", read.result);
-            return false;
-        case EntryAttributes::Fault::NoAttribute:
-            LOG(LogError, L"failed get attribute %d, 0x%x", read.index, read.result);
-            return false;
-        case EntryAttributes::Fault::NoName:
-            LOG(LogError, L"failed get attribute %d name", read.index);
-            return false;
-        case EntryAttributes::Fault::NoValue:
-            LOG(LogError, L"failed get attribute %d value", read.index);
-            return false;
-        }
-        const ScoredEntry entry = TakeScore(read, opCode);
-        const bool found = ExecOperation(entry.attributes, appPath);
-        HearEntry(entry.attributes, entry.score, entry.mandatory, found);
-        if (found)
-        {
-            tally.score = AddScore(tally.score, entry.score);
-        }
-        else if (entry.mandatory)
-        {
-            LOG(LogError, L"The mandatory failed");
-            for (const auto& [key, value] : entry.attributes)
-                LOG(LogError, L"\t\"%s\" = \"%s\"", key.c_str(), value.c_str());
-            tally.end = SectionScore::End::Mandatory;
-            return false;
-        }
-        LOG(LogTrace, L"<-node \"%s\"", name.c_str());
     }
+    if (after == AfterEntry::Failed)
+        return false;
     LOG(LogTrace, L"Score \"%s\" = %d", opCode.c_str(), tally.score);
     tally.end = SectionScore::End::Minimum;
     return tally.score >= tally.minimum;
+}
+
+CProductInstalled::AfterEntry CProductInstalled::ProcessSection(IXMLDOMNode* node, const std::wstring& opCode,
+                                                                const std::wstring& appPath, SectionScore& tally)
+{
+    std::wstring name;
+    // Only for the log.
+    (void)CXMLHelper::GetNodeName(node, name);
+    LOG(LogTrace, L"->node \"%s\"", name.c_str());
+    std::wstring text;
+    bool hasText = false;
+    CXMLHelper::GetText(node, text, hasText);
+    if (!hasText)
+    {
+        LOG(LogError, L"failed get element value");
+        return AfterEntry::Minimum;
+    }
+    // Deliberate: here the text decides, and not the name, and there is a pause (of no length) only
+    // when the attribute that once gave its length is missing.
+    if (EqualIgnoringCase(text, L"sleep"))
+    {
+        std::wstring unused;
+        if (!CXMLHelper::GetNodeAttribute(node, L"value", unused))
+            ProcessSleep(0);
+        return AfterEntry::NextOne;
+    }
+    const EntryAttributes read = ReadAttributes(node);
+    if (!ProcessSection(read))
+        return AfterEntry::Failed;
+    const ScoredEntry entry = TakeScore(read, opCode);
+    const bool found = ExecOperation(entry.attributes, appPath);
+    HearEntry(entry.attributes, entry.score, entry.mandatory, found);
+    if (found)
+    {
+        tally.score = AddScore(tally.score, entry.score);
+    }
+    else if (entry.mandatory)
+    {
+        LOG(LogError, L"The mandatory failed");
+        for (const auto& [key, value] : entry.attributes)
+            LOG(LogError, L"\t\"%s\" = \"%s\"", key.c_str(), value.c_str());
+        tally.end = SectionScore::End::Mandatory;
+        return AfterEntry::Failed;
+    }
+    LOG(LogTrace, L"<-node \"%s\"", name.c_str());
+    return AfterEntry::NextOne;
+}
+
+bool CProductInstalled::ProcessSection(const EntryAttributes& read)
+{
+    switch (read.fault)
+    {
+    case EntryAttributes::Fault::None:
+        break;
+    case EntryAttributes::Fault::NoAttributes:
+        // A comment ends the section here, whatever the score.
+        LOG(LogError, L"failed get element attributes 0x%x", read.result);
+        return false;
+    case EntryAttributes::Fault::NoCount:
+        LOG(LogError, L"failed get attributes length 0x%x", read.result);
+        return false;
+    case EntryAttributes::Fault::NoAttribute:
+        LOG(LogError, L"failed get attribute %d, 0x%x", read.index, read.result);
+        return false;
+    case EntryAttributes::Fault::NoName:
+        LOG(LogError, L"failed get attribute %d name", read.index);
+        return false;
+    case EntryAttributes::Fault::NoValue:
+        LOG(LogError, L"failed get attribute %d value", read.index);
+        return false;
+    }
+    return true;
 }
 
 } // namespace prodsweep

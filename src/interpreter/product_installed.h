@@ -65,8 +65,23 @@ protected:
     virtual void HearSection(const SectionScore&, bool /*passed*/) {}
 
 private:
-    // A step of the function of the same name; a log record carries the name of the function it stands in.
+    // What an entry means for its section.
+    enum class AfterEntry
+    {
+        NextOne,
+        Minimum, // it can't be read: what was scored so far stands before the minimum
+        Failed   // the section has failed, whatever was scored
+    };
+
+    // Steps of the functions of the same names; a log record carries the name of the function it stands in.
+    // Whether all sections have to pass, and not just one.
+    static bool ProcessNTVersion(IXMLDOMNode* version);
     bool ProcessSection(IXMLDOMNode* section, const std::wstring& appPath, SectionScore& tally);
+    // One entry.
+    AfterEntry ProcessSection(IXMLDOMNode* node, const std::wstring& opCode, const std::wstring& appPath,
+                              SectionScore& tally);
+    // False when the attributes of an entry could not be read.
+    [[nodiscard]] static bool ProcessSection(const EntryAttributes& read);
 
     COperations operations;
 };

@@ -51,30 +51,8 @@ bool CProductUninstall::Process()
 {
     LOG(LogTrace, L"\"%s\"", file.c_str());
     const Descriptor descriptor = OpenDescriptor(file);
-    switch (descriptor.fault)
-    {
-    case Descriptor::Fault::None:
-        break;
-    case Descriptor::Fault::NoDocument:
-        Notify(PRODSWEEP_EVENT_DESCRIPTOR, PRODSWEEP_LOAD_NO_PARSER);
-        LOG(LogError, L"CoCreateInstance CLSID_DOMDocument30 failed 0x%x", descriptor.result);
+    if (!Process(descriptor))
         return false;
-    case Descriptor::Fault::NotLoaded:
-        Notify(PRODSWEEP_EVENT_DESCRIPTOR, PRODSWEEP_LOAD_NOT_READABLE);
-        LOG(LogError, L"load \"%s\" failed 0x%x", file.c_str(), descriptor.result);
-        return false;
-    case Descriptor::Fault::NoDocumentNode:
-        Notify(PRODSWEEP_EVENT_DESCRIPTOR, PRODSWEEP_LOAD_AT_FAULT);
-        LOG(LogError, L"failed load RootElement 0x%x", descriptor.result);
-        LOG(LogError, L"failed \"%s\"", file.c_str());
-        return false;
-    case Descriptor::Fault::NoRoot:
-        // Deliberate: the event of catalogues.
-        Notify(PRODSWEEP_EVENT_CATALOGUE, PRODSWEEP_LOAD_AT_FAULT);
-        LOG(LogError, L"failed load \"uninstall_information\" node 0x%x", descriptor.result);
-        LOG(LogError, L"failed \"%s\"", file.c_str());
-        return false;
-    }
     WideStringList versions;
     if (!ReadVersions(descriptor.root.get(), versions))
         return false;
@@ -104,6 +82,35 @@ bool CProductUninstall::Process()
     // Deliberate: a version that failed does not fail the walk. What it recorded is carried out.
     Notify(PRODSWEEP_EVENT_DESCRIPTOR, PRODSWEEP_LOAD_DONE);
     LOG(LogTrace, L"<- success");
+    return true;
+}
+
+bool CProductUninstall::Process(const Descriptor& descriptor) const
+{
+    switch (descriptor.fault)
+    {
+    case Descriptor::Fault::None:
+        break;
+    case Descriptor::Fault::NoDocument:
+        Notify(PRODSWEEP_EVENT_DESCRIPTOR, PRODSWEEP_LOAD_NO_PARSER);
+        LOG(LogError, L"CoCreateInstance CLSID_DOMDocument30 failed 0x%x", descriptor.result);
+        return false;
+    case Descriptor::Fault::NotLoaded:
+        Notify(PRODSWEEP_EVENT_DESCRIPTOR, PRODSWEEP_LOAD_NOT_READABLE);
+        LOG(LogError, L"load \"%s\" failed 0x%x", file.c_str(), descriptor.result);
+        return false;
+    case Descriptor::Fault::NoDocumentNode:
+        Notify(PRODSWEEP_EVENT_DESCRIPTOR, PRODSWEEP_LOAD_AT_FAULT);
+        LOG(LogError, L"failed load RootElement 0x%x", descriptor.result);
+        LOG(LogError, L"failed \"%s\"", file.c_str());
+        return false;
+    case Descriptor::Fault::NoRoot:
+        // Deliberate: the event of catalogues.
+        Notify(PRODSWEEP_EVENT_CATALOGUE, PRODSWEEP_LOAD_AT_FAULT);
+        LOG(LogError, L"failed load \"uninstall_information\" node 0x%x", descriptor.result);
+        LOG(LogError, L"failed \"%s\"", file.c_str());
+        return false;
+    }
     return true;
 }
 

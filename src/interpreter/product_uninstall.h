@@ -13,6 +13,8 @@
 
 namespace prodsweep {
 
+struct Descriptor;
+
 // Removes one product. While its descriptor is walked nothing is removed: the handlers resolve each
 // entry to absolute paths and names and record it in one of the cached lists. Then the lists are put
 // in order and carried out kind by kind, in an order of their own, whatever the descriptor's. What
@@ -119,6 +121,9 @@ private:
     struct Stage;
     static const Stage stages[];
 
+    // A step of the function of the same name; a log record carries the name of the function it stands in.
+    // False when the descriptor could not be opened.
+    [[nodiscard]] bool Process(const Descriptor& descriptor) const;
     void PublishProgress() const;
     // After each operation of the cached phase.
     void Advance(std::uint32_t weight);

@@ -75,7 +75,7 @@ int COperations::ExecDllMethod(const wchar_t* module, const wchar_t* method)
         return _ERROR_NOT_FOUND;
     }
     const std::string narrow = NarrowName(method);
-    const auto entry = reinterpret_cast<void*>(GetProcAddress(library.get(), narrow.c_str()));
+    void* const entry = reinterpret_cast<void*>(GetProcAddress(library.get(), narrow.c_str()));
     if (entry == nullptr)
     {
         const DWORD error = GetLastError();

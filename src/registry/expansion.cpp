@@ -62,7 +62,7 @@ int CRegKeyHelper::ExpandKey(HKEY hive, const std::wstring& subkey, bool x32view
         LOG(LogError, L"GetSubKeys failed %s", ResultCodeName(result));
     for (const std::wstring& name : names)
     {
-        const std::wstring child = subkey + L"\\" + name;
+        const std::wstring child = (subkey + L"\\").append(name);
         keys.push_back({FullPath(hiveName, child), x32view});
         if (const int result = ExpandKey(hive, child, x32view, keys, values); result != _ERROR_SUCCESS)
             LOG(LogWarning, L"ExpandKey \"%s\" \\ \"%s\" failed %s", hiveName, child.c_str(), ResultCodeName(result));

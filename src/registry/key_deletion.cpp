@@ -53,41 +53,11 @@ int CRegKeyHelper::DeleteKey(HKEY hive, const std::wstring& subkey, bool x32view
         LOG(LogError, L"RegOpenKeyEx \"%s\" failed 0x%x", subkey.c_str(), status);
         return _ERROR_NOT_FOUND;
     }
-    stays = false;
-
-    // Each list is complete before anything is deleted; what could be read of it is gone through even
-    // if the rest could not. The values go first: those of a key that stays for the sake of a subkey
-    // are gone, unless they are in use themselves.
-    WideStringList names;
-    if (const int result = GetValues(key.get(), names); result != _ERROR_SUCCESS)
-        LOG(LogError, L"GetValues failed %s", ResultCodeName(result));
-    for (const std::wstring& name : names)
-    {
-        if (needed.Value(name))
-        {
-            stays = true;
-            continue;
-        }
-        status = RegDeleteValueW(key.get(), name.c_str());
-        if (status != ERROR_SUCCESS)
-            LOG(LogError, L"RegDeleteValue \"%s\" failed 0x%x", name.c_str(), status);
-    }
-    names.clear();
-    if (const int result = GetSubKeys(key.get(), names); result != _ERROR_SUCCESS)
-        LOG(LogError, L"GetSubKeys failed %s", ResultCodeName(result));
-    for (const std::wstring& name : names)
-    {
-        std::wstring child = subkey;
-        PathJoin(child, name);
-        bool childInUse = false;
-        const int result = DeleteKey(hive, child, x32view, used, &childInUse);
-        // A child that failed does not spare this key the attempt, which fails by itself if the child
-        // is still there.
-        if (result != _ERROR_SUCCESS)
-            LOG(LogError, L"DeleteKey \"%s\" failed 0x%x", child.c_str(), result);
-        else if (childInUse)
-            stays = true;
-    }
+    // The values go first: those of a key that stays for the sake of a subkey are gone, unless they are in
+    // use themselves.
+    const bool valueStays = DeleteKey(key.get(), needed);
+    const bool subkeyStays = DeleteKey(key.get(), hive, subkey, x32view, used);
+    stays = valueStays || subkeyStays;
     key.reset();
     if (stays)
         return _ERROR_SUCCESS;
@@ -96,6 +66,47 @@ int CRegKeyHelper::DeleteKey(HKEY hive, const std::wstring& subkey, bool x32view
         return _ERROR_SUCCESS;
     LOG(LogError, L"DeleteKeyEx \"%s\" \\ \"%s\" failed 0x%x", hiveName, subkey.c_str(), status);
     return _ERROR_FAILED;
+}
+
+// Each list is complete before anything is deleted; what could be read of it is gone through even if the
+// rest could not.
+
+bool CRegKeyHelper::DeleteKey(HKEY key, const CKeyInUse& needed)
+{
+    bool stays = false;
+    WideStringList names;
+    if (const int result = GetValues(key, names); result != _ERROR_SUCCESS)
+        LOG(LogError, L"GetValues failed %s", ResultCodeName(result));
+    for (const std::wstring& name : names)
+    {
+        if (needed.Value(name))
+            stays = true;
+        else if (const LSTATUS status = RegDeleteValueW(key, name.c_str()); status != ERROR_SUCCESS)
+            LOG(LogError, L"RegDeleteValue \"%s\" failed 0x%x", name.c_str(), status);
+    }
+    return stays;
+}
+
+bool CRegKeyHelper::DeleteKey(HKEY key, HKEY hive, const std::wstring& subkey, bool x32view, IUsed* used)
+{
+    bool stays = false;
+    WideStringList names;
+    if (const int result = GetSubKeys(key, names); result != _ERROR_SUCCESS)
+        LOG(LogError, L"GetSubKeys failed %s", ResultCodeName(result));
+    for (const std::wstring& name : names)
+    {
+        std::wstring child = subkey;
+        PathJoin(child, name);
+        bool childInUse = false;
+        const int result = DeleteKey(hive, child, x32view, used, &childInUse);
+        // A child that failed does not spare the key above it the attempt, which fails by itself if the
+        // child is still there.
+        if (result != _ERROR_SUCCESS)
+            LOG(LogError, L"DeleteKey \"%s\" failed 0x%x", child.c_str(), result);
+        else if (childInUse)
+            stays = true;
+    }
+    return stays;
 }
 
 LSTATUS CRegKeyHelper::DeleteKeyEx(HKEY hive, const wchar_t* subkey, REGSAM access)

@@ -93,7 +93,7 @@ int CRegKeyHelper::DelKeySearch(HKEY hive, const std::wstring& subkey, const Wid
     int kept = _ERROR_SUCCESS;
     for (const std::wstring& name : names)
     {
-        const std::wstring child = subkey + L"\\" + name;
+        const std::wstring child = (subkey + L"\\").append(name);
         const int result = DelKeySearch(hive, child, search, complete, x32view, used, inUse);
         if (result == _ERROR_SUCCESS || result == _ERROR_NOT_FOUND)
             continue;
@@ -207,22 +207,17 @@ int CRegKeyHelper::ExpandKeySearch(HKEY hive, const std::wstring& subkey, const 
         LOG(LogError, L"RegQueryInfoKey \"%s\" failed 0x%x", subkey.c_str(), status);
         return _ERROR_UNKNOWN;
     }
+    status = ExpandKeySearch(key.get(), maxima, search, complete);
+    if (status == ERROR_SUCCESS)
     {
-        // The data may be large: its buffer is gone before the walk goes below this key.
-        CValueEnumerator value(key.get(), maxima, CValueEnumerator::Parts::NameAndData);
-        while ((status = NextHit(value, search, complete)) == ERROR_MORE_DATA)
-            LOG(LogTrace, L"RegEnumValue ERROR_MORE_DATA");
-        if (status == ERROR_SUCCESS)
-        {
-            key.reset();
-            keys.push_back({FullPath(hiveName, subkey), x32view});
-            return ExpandKey(hive, subkey, x32view, keys, values);
-        }
-        if (status != ERROR_NO_MORE_ITEMS)
-        {
-            LOG(LogError, L"RegEnumValue \"%s\" failed 0x%x", subkey.c_str(), status);
-            return _ERROR_UNKNOWN;
-        }
+        key.reset();
+        keys.push_back({FullPath(hiveName, subkey), x32view});
+        return ExpandKey(hive, subkey, x32view, keys, values);
+    }
+    if (status != ERROR_NO_MORE_ITEMS)
+    {
+        LOG(LogError, L"RegEnumValue \"%s\" failed 0x%x", subkey.c_str(), status);
+        return _ERROR_UNKNOWN;
     }
     CSubkeyEnumerator child(key.get(), maxima);
     while ((status = child.Next()) != ERROR_NO_MORE_ITEMS)
@@ -244,6 +239,16 @@ int CRegKeyHelper::ExpandKeySearch(HKEY hive, const std::wstring& subkey, const 
                 ResultCodeName(result));
     }
     return _ERROR_SUCCESS;
+}
+
+LSTATUS CRegKeyHelper::ExpandKeySearch(HKEY key, const KeyMaxima& maxima, const WideStringList& search, bool complete)
+{
+    // The data may be large: its buffer is gone before the walk goes below this key.
+    CValueEnumerator value(key, maxima, CValueEnumerator::Parts::NameAndData);
+    LSTATUS status = NextHit(value, search, complete);
+    for (; status == ERROR_MORE_DATA; status = NextHit(value, search, complete))
+        LOG(LogTrace, L"RegEnumValue ERROR_MORE_DATA");
+    return status;
 }
 
 } // namespace prodsweep

@@ -11,6 +11,10 @@
 
 namespace prodsweep {
 
+class CKeyInUse;
+class CValuePattern;
+struct KeyMaxima;
+
 // One value of a key. data holds the bytes of any type as text, up to the first zero character.
 struct RegValueRecord
 {
@@ -81,6 +85,16 @@ public:
     static int GetValues(HKEY key, std::vector<RegValueRecord>& values);
     static int GetValues(HKEY key, WideStringList& names);
     static int GetSubKeys(HKEY key, WideStringList& names);
+
+private:
+    // Steps of the operations of the same names; a log record carries the name of the function it stands in.
+    // The values of a key, and its subkeys. True when one stays, as it is in use.
+    static bool DeleteKey(HKEY key, const CKeyInUse& needed);
+    static bool DeleteKey(HKEY key, HKEY hive, const std::wstring& subkey, bool x32view, IUsed* used);
+    // The values that match.
+    static int DeleteValue(HKEY key, const CValuePattern& pattern, const CKeyInUse& needed, bool& stays);
+    // Looks through the values: ERROR_SUCCESS for a hit, ERROR_NO_MORE_ITEMS for none.
+    static LSTATUS ExpandKeySearch(HKEY key, const KeyMaxima& maxima, const WideStringList& search, bool complete);
 };
 
 } // namespace prodsweep

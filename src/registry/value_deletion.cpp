@@ -41,8 +41,7 @@ int CRegKeyHelper::DeleteValue(HKEY hive, const std::wstring& subkey, const std:
     }
     LOG(LogTrace, L"\"%s\" \\ \"%s\"", hiveName, subkey.c_str());
     UniqueRegKey key;
-    LSTATUS status = OpenKey(hive, subkey, ViewMask(x32view), key);
-    if (status != ERROR_SUCCESS)
+    if (const LSTATUS status = OpenKey(hive, subkey, ViewMask(x32view), key); status != ERROR_SUCCESS)
     {
         LOG(LogError, L"RegOpenKeyEx \"%s\" \\ \"%s\" failed 0x%x", hiveName, subkey.c_str(), status);
         return _ERROR_NOT_FOUND;
@@ -69,8 +68,13 @@ int CRegKeyHelper::DeleteValue(HKEY hive, const std::wstring& subkey, const std:
         LOG(LogError, L"can't delete value \"%s\"", value.c_str());
         return _ERROR_FAILED;
     }
+    return DeleteValue(key.get(), pattern, needed, stays);
+}
+
+int CRegKeyHelper::DeleteValue(HKEY key, const CValuePattern& pattern, const CKeyInUse& needed, bool& stays)
+{
     WideStringList names;
-    int result = GetValues(key.get(), names);
+    int result = GetValues(key, names);
     if (result != _ERROR_SUCCESS)
         LOG(LogError, L"GetValues failed %s", ResultCodeName(result));
     for (const std::wstring& name : names)
@@ -84,8 +88,7 @@ int CRegKeyHelper::DeleteValue(HKEY hive, const std::wstring& subkey, const std:
             LOG(LogTrace, L"in use");
             continue;
         }
-        status = RegDeleteValueW(key.get(), name.c_str());
-        if (status != ERROR_SUCCESS)
+        if (const LSTATUS status = RegDeleteValueW(key, name.c_str()); status != ERROR_SUCCESS)
         {
             LOG(LogError, L"RegDeleteValue \"%s\" failed 0x%x", name.c_str(), status);
             result = _ERROR_FAILED;
