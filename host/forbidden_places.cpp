@@ -1,6 +1,7 @@
 #include "forbidden_places.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include <shlobj.h>
 
@@ -170,8 +171,9 @@ constexpr ForbiddenFile filesOfLibrary[] = {
 
 constexpr CriticalName processes[] = {
     {L"csrss.exe", "Windows ends with it"},
-    {L"dwm.exe", "it draws the desktop"},
-    {L"explorer.exe", "it is the desktop"},
+    {L"dwm.exe", "it draws the desktop", CriticalName::Judgement::WarnedOf},
+    // Products that are part of the desktop end it, and it starts anew.
+    {L"explorer.exe", "it is the desktop", CriticalName::Judgement::WarnedOf},
     {L"lsass.exe", "Windows restarts without it"},
     {L"lsm.exe", "it keeps the sessions"},
     {L"services.exe", "Windows restarts without it"},
@@ -180,21 +182,42 @@ constexpr CriticalName processes[] = {
     {L"System", "it is Windows itself"},
     {L"wininit.exe", "Windows ends with it"},
     {L"winlogon.exe", "the user's session ends with it"},
-    {L"prodsweep.exe", "it is this program"},
 };
 
+constexpr const char* startDriver = "Windows does not start without it";
+constexpr const char* networkDriver = "the network needs it";
+
 constexpr CriticalName services[] = {
+    {L"ACPI", startDriver},
+    {L"AFD", networkDriver},
     {L"BFE", "the firewall stands on it"},
+    {L"CLFS", startDriver},
+    {L"CNG", startDriver},
     {L"CryptSvc", "signatures are checked by it"},
     {L"DcomLaunch", "Windows restarts without it"},
-    {L"Dhcp", "the network needs it"},
-    {L"Dnscache", "the network needs it"},
+    {L"Dhcp", networkDriver},
+    {L"disk", startDriver},
+    {L"Dnscache", networkDriver},
     {L"EventLog", "most services stand on it"},
+    {L"FltMgr", startDriver},
+    {L"gpsvc", "the logon needs it"},
+    {L"HidUsb", "the keyboard needs it"},
+    {L"i8042prt", "the keyboard needs it"},
+    {L"kbdclass", "the keyboard needs it"},
     {L"KeyIso", "the logon needs it"},
+    {L"KSecDD", startDriver},
     {L"LSM", "it keeps the sessions"},
-    {L"LanmanWorkstation", "the network needs it"},
+    {L"LanmanWorkstation", networkDriver},
+    {L"mountmgr", startDriver},
+    {L"mouclass", "the mouse needs it"},
+    {L"MpsSvc", "it is the firewall"},
     {L"MSIServer", "packages are installed by it"},
+    {L"NDIS", networkDriver},
     {L"Netlogon", "the logon needs it"},
+    {L"nsi", networkDriver},
+    {L"Ntfs", startDriver},
+    {L"partmgr", startDriver},
+    {L"pci", startDriver},
     {L"PlugPlay", "it watches the devices"},
     {L"Power", "it watches over the power"},
     {L"ProfSvc", "the logon needs it"},
@@ -202,7 +225,14 @@ constexpr CriticalName services[] = {
     {L"RpcSs", "most services stand on it"},
     {L"SamSs", "the logon needs it"},
     {L"Schedule", "Windows keeps itself in order by it"},
+    {L"storahci", startDriver},
+    {L"stornvme", startDriver},
+    {L"Tcpip", networkDriver},
     {L"TrustedInstaller", "Windows is updated by it"},
+    {L"volmgr", startDriver},
+    {L"volsnap", startDriver},
+    {L"Wdf01000", startDriver},
+    {L"WinDefend", "it guards the machine"},
     {L"Winmgmt", "the machine is managed through it"},
     {L"wuauserv", "Windows is updated by it"},
 };
@@ -217,16 +247,14 @@ std::span<const ForbiddenKey> ForbiddenKeys() { return keys; }
 
 std::span<const ForbiddenFile> ForbiddenFilesOfLibrary() { return filesOfLibrary; }
 
-std::span<const CriticalName> CriticalProcesses() { return processes; }
-
 std::span<const CriticalName> CriticalServices() { return services; }
 
-const char* WhyCritical(std::span<const CriticalName> names, const std::wstring& name)
+const CriticalName* FindCriticalProcess(const std::wstring& name)
 {
-    const auto critical = std::find_if(names.begin(), names.end(), [&](const CriticalName& candidate) {
-        return _wcsicmp(candidate.name, name.c_str()) == 0;
-    });
-    return critical == names.end() ? nullptr : critical->reason;
+    const auto* const found =
+        std::find_if(std::begin(processes), std::end(processes),
+                     [&](const CriticalName& process) { return _wcsicmp(process.name, name.c_str()) == 0; });
+    return found == std::end(processes) ? nullptr : found;
 }
 
 } // namespace prodsweep

@@ -44,15 +44,21 @@ struct ForbiddenFile
 };
 std::span<const ForbiddenFile> ForbiddenFilesOfLibrary();
 
-// Programs and services without which the machine, or the user's session, ends. They are warned of only.
+// Programs and services without which the machine, or the user's session, ends.
 struct CriticalName
 {
+    enum class Judgement
+    {
+        Refused,
+        WarnedOf
+    };
     const wchar_t* name;
-    const char* reason;
+    const char* reason; // a clause: "Windows ends with it"
+    Judgement judgement = Judgement::Refused;
 };
-std::span<const CriticalName> CriticalProcesses();
+// Their keys are forbidden ones.
 std::span<const CriticalName> CriticalServices();
-// The reason; null: it is not critical. Names are compared in any case.
-const char* WhyCritical(std::span<const CriticalName> names, const std::wstring& name);
+// Null: it is not critical. The name is compared in any case.
+const CriticalName* FindCriticalProcess(const std::wstring& name);
 
 } // namespace prodsweep

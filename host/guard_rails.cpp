@@ -19,6 +19,8 @@ namespace prodsweep {
 
 namespace {
 
+constexpr const wchar_t* keyOfServices = L"SYSTEM\\CurrentControlSet\\Services\\";
+
 // Empty when the system knows no such folder.
 std::wstring ShellFolder(int number)
 {
@@ -114,6 +116,12 @@ void CGuardRails::AddKeys()
         if (*key.subkey != L'\0')
             PathJoin(name, key.subkey);
         keys.push_back({CanonicalKey(key.hive, key.subkey), {ToUtf8(name), key.reason}});
+    }
+    for (const CriticalName& service : CriticalServices())
+    {
+        const std::wstring subkey = std::wstring(keyOfServices) + service.name;
+        keys.push_back({CanonicalKey(HKEY_LOCAL_MACHINE, subkey),
+                        {ToUtf8(service.name), std::string("a service that must stay: ") + service.reason}});
     }
 }
 
@@ -215,7 +223,7 @@ const ForbiddenPlace* CGuardRails::OfKey(HKEY hive, const std::wstring& subkey) 
 
 const ForbiddenPlace* CGuardRails::OfService(const std::wstring& name) const
 {
-    return OfKey(HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Services\\" + name);
+    return OfKey(HKEY_LOCAL_MACHINE, keyOfServices + name);
 }
 
 } // namespace prodsweep

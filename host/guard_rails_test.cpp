@@ -50,11 +50,26 @@ TEST_F(GuardRailsTest, EachKeyOfTheTableIsForbiddenForItsReason)
     }
 }
 
-TEST(WhyCriticalTest, NamesAreComparedInAnyCaseAndAsAWhole)
+TEST_F(GuardRailsTest, CriticalServicesAreForbiddenByNameAndByKey)
 {
-    EXPECT_STREQ("it is the desktop", WhyCritical(CriticalProcesses(), L"Explorer.EXE"));
-    EXPECT_EQ(nullptr, WhyCritical(CriticalProcesses(), L"explorer"));
-    EXPECT_NE(nullptr, WhyCritical(CriticalServices(), L"rpcss"));
+    static const CGuardRails rails(L"C:\\prodsweep test\\");
+    const std::wstring key = L"System\\ControlSet001\\Services\\";
+    for (const wchar_t* const name : {L"disk", L"RPCSS", L"\\RpcSs\\"})
+    {
+        EXPECT_NE(nullptr, rails.OfService(name)) << name;
+        EXPECT_NE(nullptr, rails.OfKey(HKEY_LOCAL_MACHINE, key + name)) << name;
+    }
+    EXPECT_EQ("a service that must stay: Windows does not start without it", rails.OfService(L"disk")->reason);
+    EXPECT_EQ(nullptr, rails.OfService(L"diskette"));
+    EXPECT_EQ(nullptr, rails.OfKey(HKEY_LOCAL_MACHINE, key + L"RpcSs\\Anvil"));
+}
+
+TEST(CriticalProcessTest, NamesAreComparedInAnyCaseAndAsAWhole)
+{
+    ASSERT_NE(nullptr, FindCriticalProcess(L"CSRSS.exe"));
+    EXPECT_EQ(CriticalName::Judgement::Refused, FindCriticalProcess(L"CSRSS.exe")->judgement);
+    EXPECT_EQ(CriticalName::Judgement::WarnedOf, FindCriticalProcess(L"Explorer.EXE")->judgement);
+    EXPECT_EQ(nullptr, FindCriticalProcess(L"explorer"));
 }
 
 } // namespace

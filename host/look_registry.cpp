@@ -1,5 +1,7 @@
 #include "look.h"
 
+#include <algorithm>
+
 #include "common/path_join.h"
 #include "common/unique_reg_key.h"
 #include "registry/reg_key_helper.h"
@@ -174,9 +176,24 @@ bool IsForbidden(PlannedItem& item, const KeyPlace& place, const LookContext& co
     if (forbidden == nullptr)
         return false;
     context.Endanger(item.name, ToUtf8(place.full), *forbidden);
+    item.state = ItemState::Present;
     item.contents.complete = false;
     item.reason = "it is not looked into: nobody should delete this";
     return true;
+}
+
+// The empty text is in every value, and a list that ends in a separator ends in one: such a search takes nearly all
+// keys below the one that it starts at, so it is judged as if it took that one. True: the item is settled.
+bool IsForbiddenForItsEmptyText(PlannedItem& item, const CachedRegKeySearch& search, const LookContext& context)
+{
+    KeyPlace start;
+    const bool hasEmptyText = std::find(search.data.begin(), search.data.end(), L"") != search.data.end();
+    if (!hasEmptyText || !Split(search.key, start))
+        return false;
+    context.Warn(item.name, search.complete
+                                ? "It also searches for the empty text, which every empty value is equal to."
+                                : "It also searches for the empty text, which is in every value.");
+    return IsForbidden(item, start, context);
 }
 
 bool IsThere(PlannedItem& item, const KeyPlace& place)
@@ -239,6 +256,30 @@ void AddFound(PlannedItem& item, const PlannedItem& found)
         AddPart(item, part);
 }
 
+// What becomes of the search, from what becomes of the keys that it finds.
+void JudgeSearch(PlannedItem& item, const std::vector<PlannedItem>& keys)
+{
+    const auto firstThat = [&](ItemState state) {
+        return std::find_if(keys.begin(), keys.end(), [&](const PlannedItem& key) { return key.state == state; });
+    };
+    const auto inUse = firstThat(ItemState::InUse);
+    const auto gone = firstThat(ItemState::GoesWith);
+    if (firstThat(ItemState::Present) != keys.end() || firstThat(ItemState::PartlyInUse) != keys.end())
+    {
+        item.state = item.contents.inUse == 0 ? ItemState::Present : ItemState::PartlyInUse;
+    }
+    else if (inUse != keys.end())
+    {
+        item.state = ItemState::InUse;
+        item.user = inUse->user;
+    }
+    else if (gone != keys.end())
+    {
+        item.state = ItemState::GoesWith;
+        item.by = gone->by;
+    }
+}
+
 } // namespace
 
 void LookAtKey(PlannedItem& item, const CachedRegItem& key, const LookContext& context)
@@ -265,17 +306,18 @@ void LookAtKeySearch(PlannedItem& item, const CachedRegKeySearch& search, const 
 {
     item.kind = ItemKind::KeySearch;
     item.detail = SearchedTexts(search);
-    item.state = ItemState::Absent;
+    if (IsForbiddenForItsEmptyText(item, search, context))
+        return;
+    std::vector<PlannedItem> all;
     for (const KeyPlace& place : FoundKeys(search))
     {
-        PlannedItem found;
+        PlannedItem& found = all.emplace_back();
         found.name = ToUtf8(place.full);
         if (!IsForbidden(found, place, context) && !IsGone(found, place, context))
             LookInto(found, place, search.x32view, context);
         AddFound(item, found);
     }
-    if (!item.parts.empty())
-        item.state = item.contents.inUse == 0 ? ItemState::Present : ItemState::PartlyInUse;
+    JudgeSearch(item, all);
 }
 
 void LookAtValue(PlannedItem& item, const CachedRegItem& value, const LookContext& context)

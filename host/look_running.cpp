@@ -11,6 +11,7 @@
 #include "forbidden_places.h"
 #include "interpreter/entry_composer.h"
 #include "interpreter/os_condition.h"
+#include "module_path.h"
 #include "running_programs.h"
 #include "text.h"
 #include "unique_handle.h"
@@ -66,12 +67,27 @@ std::string AskManager(const std::wstring& service, CSweptPlaces& swept)
 // True: nobody may touch it.
 bool IsForbidden(const PlannedItem& item, const std::wstring& service, const LookContext& context)
 {
-    if (const char* const why = WhyCritical(CriticalServices(), service))
-        context.Warn(item.name, std::string("This service is critical: ") + why + ".");
     const ForbiddenPlace* const place = context.forbidden.OfService(service);
     if (place != nullptr)
         context.Endanger(item.name, "", *place);
     return place != nullptr;
+}
+
+// The removal would end itself half way.
+bool IsThisProgram(const std::wstring& name)
+{
+    return _wcsicmp(PathFindFileNameW(ModulePath(nullptr).c_str()), name.c_str()) == 0;
+}
+
+void JudgeProcess(const PlannedItem& item, const std::wstring& name, const LookContext& context)
+{
+    const CriticalName* const critical = FindCriticalProcess(name);
+    if (IsThisProgram(name))
+        context.Endanger(item.name, "", {item.name, "this program, which would end half way"});
+    else if (critical != nullptr && critical->judgement == CriticalName::Judgement::Refused)
+        context.Endanger(item.name, "", {item.name, std::string("a process that must run on: ") + critical->reason});
+    else if (critical != nullptr)
+        context.Warn(item.name, std::string("This process is critical: ") + critical->reason + ".");
 }
 
 bool IsFile(const std::wstring& path)
@@ -131,8 +147,7 @@ void LookAtServiceToDisable(PlannedItem& item, const std::wstring& name, const L
 void LookAtProcess(PlannedItem& item, const std::wstring& name, const LookContext& context)
 {
     item.kind = ItemKind::Process;
-    if (const char* const why = WhyCritical(CriticalProcesses(), name))
-        context.Warn(item.name, std::string("This process is critical: ") + why + ".");
+    JudgeProcess(item, name, context);
     const std::vector<DWORD> processes = ProcessesNamed(name);
     for (const DWORD process : processes)
         context.swept.AddProgram(ImageOf(process));

@@ -56,14 +56,15 @@ std::string LastingState(const Json& item, const std::string& stage)
     return state == "at restart" && stage != "restart" ? "present" : state;
 }
 
+// Somebody may have put anything there.
+std::string TextOf(const Json& value) { return value.is_string() ? value.get<std::string>() : value.dump(); }
+
 std::string NameOf(const Json& item)
 {
     const Json& value = item.at("value");
-    std::string name = '"' + item.at("name").get<std::string>() + '"';
-    return value.is_null() ? name : "\"" + value.get<std::string>() + "\" of " + name;
+    std::string name = '"' + TextOf(item.at("name")) + '"';
+    return value.is_null() ? name : "\"" + TextOf(value) + "\" of " + name;
 }
-
-std::string TextOf(const Json& value) { return value.is_string() ? value.get<std::string>() : value.dump(); }
 
 // Counted things of which there are more or fewer.
 std::string CountDrift(const Json& saved, const Json& now)

@@ -110,5 +110,15 @@ TEST_F(DriftTest, ItemsThatComeAndGoAreTold)
     EXPECT_EQ("of \"Anvil\", \"C:\\Anvil\" is not dealt with any more", Drift());
 }
 
+TEST_F(DriftTest, SavedNameMayBeNoText)
+{
+    Json broken = PlanAsJson(saved);
+    Json& item = broken.at("products")[0].at("stages")[1].at("items")[0];
+    item["name"] = 5;
+    EXPECT_EQ("of \"Anvil\", \"C:\\Anvil\" stands where \"5\" was", FindDrift(broken, PlanAsJson(now)));
+    item["value"] = Json::array();
+    EXPECT_EQ("of \"Anvil\", \"C:\\Anvil\" stands where \"[]\" of \"5\" was", FindDrift(broken, PlanAsJson(now)));
+}
+
 } // namespace
 } // namespace prodsweep

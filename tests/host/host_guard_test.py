@@ -233,6 +233,25 @@ class Guarded(unittest.TestCase):
         self.install(mark, section("del_regkey", entry(name="HKLM\\Software\\Microsoft\\Windows NT", data_str="")))
         self.assertIn("Windows' own settings", [danger["reason"] for danger in self.dangers()])
 
+    def test_search_for_the_empty_text_is_refused_where_all_keys_must_not_go(self):
+        # A list that ends in a separator ends in the empty text, which is in every value.
+        mark = section("del_regkey", entry(name=self.key.path + "\\nothing"))
+        for key, reason in [("HKCU\\Software\\Classes\\CLSID", "all registered COM classes"),
+                            (f"HKLM\\{SERVICES}", "all services and drivers")]:
+            for more in [{}, {"complete_str": "yes"}]:
+                with self.subTest(key, **more):
+                    self.install(mark, section("del_regkey", entry(name=key, data_str="no such text;", **more)))
+                    self.assert_refused(self.uninstall(), reason)
+        self.install(mark, section("del_regkey", entry(name=f"HKLM\\{SERVICES}", data_str="no such text")))
+        self.assertEqual(self.dangers(), [])
+
+    def test_search_for_the_empty_text_is_warned_of_elsewhere(self):
+        mark = section("del_regkey", entry(name=self.key.path + "\\nothing"))
+        self.install(mark, section("del_regkey", entry(name=self.key.path, data_str="no such text;")))
+        report = json.loads(self.host.run("plan", "Anvil", "--json").out_text())
+        self.assertEqual((report["dangers"], len(report["warnings"])), ([], 1))
+        self.assertIn("empty text", report["warnings"][0]["text"])
+
     def test_pattern_that_takes_all_values_of_a_forbidden_key_is_refused(self):
         run_key = "HKCU\\Software\\Microsoft\\Windows\\CurrentVersion\\Run"
         self.install(section("del_regvalue", entry(key_path=run_key, name="*")))
@@ -272,12 +291,27 @@ class Guarded(unittest.TestCase):
         self.uninstall("--max-keys", "2")
         self.assertFalse(self.canary.exists())
 
-    def test_critical_processes_and_services_are_warned_of(self):
-        self.install(section("kill_process", entry(target_name="EXPLORER.exe"), entry(target_name="services.exe"),
-                             entry(target_name="anvil.exe")),
-                     section("disable_service", entry(name="RpcSs")))
-        warned = json.loads(self.host.run("plan", "Anvil", "--json").out_text())["warnings"]
-        self.assertEqual(sorted(warning["item"] for warning in warned), ["EXPLORER.exe", "RpcSs", "services.exe"])
+    def test_critical_processes_and_services_are_refused(self):
+        for op_code, names, reason in [
+                ("kill_process", {"target_name": "Services.EXE"}, "a process that must run on"),
+                ("kill_process", {"target_name": "PRODSWEEP.exe"}, "this program, which would end half way"),
+                ("disable_driver", {"name": "disk"}, "a service that must stay: Windows does not start without it"),
+                ("disableandstop_service", {"name": "\\RpcSs"}, "a service that must stay"),
+                ("del_regkey", {"name": f"HKLM\\{SERVICES}\\Tcpip"}, "a service that must stay")]:
+            with self.subTest(op_code, **names):
+                self.install(section(op_code, entry(**names)))
+                self.assert_refused(self.uninstall(), reason)
+
+    def test_program_does_not_end_itself_under_another_name(self):
+        self.host.program = self.host.add_file("other.exe", self.host.program)
+        self.install(section("kill_process", entry(target_name="Other.exe")))
+        self.assert_refused(self.uninstall(), "this program")
+
+    def test_desktop_is_warned_of(self):
+        self.install(section("kill_process", entry(target_name="EXPLORER.exe"), entry(target_name="anvil.exe")))
+        report = json.loads(self.host.run("plan", "Anvil", "--json").out_text())
+        self.assertEqual([warning["item"] for warning in report["warnings"]], ["EXPLORER.exe"])
+        self.assertEqual(report["dangers"], [])
 
 
 if __name__ == "__main__":
