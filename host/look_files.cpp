@@ -50,6 +50,8 @@ public:
     {}
 
     void Run();
+    // After Run.
+    const CSweptPlaces::Rest& Rest() const { return rest; }
 
 private:
     void OnMet();
@@ -62,6 +64,7 @@ private:
     const LookContext& context;
     CTreeWalk walk;
     CDigest digest;
+    CSweptPlaces::Rest rest;
     std::uint64_t things = 0;
     std::uint64_t tries = 0;
     bool passBy = false; // the folder that was just met
@@ -96,6 +99,7 @@ bool CFolderLook::OnFolder()
     {
         ++item.contents.inUse;
         AddPart(item, {PlannedPart::Kind::Folder, ToUtf8(walk.Path()), ItemState::InUse, user, {}});
+        rest.whole.emplace_back(walk.Path());
         digest.Add(std::wstring_view(L"in use"));
     }
     else
@@ -115,6 +119,7 @@ bool CFolderLook::OnFile()
     {
         ++item.contents.inUse;
         AddPart(item, {PlannedPart::Kind::File, ToUtf8(path), ItemState::InUse, user, {}});
+        rest.whole.push_back(path);
         digest.Add(std::wstring_view(L"in use"));
         return true;
     }
@@ -131,9 +136,11 @@ bool CFolderLook::OnFile()
 
 void CFolderLook::OnLeft(bool stays)
 {
-    if (!stays)
+    if (stays)
+        rest.around.emplace_back(walk.Path());
+    else
         ++item.contents.folders;
-    else if (walk.Depth() == 0)
+    if (stays && walk.Depth() == 0)
         item.state = ItemState::PartlyInUse;
 }
 
@@ -165,8 +172,12 @@ void CFolderLook::Run()
             OnLeft(stays);
             break;
         case WalkStep::NotFolder: // too deep for a path: so ends what leads in a circle
-        case WalkStep::Gone:
         case WalkStep::Unlisted:
+            // The folder around it can't go, and is left to the restart.
+            item.restart = item.restart || walk.Depth() != 0;
+            item.contents.complete = false;
+            continue;
+        case WalkStep::Gone:
             item.contents.complete = false;
             continue;
         default:
@@ -203,6 +214,19 @@ bool IsLeftToLookAt(PlannedItem& item, const std::wstring& path, DWORD attribute
     return item.state == ItemState::Present;
 }
 
+// Only what Windows calls missing counts as that in a deletion. All else is put off to the restart, such as a name that
+// no file can have.
+void JudgeAbsence(PlannedItem& item, const std::wstring& path, DWORD error, const LookContext& context)
+{
+    if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND || !context.swept.TakesPath(path).empty())
+        return;
+    item.state = ItemState::Fails;
+    item.restart = true;
+    item.reason = error == ERROR_INVALID_NAME ? "no file can have such a name, and a wildcard means nothing here"
+                                              : "it cannot be reached (Windows error " + std::to_string(error) + ')';
+    context.Warn(item.name, "It cannot be deleted: " + item.reason + ". The removal asks for a restart, in vain.");
+}
+
 } // namespace
 
 void AddPart(PlannedItem& item, PlannedPart part)
@@ -232,11 +256,11 @@ void LookAtFolder(PlannedItem& item, const std::wstring& path, const LookContext
         item.reason = "it is a file, and a folder is meant";
         return;
     }
-    CFolderLook(item, path, context).Run();
+    CFolderLook look(item, path, context);
+    look.Run();
     if (!item.contents.complete)
         context.Warn(item.name, "There is more in this folder than could be looked at.");
-    if (item.state == ItemState::Present)
-        context.swept.AddPath(path);
+    context.swept.AddPath(path, look.Rest());
 }
 
 void LookAtFile(PlannedItem& item, const std::wstring& path, const LookContext& context)
@@ -245,13 +269,18 @@ void LookAtFile(PlannedItem& item, const std::wstring& path, const LookContext& 
     item.user = context.users.OfFile(path);
     WIN32_FILE_ATTRIBUTE_DATA data{};
     const bool exists = GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data);
+    const DWORD error = exists ? ERROR_SUCCESS : GetLastError();
     if (!item.user.empty() && exists)
     {
         item.state = ItemState::InUse;
         return;
     }
     if (!IsLeftToLookAt(item, path, exists ? data.dwFileAttributes : INVALID_FILE_ATTRIBUTES, context))
+    {
+        if (item.state == ItemState::Absent && item.user.empty())
+            JudgeAbsence(item, path, error, context);
         return;
+    }
     item.contents.files = 1;
     item.contents.bytes = Join(data.nFileSizeHigh, data.nFileSizeLow);
     item.mark = std::to_string(item.contents.bytes) + ' ' +
@@ -278,6 +307,8 @@ void LookAtFile(PlannedItem& item, const std::wstring& path, const LookContext& 
 void LookAtMarkedFile(PlannedItem& item, const std::wstring& path, const LookContext& context)
 {
     LookAtFile(item, path, context);
+    // Once it is put down for the restart, nothing strikes it off again, not even that it is gone by then.
+    item.restart = true;
     if (item.state != ItemState::Present && item.state != ItemState::AtRestart)
         return;
     item.state = ItemState::AtRestart;

@@ -308,6 +308,7 @@ void LookAtKeySearch(PlannedItem& item, const CachedRegKeySearch& search, const 
     item.detail = SearchedTexts(search);
     if (IsForbiddenForItsEmptyText(item, search, context))
         return;
+    item.state = ItemState::Absent;
     std::vector<PlannedItem> all;
     for (const KeyPlace& place : FoundKeys(search))
     {

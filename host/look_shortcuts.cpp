@@ -9,20 +9,44 @@
 
 namespace prodsweep {
 
-void LookAtShortcuts(PlannedItem& item, const CachedShortcut& query, const LookContext& context)
+namespace {
+
+constexpr const char* failsWithoutPlace = ", which counts as a failure of the stage";
+
+// False: it is settled what becomes of the query.
+bool HasFolder(PlannedItem& item, const CachedShortcut& query, const LookContext& context)
 {
-    item.kind = ItemKind::Shortcuts;
-    item.detail = ToUtf8((query.targetIsPath ? L"that lead to " : L"that lead to any ") + query.target);
-    item.state = ItemState::Absent;
     // What is no folder is taken for one file, which is deleted whatever it leads to.
     if (!PathIsDirectoryW(query.shortcut.c_str()))
     {
         LookAtFile(item, query.shortcut, context);
         item.kind = ItemKind::Shortcuts;
         if (item.state == ItemState::Absent)
-            item.reason = "its place is not there, which counts as a failure of the stage";
-        return;
+            item.reason = std::string("its place is not there") + failsWithoutPlace;
     }
+    else if (const std::wstring by = context.swept.TakesPath(query.shortcut); !by.empty())
+    {
+        item.state = ItemState::GoesWith;
+        item.by = ToUtf8(by);
+    }
+    else
+    {
+        return true;
+    }
+    if (item.state == ItemState::GoesWith)
+        item.reason = std::string("its place is gone by then") + failsWithoutPlace;
+    return false;
+}
+
+} // namespace
+
+void LookAtShortcuts(PlannedItem& item, const CachedShortcut& query, const LookContext& context)
+{
+    item.kind = ItemKind::Shortcuts;
+    item.detail = ToUtf8((query.targetIsPath ? L"that lead to " : L"that lead to any ") + query.target);
+    if (!HasFolder(item, query, context))
+        return;
+    item.state = ItemState::Absent;
     WideStringList links;
     static_cast<void>(
         COperations().ExpandShortcut(query.shortcut.c_str(), query.target.c_str(), query.targetIsPath, links));
@@ -31,6 +55,8 @@ void LookAtShortcuts(PlannedItem& item, const CachedShortcut& query, const LookC
         PlannedItem found;
         found.name = ToUtf8(link);
         LookAtFile(found, link, context);
+        if (item.by.empty())
+            item.by = found.by;
         AddPart(item, {PlannedPart::Kind::Shortcut, found.name, found.state, found.user, {}});
         item.mark += found.name + '\n' + found.mark + '\n';
         item.contents.inUse += found.state == ItemState::InUse ? 1 : 0;
@@ -44,8 +70,12 @@ void LookAtShortcuts(PlannedItem& item, const CachedShortcut& query, const LookC
         item.state = ItemState::InUse;
     else if (links.empty())
         item.reason = "no shortcut there matches";
+    else
+        item.state = ItemState::GoesWith;
     if (item.state == ItemState::InUse)
         item.user = item.parts.front().user;
+    if (item.state != ItemState::GoesWith)
+        item.by.clear();
 }
 
 } // namespace prodsweep

@@ -76,10 +76,11 @@ struct PlannedItem
     std::string valueName; // of values
     std::string detail;    // what else the operation was told: "waits", the searched texts, a shortcut's target
     ItemState state = ItemState::Present;
-    std::string user;    // InUse: the product
-    std::string by;      // GoesWith, Pruned: name of the other item
-    std::string reason;  // a clause without full stop; empty when the state says it all
-    std::string leadsTo; // where a path really leads, by links or otherwise; empty when that is as it is spelt
+    std::string user;     // InUse: the product
+    std::string by;       // GoesWith, Pruned: name of the other item
+    std::string reason;   // a clause without full stop; empty when the state says it all
+    std::string leadsTo;  // where a path really leads, by links or otherwise; empty when that is as it is spelt
+    bool restart = false; // the removal asks for a restart for it, whether it can be deleted then or not
     PlannedContents contents;
     std::vector<PlannedPart> parts;
     std::uint64_t partsLeftOut = 0; // noteworthy, and not listed for their number

@@ -233,7 +233,7 @@ void CPlanner::AddTotals(PlannedProduct& product)
             total.inUse += part.inUse + (item.state == ItemState::InUse && part.inUse == 0 ? 1 : 0);
             total.atRestart += part.atRestart;
             total.complete = total.complete && part.complete;
-            if (part.atRestart != 0)
+            if (part.atRestart != 0 || item.restart)
                 product.restart = true;
         }
     }

@@ -276,6 +276,86 @@ class Items(Planned):
         self.assertFalse(plan["restart"])
 
 
+class Truth(Planned):
+    """The plan is made, then carried out: each says the same."""
+    planned = ["Anvil"]
+
+    def carry_out(self):
+        ended = self.host.run("uninstall", "Anvil", "--yes", "--json")
+        return json.loads(ended.out_text())
+
+    def test_name_that_no_file_can_have_fails_and_asks_for_a_restart(self):
+        log = self.host.write("app/a.log", "x")
+        self.anvil(section("del_file", entry(name=self.path("app/*.log"))))
+        plan = self.plan()
+        self.assertEqual(self.states("files", plan=plan), [(self.path("app/*.log"), "fails")])
+        self.assertIn("wildcard", plan["warnings"][0]["text"])
+        self.assertEqual((plan["restart"], self.carry_out()["restart"], log.exists()), (True, True, True))
+
+    def test_marked_file_asks_for_a_restart_though_its_folder_takes_it_along(self):
+        run("reg", "add", self.key.path, "/v", "Folder", "/d", self.path("app"), "/f")
+        self.host.write("app/a.txt", "x")
+        self.anvil(section("del_folder", entry(path="app_path")),
+                   section("del_file", entry(path="app_path", name="#####a.txt")))
+        own = self.host.folder / "intern" / "Anvil.xml"
+        own.write_text(own.read_text().replace("<install_folder name='none'/>",
+                                               f"<app_path key='{self.key.path}' name='Folder'/>"))
+        plan = self.plan()
+        self.assertEqual(self.states("restart", plan=plan), [(self.path("app/a.txt"), "goes with")])
+        self.assertEqual((plan["restart"], self.carry_out()["restart"]), (True, True))
+
+    def test_folder_with_a_circle_asks_for_a_restart(self):
+        self.host.write("app/a.txt", "x")
+        (self.host.folder / "app" / "circle").symlink_to(self.host.folder / "app")
+        self.anvil(section("del_folder", entry(name=self.path("app"))))
+        self.assertEqual((self.plan()["restart"], self.carry_out()["restart"]), (True, True))
+
+    def test_file_that_goes_with_a_folder_of_which_something_stays_is_counted_once(self):
+        files = [self.host.write(f"app/{name}", "x") for name in ["a.txt", "deep/b.txt", "deep/kept.txt"]]
+        self.install("Anvil", section("del_folder", entry(name=self.path("app"))),
+                     section("del_file", *(entry(name=self.path(f"app/{name}")) for name in
+                                           ["a.txt", "deep/b.txt", "deep/kept.txt"])))
+        self.install("Bellows", section("del_file", entry(name=self.path("app/deep/kept.txt"))))
+        self.catalogue("Anvil", "Bellows")
+        plan = self.plan()
+        self.assertEqual([state for _, state in self.states("files", plan=plan)], ["goes with", "goes with", "in use"])
+        self.carry_out()
+        self.assertEqual([file.exists() for file in files], [False, False, True])
+        self.assertEqual(plan["total"]["files"], 2)
+
+    def test_shortcut_that_is_named_itself_goes(self):
+        link = self.host.write("menu/Anvil.lnk", "x")
+        self.anvil(section("del_shortcut", entry(path=self.path("menu/Anvil.lnk"), target_name="anvil.exe")))
+        self.assertEqual(self.states("shortcuts"), [(self.path("menu/Anvil.lnk"), "present")])
+        self.carry_out()
+        self.assertFalse(link.exists())
+
+    def test_shortcuts_whose_place_goes_first_are_a_failure(self):
+        self.host.write("app/menu/a.txt", "x")
+        self.anvil(section("del_folder", entry(name=self.path("app"))),
+                   section("del_shortcut", entry(path=self.path("app/menu"), target_name="anvil.exe"),
+                           entry(path=self.path("app/menu/a.txt"), target_name="anvil.exe")))
+        for item in self.items("shortcuts"):
+            self.assertEqual((item["state"], item["by"]), ("goes with", self.path("app")))
+            self.assertIn("failure of the stage", item["reason"])
+        events = {event["stage"]: event["done"] for event in self.carry_out()["products"][0]["events"]}
+        self.assertEqual(events["shortcuts"], False)
+
+    def test_key_search_is_what_the_keys_are_that_it_finds(self):
+        for name in ["used", "own"]:
+            run("reg", "add", f"{self.key.path}\\{name}", "/v", "is", "/d", name, "/f")
+        self.install("Anvil", section("del_regkey", *(entry(name=f"{self.key.path}\\{name}", data_str=text) for name, text
+                                                      in [("own", "own"), ("own", "ow"), ("own", "no"), ("used", "used")])))
+        self.install("Bellows", section("del_regkey", entry(name=f"{self.key.path}\\used")))
+        self.catalogue("Anvil", "Bellows")
+        searches = {item["detail"]: item for item in self.items("registry keys") if item["kind"] == "key search"}
+        self.assertEqual({detail: item["state"] for detail, item in searches.items()},
+                         {'values that hold "no"': "absent", 'values that hold "ow"': "goes with",
+                          'values that hold "own"': "present", 'values that hold "used"': "in use"})
+        self.carry_out()
+        self.assertEqual([run("reg", "query", f"{self.key.path}\\{name}").code for name in ["own", "used"]], [1, 0])
+
+
 class Selection(Planned):
     def test_products_that_stay_are_asked(self):
         self.anvil()
