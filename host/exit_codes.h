@@ -6,7 +6,7 @@
 namespace prodsweep {
 
 constexpr int exitDone = ERROR_SUCCESS;
-constexpr int exitQueued = 1; // no error: the answer of "pending --check"
+constexpr int exitQueued = 1;        // no error: the answer of "pending --check"
 constexpr int exitCheckWarnings = 1; // nor is this: check --strict
 constexpr int exitNoLibrary = ERROR_FILE_NOT_FOUND;
 constexpr int exitNotChecked = ERROR_FILE_NOT_FOUND;
