@@ -31,6 +31,8 @@ class ReproducibleTest(unittest.TestCase):
             # Not only another name: another depth, and a blank in it.
             root = pathlib.Path(folder) / "a folder" / "further down"
             shutil.copytree(ROOT, root, ignore=lambda at, names: {"build", ".git"} if pathlib.Path(at) == ROOT else set())
+            # What ./dev setup has fetched.
+            shutil.copytree(ROOT / "build" / "third_party", root / "build" / "third_party")
             self.build(root)
             for name in FILES:
                 first, second = here[name], (root / "build" / PRESET / name).read_bytes()
