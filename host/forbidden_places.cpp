@@ -16,6 +16,31 @@ constexpr ForbiddenFolder folders[] = {
     {CSIDL_WINDOWS, L"System32\\config", "the folder of the registry's files"},
     {CSIDL_WINDOWS, L"SysWOW64", "the system folder for 32-bit programs"},
     {CSIDL_WINDOWS, L"SysNative", "the system folder of Windows"},
+    {CSIDL_WINDOWS, L"System32\\drivers\\etc\\hosts", "the names of the network"},
+    {CSIDL_WINDOWS, L"System32\\DriverStore", "the store of the drivers"},
+    {CSIDL_WINDOWS, L"System32\\CatRoot", "the signatures of Windows"},
+    {CSIDL_WINDOWS, L"System32\\CatRoot2", "the signatures of Windows"},
+    {CSIDL_WINDOWS, L"System32\\Tasks", "the tasks of all programs"},
+    {CSIDL_WINDOWS, L"System32\\wbem", "what the machine is managed through"},
+    {CSIDL_WINDOWS, L"System32\\spool", "the printers of the machine"},
+    {CSIDL_WINDOWS, L"System32\\winevt", "the event logs"},
+    {CSIDL_WINDOWS, L"assembly", "the assemblies that programs share"},
+    {CSIDL_WINDOWS, L"Boot", "what Windows starts from"},
+    {CSIDL_WINDOWS, L"Microsoft.NET", "the assemblies that programs share"},
+    {CSIDL_WINDOWS, L"Resources", "the themes of the desktop"},
+    {CSIDL_WINDOWS, L"servicing", "the packages of Windows"},
+    {CSIDL_WINDOWS, L"SoftwareDistribution", "the updates of Windows"},
+    {CSIDL_WINDOWS, L"System", "the old system folder of Windows"},
+    {CSIDL_WINDOWS, L"Temp", "the folder of temporary files"},
+    {CSIDL_WINDOWS, L"explorer.exe", "the desktop"},
+    {CSIDL_WINDOWS, L"regedit.exe", "the editor of the registry"},
+    {noShellFolder, L"%SystemDrive%\\Boot", "what Windows starts from"},
+    {noShellFolder, L"%SystemDrive%\\bootmgr", "what Windows starts from"},
+    {noShellFolder, L"%SystemDrive%\\EFI", "what Windows starts from"},
+    {noShellFolder, L"%SystemDrive%\\Recovery", "what Windows is repaired with"},
+    {noShellFolder, L"%SystemDrive%\\System Volume Information", "the drive's own data"},
+    {noShellFolder, L"%SystemDrive%\\$Recycle.Bin", "the recycle bin"},
+    {noShellFolder, L"%SystemDrive%\\pagefile.sys", "the memory's file"},
     {CSIDL_WINDOWS, L"WinSxS", "the folder of the system's components"},
     {CSIDL_WINDOWS, L"Installer", "the folder of the packages that were installed"},
     {CSIDL_WINDOWS, L"Fonts", "the folder of the fonts"},
@@ -58,6 +83,18 @@ constexpr ForbiddenFolder folders[] = {
     {CSIDL_TEMPLATES, L"", "the user's templates"},
     {CSIDL_FONTS, L"", "the folder of the fonts"},
     {noShellFolder, L"%TEMP%", "the folder of temporary files"},
+};
+
+// Without them Windows, or nearly each program, does not start.
+constexpr const wchar_t* systemFiles[] = {
+    L"advapi32.dll", L"cmd.exe",          L"combase.dll",  L"comctl32.dll", L"comdlg32.dll", L"crypt32.dll",
+    L"csrss.exe",    L"gdi32.dll",        L"hal.dll",      L"imm32.dll",    L"kernel32.dll", L"kernelbase.dll",
+    L"lsass.exe",    L"msi.dll",          L"msiexec.exe",  L"msvcp140.dll", L"msvcp60.dll",  L"msvcrt.dll",
+    L"mscoree.dll",  L"ntdll.dll",        L"ntoskrnl.exe", L"ole32.dll",    L"oleaut32.dll", L"reg.exe",
+    L"regsvr32.exe", L"rpcrt4.dll",       L"rundll32.exe", L"sechost.dll",  L"services.exe", L"setupapi.dll",
+    L"shell32.dll",  L"shlwapi.dll",      L"smss.exe",     L"svchost.exe",  L"ucrtbase.dll", L"user32.dll",
+    L"userinit.exe", L"vcruntime140.dll", L"version.dll",  L"wininet.dll",  L"wininit.exe",  L"winload.efi",
+    L"winload.exe",  L"winlogon.exe",     L"ws2_32.dll",
 };
 
 constexpr ForbiddenProfileFolder profileFolders[] = {
@@ -109,6 +146,9 @@ const ForbiddenKey keys[] = {
     {HKEY_LOCAL_MACHINE, L"Software\\Microsoft\\Windows\\CurrentVersion\\SharedDLLs", "the counts of all shared files"},
     {HKEY_LOCAL_MACHINE, L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer", "the desktop's settings"},
     {HKEY_LOCAL_MACHINE, L"Software\\Microsoft\\Windows\\CurrentVersion\\Policies", "the machine's policies"},
+    {HKEY_LOCAL_MACHINE, L"Software\\Microsoft\\Cryptography", "the keys and certificates of the machine"},
+    {HKEY_LOCAL_MACHINE, L"Software\\Microsoft\\Ole", "how COM programs are started"},
+    {HKEY_LOCAL_MACHINE, L"Software\\Microsoft\\.NETFramework", "what programs of .NET stand on"},
     {HKEY_LOCAL_MACHINE, L"Software\\Microsoft\\Windows NT", "Windows' own settings"},
     {HKEY_LOCAL_MACHINE, L"Software\\Microsoft\\Windows NT\\CurrentVersion", "Windows' own settings"},
     {HKEY_LOCAL_MACHINE, L"Software\\Microsoft\\Windows NT\\CurrentVersion\\ProfileList", "the list of all users"},
@@ -137,6 +177,10 @@ const ForbiddenKey keys[] = {
     {HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Control", "the system's settings"},
     {HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Control\\Class", "the classes of devices"},
     {HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Control\\Session Manager", "the system's start"},
+    {HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Control\\Session Manager\\Environment",
+     "the environment of all programs"},
+    {HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Control\\Lsa", "the logon's settings"},
+    {HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Control\\SafeBoot", "the system's start"},
     {HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Hardware Profiles\\Current", "the hardware profile"},
     {HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Enum", "the devices of the machine"},
     {HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Services", "all services and drivers"},
@@ -160,9 +204,30 @@ const ForbiddenKey keys[] = {
     {HKEY_CURRENT_USER, L"Environment", "the user's environment variables"},
 };
 
+// The default value has no name.
+constexpr const wchar_t* winlogon = L"Software\\Microsoft\\Windows NT\\CurrentVersion\\Winlogon";
+constexpr const wchar_t* sessionManager = L"SYSTEM\\CurrentControlSet\\Control\\Session Manager";
+constexpr const wchar_t* environment = L"SYSTEM\\CurrentControlSet\\Control\\Session Manager\\Environment";
+
+const ForbiddenValue values[] = {
+    {HKEY_LOCAL_MACHINE, winlogon, L"Shell", "what the logon starts"},
+    {HKEY_LOCAL_MACHINE, winlogon, L"Userinit", "what the logon starts"},
+    {HKEY_LOCAL_MACHINE, sessionManager, L"BootExecute", "what Windows starts with"},
+    {HKEY_LOCAL_MACHINE, environment, L"ComSpec", "an environment variable of Windows"},
+    {HKEY_LOCAL_MACHINE, environment, L"Path", "the search path of all programs, not of one"},
+    {HKEY_LOCAL_MACHINE, environment, L"PATHEXT", "an environment variable of Windows"},
+    {HKEY_LOCAL_MACHINE, environment, L"TEMP", "an environment variable of Windows"},
+    {HKEY_LOCAL_MACHINE, environment, L"windir", "an environment variable of Windows"},
+    {HKEY_CURRENT_USER, L"Environment", L"Path", "the user's search path of all programs, not of one"},
+    {HKEY_LOCAL_MACHINE, L"Software\\Classes\\.exe", L"", "how programs are started"},
+    {HKEY_LOCAL_MACHINE, L"Software\\Classes\\exefile\\shell\\open\\command", L"", "how programs are started"},
+};
+
 constexpr ForbiddenFile filesOfLibrary[] = {
     {L"", "the folder of prodsweep itself"},
     {L"prodsweep.dll", "the library itself"},
+    {L"prodsweep.exe", "the program itself"},
+    {L"log.dll", "the logger of the library"},
     {L"products.xml", "the catalogue of prodsweep itself"},
     {L"detection.xml", "the catalogue of prodsweep itself"},
     {L"intern", "the descriptors of prodsweep itself"},
@@ -244,6 +309,10 @@ std::span<const ForbiddenFolder> ForbiddenFolders() { return folders; }
 std::span<const ForbiddenProfileFolder> ForbiddenProfileFolders() { return profileFolders; }
 
 std::span<const ForbiddenKey> ForbiddenKeys() { return keys; }
+
+std::span<const ForbiddenValue> ForbiddenValues() { return values; }
+
+std::span<const wchar_t* const> ForbiddenSystemFiles() { return systemFiles; }
 
 std::span<const ForbiddenFile> ForbiddenFilesOfLibrary() { return filesOfLibrary; }
 

@@ -36,6 +36,19 @@ struct ForbiddenKey
 };
 std::span<const ForbiddenKey> ForbiddenKeys();
 
+// A value, named as keys are.
+struct ForbiddenValue
+{
+    HKEY hive;
+    const wchar_t* subkey;
+    const wchar_t* name;
+    const char* reason;
+};
+std::span<const ForbiddenValue> ForbiddenValues();
+
+// In the system folder, and in the one for 32-bit programs.
+std::span<const wchar_t* const> ForbiddenSystemFiles();
+
 // Beside the library: its own files and folders.
 struct ForbiddenFile
 {

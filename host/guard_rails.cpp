@@ -12,6 +12,7 @@
 #include "key_name.h"
 #include "real_path.h"
 #include "registry/split_key_path.h"
+#include "registry/value_pattern.h"
 #include "text.h"
 #include "unique_handle.h"
 
@@ -64,10 +65,12 @@ bool IsAtOrAbove(const std::wstring& item, const std::wstring& place)
 CGuardRails::CGuardRails(const std::wstring& libraryFolder)
 {
     AddShellFolders();
+    AddSystemFiles();
     AddProfiles();
     for (const ForbiddenFile& file : ForbiddenFilesOfLibrary())
         AddPath(Joined(libraryFolder, file.name), file.reason);
     AddKeys();
+    AddValues();
 }
 
 void CGuardRails::AddShellFolders()
@@ -78,6 +81,16 @@ void CGuardRails::AddShellFolders()
             AddPath(Expanded(folder.below), folder.reason);
         else if (const std::wstring path = ShellFolder(folder.shellFolder); !path.empty())
             AddPath(Joined(path, folder.below), folder.reason);
+    }
+}
+
+void CGuardRails::AddSystemFiles()
+{
+    for (const int number : {CSIDL_SYSTEM, CSIDL_SYSTEMX86})
+    {
+        const std::wstring folder = ShellFolder(number);
+        for (const wchar_t* const file : ForbiddenSystemFiles())
+            AddPath(folder.empty() ? folder : Joined(folder, file), "a file that Windows and most programs stand on");
     }
 }
 
@@ -125,6 +138,17 @@ void CGuardRails::AddKeys()
     }
 }
 
+void CGuardRails::AddValues()
+{
+    for (const ForbiddenValue& value : ForbiddenValues())
+    {
+        std::wstring name = HiveName(value.hive);
+        PathJoin(name, value.subkey);
+        PathJoin(name, *value.name == L'\0' ? L"(default)" : value.name);
+        values.push_back({CanonicalKey(value.hive, value.subkey), value.name, {ToUtf8(name), value.reason}});
+    }
+}
+
 bool CGuardRails::FindIdentity(const std::wstring& path, Identity& identity)
 {
     const UniqueHandle file = OwnHandle(CreateFileW(path.c_str(), FILE_READ_ATTRIBUTES,
@@ -157,9 +181,11 @@ void CGuardRails::AddSpelling(const std::wstring& path, const ForbiddenPlace& pl
     added.place = place;
     for (std::wstring folder = path; !folder.empty();)
     {
-        Identity identity;
-        if (FindIdentity(folder, identity))
-            added.identities.insert(identity);
+        const auto [known, isNew] = asked.try_emplace(ToLower(folder));
+        if (Identity identity; isNew && FindIdentity(folder, identity))
+            known->second = identity;
+        if (known->second)
+            added.identities.insert(*known->second);
         const std::wstring above = FolderAbove(folder);
         folder = above == folder || above.size() >= folder.size() ? L"" : above;
     }
@@ -219,6 +245,17 @@ const ForbiddenPlace* CGuardRails::OfKey(HKEY hive, const std::wstring& subkey) 
             return &found->place;
     }
     return nullptr;
+}
+
+const ForbiddenPlace* CGuardRails::OfValue(HKEY hive, const std::wstring& subkey, const std::wstring& pattern) const
+{
+    const CValuePattern matching(pattern);
+    const auto names = {CanonicalKey(hive, subkey), CanonicalOpenedKey(hive, subkey)};
+    const auto found = std::find_if(values.begin(), values.end(), [&](const Value& value) {
+        return std::find(names.begin(), names.end(), value.canonicalKey) != names.end() &&
+               (matching.IsPlain() ? ToLower(pattern) == ToLower(value.name) : matching.Matches(value.name));
+    });
+    return found == values.end() ? nullptr : &found->place;
 }
 
 const ForbiddenPlace* CGuardRails::OfService(const std::wstring& name) const

@@ -1,6 +1,8 @@
 // Judges whether an item is a forbidden place, or lies above one.
 #pragma once
 
+#include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <utility>
@@ -29,6 +31,9 @@ public:
     // Judges by all names that lead to the key.
     const ForbiddenPlace* OfKey(HKEY hive, const std::wstring& subkey) const;
 
+    // The pattern may be a plain name.
+    const ForbiddenPlace* OfValue(HKEY hive, const std::wstring& subkey, const std::wstring& pattern) const;
+
     // A service is named by what follows the key of all services.
     const ForbiddenPlace* OfService(const std::wstring& name) const;
 
@@ -46,17 +51,28 @@ private:
         ForbiddenPlace place;
     };
 
+    struct Value
+    {
+        std::wstring canonicalKey;
+        std::wstring name;
+        ForbiddenPlace place;
+    };
+
     static bool FindIdentity(const std::wstring& path, Identity& identity);
     void AddPath(const std::wstring& path, const char* reason);
     void AddSpelling(const std::wstring& path, const ForbiddenPlace& place);
     void AddShellFolders();
     void AddProfiles();
     void AddProfile(const std::wstring& root);
+    void AddSystemFiles();
     void AddKeys();
+    void AddValues();
     const ForbiddenPlace* OfText(const std::wstring& path) const;
 
+    std::map<std::wstring, std::optional<Identity>> asked; // folders above the places, in lower case
     std::vector<Path> paths;
     std::vector<Key> keys;
+    std::vector<Value> values;
     ForbiddenPlace driveRoot{"a drive", "the root of a drive"};
 };
 

@@ -50,6 +50,43 @@ TEST_F(GuardRailsTest, EachKeyOfTheTableIsForbiddenForItsReason)
     }
 }
 
+TEST_F(GuardRailsTest, FilesOfWindowsAndOfTheLibraryAreForbiddenAndTheirNeighboursAreNot)
+{
+    EXPECT_EQ("a file that Windows and most programs stand on", ReasonOf(L"C:\\windows\\System32\\KERNEL32.dll"));
+    EXPECT_EQ("a file that Windows and most programs stand on", ReasonOf(L"C:\\windows\\syswow64\\ntdll.dll"));
+    EXPECT_EQ("the desktop", ReasonOf(L"C:\\windows\\explorer.exe"));
+    EXPECT_EQ("the names of the network", ReasonOf(L"C:\\windows\\system32\\drivers\\etc"));
+    EXPECT_EQ("what Windows starts from", ReasonOf(L"C:\\bootmgr"));
+    EXPECT_EQ("the logger of the library", ReasonOf(L"C:\\prodsweep test\\log.dll"));
+    for (const wchar_t* const path : {L"C:\\windows\\system32\\anvil.dll", L"C:\\windows\\system32\\drivers\\anvil.sys",
+                                      L"C:\\windows\\anvil.ini", L"C:\\prodsweep test\\anvil.log"})
+        EXPECT_EQ("", ReasonOf(path)) << path;
+}
+
+struct ValueRow
+{
+    HKEY hive;
+    const wchar_t* key;
+    const wchar_t* pattern;
+    bool forbidden;
+};
+
+TEST_F(GuardRailsTest, ValuesThatEverybodyNeedsAreForbiddenInEachSpelling)
+{
+    static const CGuardRails rails(L"C:\\prodsweep test\\");
+    constexpr const wchar_t* environment = L"system\\ControlSet001\\Control\\Session Manager\\Environment\\";
+    for (const ValueRow& row : {ValueRow{HKEY_LOCAL_MACHINE, environment, L"PATH", true},
+                                {HKEY_LOCAL_MACHINE, environment, L"P*", true},
+                                {HKEY_LOCAL_MACHINE, environment, L"ANVIL_PATH", false},
+                                {HKEY_LOCAL_MACHINE, environment, L"ANVIL*", false},
+                                {HKEY_CURRENT_USER, L"Environment", L"Path", true},
+                                {HKEY_CURRENT_USER, L"Environment\\Anvil", L"Path", false},
+                                {HKEY_USERS, L".DEFAULT\\Environment", L"Path", true},
+                                {HKEY_CLASSES_ROOT, L".exe", L"", true},
+                                {HKEY_CLASSES_ROOT, L".anvil", L"", false}})
+        EXPECT_EQ(row.forbidden, rails.OfValue(row.hive, row.key, row.pattern) != nullptr) << row.key << row.pattern;
+}
+
 TEST_F(GuardRailsTest, CriticalServicesAreForbiddenByNameAndByKey)
 {
     static const CGuardRails rails(L"C:\\prodsweep test\\");

@@ -340,6 +340,8 @@ void LookAtValue(PlannedItem& item, const CachedRegItem& value, const LookContex
     // A pattern that even the empty name matches takes all values of the key.
     if (!pattern.IsPlain() && pattern.Matches(L"") && IsForbidden(item, place, context))
         return;
+    if (const ForbiddenPlace* const forbidden = context.forbidden.OfValue(place.hive, place.subkey, value.valueName))
+        context.Endanger(item.name, "", *forbidden);
     if (IsGone(item, place, context))
         return;
     WideStringList names;
