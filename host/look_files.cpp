@@ -6,6 +6,7 @@
 
 #include "open_file.h"
 #include "operations/tree_walk.h"
+#include "pending_path.h"
 #include "real_path.h"
 #include "text.h"
 
@@ -55,6 +56,9 @@ public:
 
 private:
     void OnMet();
+    void OnLink();
+    bool LeadsRound(const std::wstring& real, const std::wstring& folder) const;
+    void OnCircle(const std::string& path, const std::string& real);
     // True: it stays.
     bool OnFolder();
     bool OnFile();
@@ -65,6 +69,13 @@ private:
     CTreeWalk walk;
     CDigest digest;
     CSweptPlaces::Rest rest;
+    struct Passed
+    {
+        std::size_t depth;  // of the link
+        std::wstring place; // where the folder really lies that the link is in
+    };
+    std::vector<Passed> passed; // the links on the way to what is looked at
+    std::uint64_t circles = 0;
     std::uint64_t things = 0;
     std::uint64_t tries = 0;
     bool passBy = false; // the folder that was just met
@@ -78,18 +89,55 @@ void CFolderLook::OnMet()
     AddEntry(digest, walk.Path(), walk.Entry());
     if ((walk.Entry().dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0)
         return;
-    // The deletion walks through links to folders, so what lies behind one goes too.
-    const std::wstring real = RealPath(walk.Path());
-    const std::string path = ToUtf8(walk.Path());
+    OnLink();
+}
+
+// The deletion walks through links to folders, so what lies behind one goes too.
+void CFolderLook::OnLink()
+{
+    const std::wstring link = walk.Path();
+    const std::wstring real = RealPath(link);
+    const std::wstring folder = RealPath(link.substr(0, link.find_last_of(L'\\')));
+    const std::string path = ToUtf8(link);
     digest.Add(real);
     ++item.contents.links;
     AddPart(item, {PlannedPart::Kind::Link, path, ItemState::Present, {}, ToUtf8(real)});
-    const ForbiddenPlace* const place = context.forbidden.OfPath(walk.Path());
-    if (place == nullptr)
-        return;
-    context.Endanger(path, ToUtf8(real), *place);
-    item.contents.complete = false;
+    if (const ForbiddenPlace* const place = context.forbidden.OfPath(link))
+    {
+        context.Endanger(path, ToUtf8(real), *place);
+        item.contents.complete = false;
+        passBy = true;
+    }
+    else if (LeadsRound(real, folder))
+    {
+        OnCircle(path, ToUtf8(real));
+    }
+    else
+    {
+        passed.push_back({walk.Depth(), folder});
+    }
+}
+
+// Whether the way from the root to a link in this folder comes from where the link leads.
+bool CFolderLook::LeadsRound(const std::wstring& real, const std::wstring& folder) const
+{
+    const auto comesFrom = [&](const std::wstring& place) { return IsSamePath(real, place) || IsBelow(real, place); };
+    return comesFrom(folder) ||
+           std::any_of(passed.begin(), passed.end(), [&](const Passed& link) { return comesFrom(link.place); });
+}
+
+// The deletion goes round until the path is too long, and then can't delete the folders on it. With a second such link
+// it takes either on each round, which has no end.
+void CFolderLook::OnCircle(const std::string& path, const std::string& real)
+{
+    item.restart = true;
     passBy = true;
+    if (++circles > 1)
+        context.Endanger(path, real,
+                         {real, "a folder around it, as where another link leads: going round would not end"});
+    else
+        context.Warn(item.name,
+                     "The link \"" + path + "\" in it leads round in a circle, so it is left to the restart.");
 }
 
 bool CFolderLook::OnFolder()
@@ -136,6 +184,8 @@ bool CFolderLook::OnFile()
 
 void CFolderLook::OnLeft(bool stays)
 {
+    while (!passed.empty() && passed.back().depth >= walk.Depth())
+        passed.pop_back();
     if (stays)
         rest.around.emplace_back(walk.Path());
     else
@@ -171,7 +221,7 @@ void CFolderLook::Run()
             stays = staying > walk.Depth();
             OnLeft(stays);
             break;
-        case WalkStep::NotFolder: // too deep for a path: so ends what leads in a circle
+        case WalkStep::NotFolder: // too deep for a path
         case WalkStep::Unlisted:
             // The folder around it can't go, and is left to the restart.
             item.restart = item.restart || walk.Depth() != 0;

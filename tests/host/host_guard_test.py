@@ -199,7 +199,8 @@ class Guarded(unittest.TestCase):
         self.assert_refused(self.uninstall(), "is or holds", self.host.path("intern")[:-len("\\intern")])
 
     def test_files_of_the_library_are_refused(self):
-        for name in ["products.xml", "detection.xml", "prodsweep.dll"]:
+        self.host.write("log.dll", "x")
+        for name in ["products.xml", "detection.xml", "prodsweep.dll", "prodsweep.exe", "log.dll"]:
             with self.subTest(name):
                 self.install(section("del_file", entry(name=self.host.path(name))))
                 self.assert_refused(self.uninstall(), name)
@@ -226,6 +227,13 @@ class Guarded(unittest.TestCase):
         self.folders(self.host.path("app"))
         self.assert_refused(self.uninstall(), self.host.path("app\\deep\\link"), "the descriptors of prodsweep")
         self.assertTrue((self.host.folder / "app" / "deep" / "a.txt").exists())
+
+    def test_two_links_that_lead_in_a_circle_are_refused_since_going_round_would_not_end(self):
+        self.host.write("app/a.txt", "x")
+        for name in ["one", "two"]:
+            (self.host.folder / "app" / name).symlink_to(self.host.folder / "app")
+        self.folders(self.host.path("app"))
+        self.assert_refused(self.uninstall(), self.host.path("app"), "would not end")
 
     def test_search_that_finds_a_forbidden_key_is_refused(self):
         # The empty text is in every value: the first key on the way that has one is taken whole.
@@ -258,6 +266,14 @@ class Guarded(unittest.TestCase):
         self.assertEqual([danger["reason"] for danger in self.dangers()], ["the programs that start with Windows"])
         self.install(section("del_regvalue", entry(key_path=run_key, name="Anvil*")))
         self.assertEqual(self.dangers(), [])
+
+    def test_value_that_everybody_needs_is_refused(self):
+        self.install(section("del_regvalue", entry(key_path="HKCU\\Environment", name="TEMP"),
+                             entry(key_path=f"HKLM\\{CURRENT}\\..\\x", name="Path")))
+        self.assertEqual(self.dangers(), [])
+        self.install(section("del_regvalue", entry(
+            key_path="HKLM\\System\\CurrentControlSet\\Control\\Session Manager\\Environment", name="Path")))
+        self.assert_refused(self.uninstall(), "the search path of all programs, not of one")
 
     def test_ordinary_places_below_forbidden_ones_are_not_refused(self):
         self.install(section("del_folder", entry(name="C:\\Program Files\\Anvil"), entry(name="C:\\windowsill"),

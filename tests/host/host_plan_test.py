@@ -246,7 +246,23 @@ class Items(Planned):
         (self.host.folder / "app" / "link").symlink_to(self.host.folder / "app")
         self.forced(section("del_folder", entry(name=self.path("app"))))
         plan = self.plan()
-        self.assertFalse(self.items("folders", plan=plan)[0]["contents"]["complete"])
+        contents = self.items("folders", plan=plan)[0]["contents"]
+        self.assertEqual([contents[name] for name in ["folders", "files", "links", "complete"]], [1, 1, 1, True])
+        self.assertIn("circle", plan["warnings"][0]["text"])
+
+    def test_links_that_lead_to_each_other_end(self):
+        for name, other in [("app/a", "app/b"), ("app/b", "app/a")]:
+            self.host.write(f"{name}/own.txt", "x")
+            (self.host.folder / name / "link").symlink_to(self.host.folder / other)
+        self.forced(section("del_folder", entry(name=self.path("app/a"))))
+        self.assertEqual(self.items("folders")[0]["contents"]["files"], 2)
+
+    def test_link_to_a_folder_beside_it_is_no_circle(self):
+        self.host.write("app/deep/deeper/own.txt", "x")
+        (self.host.folder / "app" / "link").symlink_to(self.host.folder / "app" / "deep")
+        self.forced(section("del_folder", entry(name=self.path("app"))))
+        plan = self.plan()
+        self.assertEqual((plan["warnings"], self.items("folders", plan=plan)[0]["contents"]["files"]), ([], 2))
 
     def plan_while_held_runs(self, *sections):
         """The plan while "app/held.exe", in a folder that is to go, runs."""
