@@ -20,6 +20,9 @@ struct LookContext
     const CUsers& users;
     const CUsers& unasked; // installed products that stay and protect nothing
     const CGuardRails& forbidden;
+    // With their separators. The code of the library that is linked in here takes the latter for the former.
+    const std::wstring& libraryFolder;
+    const std::wstring& programFolder;
     bool triesFiles;     // for being open in a program
     CSweptPlaces& swept; // the looks add what their items take
     PlannedProduct& product;

@@ -119,6 +119,16 @@ void LookAtModule(PlannedItem& item, const std::wstring& path, const wchar_t* ex
     }
 }
 
+// A module without a folder is looked for in the library's.
+std::wstring WithLibraryFolder(std::wstring path, const AttributeMap& attributes, const LookContext& context)
+{
+    const std::wstring* const module = FindFilledAttribute(attributes, L"module");
+    if (module != nullptr && FindFilledAttribute(attributes, L"path") == nullptr && PathIsRelativeW(module->c_str()) &&
+        path.starts_with(context.programFolder))
+        path.replace(0, context.programFolder.size(), context.libraryFolder);
+    return path;
+}
+
 } // namespace
 
 void LookAtServiceToStop(PlannedItem& item, const std::wstring& name, const LookContext& context)
@@ -169,7 +179,8 @@ void LookAtDllMethod(PlannedItem& item, const CachedDllMethod& method, const Loo
 {
     item.kind = ItemKind::DllFunction;
     const ToolEntry entry = ComposeDllMethod(method.attributes, method.appPath, EmptyModule::LeftOut);
-    item.name = ToUtf8(entry.path + L' ' + entry.commandLine);
+    const std::wstring path = WithLibraryFolder(entry.path, method.attributes, context);
+    item.name = ToUtf8(path + L' ' + entry.commandLine);
     if (CompareOs(method.attributes) != OsCondition::Met)
     {
         item.state = ItemState::Fails;
@@ -183,7 +194,7 @@ void LookAtDllMethod(PlannedItem& item, const CachedDllMethod& method, const Loo
     else if (item.user = context.users.OfTool(entry.path, entry.commandLine); !item.user.empty())
         item.state = ItemState::InUse;
     else
-        LookAtModule(item, entry.path, L".dll", context);
+        LookAtModule(item, path, L".dll", context);
 }
 
 } // namespace prodsweep

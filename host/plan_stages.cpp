@@ -1,7 +1,5 @@
 #include "plan_stages.h"
 
-#include <utility>
-
 #include "removal.h"
 #include "text.h"
 
@@ -15,12 +13,7 @@ constexpr const char* restartStage = "restart";
 class CStages
 {
 public:
-    CStages(const CPlannedRemoval& recorded, const LookContext& lookContext, std::wstring folderOfLibrary,
-            std::wstring folderOfProgram)
-        : removal(recorded),
-          context(lookContext),
-          libraryFolder(std::move(folderOfLibrary)),
-          programFolder(std::move(folderOfProgram))
+    CStages(const CPlannedRemoval& recorded, const LookContext& lookContext) : removal(recorded), context(lookContext)
     {}
 
     void AddAll();
@@ -46,8 +39,6 @@ private:
 
     const CPlannedRemoval& removal;
     const LookContext& context;
-    std::wstring libraryFolder;
-    std::wstring programFolder;
 };
 
 PlannedStage& CStages::Stage(const char* name)
@@ -106,8 +97,8 @@ void CStages::AddServices()
 std::wstring CStages::WithLibraryFolder(const CachedTool& tool) const
 {
     std::wstring commandLine = tool.commandLine;
-    if (removal.IsRelative(tool) && commandLine.compare(1, programFolder.size(), programFolder) == 0)
-        commandLine.replace(1, programFolder.size(), libraryFolder);
+    if (removal.IsRelative(tool) && commandLine.compare(1, context.programFolder.size(), context.programFolder) == 0)
+        commandLine.replace(1, context.programFolder.size(), context.libraryFolder);
     return commandLine;
 }
 
@@ -211,10 +202,6 @@ void CStages::AddAll()
 
 } // namespace
 
-void PlanStages(const CPlannedRemoval& removal, const LookContext& context, const std::wstring& libraryFolder,
-                const std::wstring& programFolder)
-{
-    CStages(removal, context, libraryFolder, programFolder).AddAll();
-}
+void PlanStages(const CPlannedRemoval& removal, const LookContext& context) { CStages(removal, context).AddAll(); }
 
 } // namespace prodsweep

@@ -12,9 +12,7 @@ namespace prodsweep {
 constexpr const char* waitedFor = "waited for";
 constexpr const char* notWaitedFor = "not waited for";
 
-// Fills in the stages of context.product. libraryFolder, programFolder: with their separators; the passes that are
-// linked in here take the latter for the former.
-void PlanStages(const CPlannedRemoval& removal, const LookContext& context, const std::wstring& libraryFolder,
-                const std::wstring& programFolder);
+// Fills in the stages of context.product.
+void PlanStages(const CPlannedRemoval& removal, const LookContext& context);
 
 } // namespace prodsweep

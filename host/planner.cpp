@@ -177,11 +177,12 @@ void CPlanner::PlanProduct(int kind, const CProduct& product, PlannedProduct::Wh
     planned.asked = run.asked;
     const CUsers users(run.checkList, run.names);
     const CUsers unasked(run.unaskedList, run.unaskedNames);
-    const LookContext context{users, unasked, forbidden, openFiles == OpenFiles::Tried, swept, planned, plan};
+    const LookContext context{users, unasked, forbidden, libraryFolder, programFolder, openFiles == OpenFiles::Tried,
+                              swept, planned, plan};
     CPlannedRemoval removal(product.name, product.file, run.checkList, users);
     if (removal.Record())
     {
-        PlanStages(removal, context, libraryFolder, programFolder);
+        PlanStages(removal, context);
     }
     else
     {

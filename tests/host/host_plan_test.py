@@ -431,12 +431,15 @@ class Selection(Planned):
 
     def test_library_elsewhere_completes_paths_of_tools_by_its_own_folder(self):
         self.host.write("tools/clean.exe", "x")
-        self.anvil(section("exec_tool", entry(tool_name="tools\\clean.exe", wait="yes")))
+        self.host.write("tools/clean.dll", "x")
+        self.anvil(section("exec_tool", entry(tool_name="tools\\clean.exe", wait="yes"),
+                           entry(module="tools\\clean.dll", method_name="Clean")))
         other = Installation("plan-caller", library=None)
         self.addCleanup(other.close)
         ended = other.run("plan", "Anvil", "--json", "--library", self.host.path("prodsweep.dll"))
         plan = json.loads(ended.out_text())
-        self.assertEqual(self.items("tools", plan=plan)[0]["name"], f'"{self.path("tools/clean.exe")}" ')
+        self.assertEqual(self.states("tools", plan=plan), [(f"{self.path('tools/clean.dll')} Clean", "present"),
+                                                           (f'"{self.path("tools/clean.exe")}" ', "present")])
         self.assertEqual(self.states("tools", plan=plan), self.states("tools"))
 
     def test_text_says_it_all_in_lines(self):
