@@ -7,6 +7,17 @@
 #include <utility>
 
 namespace prodsweep {
+namespace {
+
+// What an operation gets: the section's op_code goes in first, and is never replaced.
+AttributeMap WithOpCode(const std::wstring& opCode, const EntryAttributes& read)
+{
+    AttributeMap attributes{{L"op_code", opCode}};
+    attributes.insert(read.pairs.begin(), read.pairs.end());
+    return attributes;
+}
+
+} // namespace
 
 CProductConfig::CProductConfig(std::wstring descriptor, UninstallCallback progress)
     : file(std::move(descriptor)), callback(progress)
@@ -152,9 +163,7 @@ bool CProductConfig::ProcessSection(IXMLDOMNode* section, const std::wstring& ap
         const EntryAttributes read = ReadAttributes(entry.get());
         if (!ProcessSection(read))
             return false;
-        AttributeMap attributes{{L"op_code", opCode}};
-        attributes.insert(read.pairs.begin(), read.pairs.end());
-        if (!ExecOperation(attributes, appPath))
+        if (!ExecOperation(WithOpCode(opCode, read), appPath))
         {
             // The entries behind it run all the same; the section stays failed.
             LOG(LogError, L"ExecOperation failed");

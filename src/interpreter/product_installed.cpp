@@ -137,17 +137,10 @@ bool CProductInstalled::ProcessNTVersion(IXMLDOMNode* version, const std::wstrin
             continue;
         }
         const bool passed = ProcessSection(section.get(), appPath);
-        if (allSections)
-        {
-            detected = passed;
-            if (!detected)
-                break;
-        }
-        else
-        {
-            // No early end: the sections behind are evaluated too.
-            detected = detected || passed;
-        }
+        // Where one suffices there is no early end: the sections behind it are evaluated too.
+        detected = passed || (detected && !allSections);
+        if (allSections && !passed)
+            break;
     }
     return detected;
 }

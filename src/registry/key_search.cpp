@@ -220,25 +220,18 @@ int CRegKeyHelper::ExpandKeySearch(HKEY hive, const std::wstring& subkey, const 
         return _ERROR_UNKNOWN;
     }
     CSubkeyEnumerator child(key.get(), maxima);
-    while ((status = child.Next()) != ERROR_NO_MORE_ITEMS)
+    while ((status = ExpandKeySearch(child)) == ERROR_SUCCESS)
     {
-        if (status == ERROR_MORE_DATA)
-        {
-            LOG(LogTrace, L"RegEnumKeyEx ERROR_MORE_DATA");
-            continue;
-        }
-        if (status != ERROR_SUCCESS)
-        {
-            LOG(LogError, L"RegEnumKeyEx \"%s\" failed 0x%x", subkey.c_str(), status);
-            return _ERROR_UNKNOWN;
-        }
         const std::wstring path = (subkey + L"\\").append(child.Name());
         const int result = ExpandKeySearch(hive, path, search, complete, x32view, keys, values);
         if (result != _ERROR_SUCCESS)
             LOG(LogWarning, L"ExpandKeySearch \"%s\" \\ \"%s\" failed %s", hiveName, path.c_str(),
                 ResultCodeName(result));
     }
-    return _ERROR_SUCCESS;
+    if (status == ERROR_NO_MORE_ITEMS)
+        return _ERROR_SUCCESS;
+    LOG(LogError, L"RegEnumKeyEx \"%s\" failed 0x%x", subkey.c_str(), status);
+    return _ERROR_UNKNOWN;
 }
 
 LSTATUS CRegKeyHelper::ExpandKeySearch(HKEY key, const KeyMaxima& maxima, const WideStringList& search, bool complete)
@@ -248,6 +241,14 @@ LSTATUS CRegKeyHelper::ExpandKeySearch(HKEY key, const KeyMaxima& maxima, const 
     LSTATUS status = NextHit(value, search, complete);
     for (; status == ERROR_MORE_DATA; status = NextHit(value, search, complete))
         LOG(LogTrace, L"RegEnumValue ERROR_MORE_DATA");
+    return status;
+}
+
+LSTATUS CRegKeyHelper::ExpandKeySearch(CSubkeyEnumerator& child)
+{
+    LSTATUS status = child.Next();
+    for (; status == ERROR_MORE_DATA; status = child.Next())
+        LOG(LogTrace, L"RegEnumKeyEx ERROR_MORE_DATA");
     return status;
 }
 

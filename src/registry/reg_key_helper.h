@@ -12,6 +12,7 @@
 namespace prodsweep {
 
 class CKeyInUse;
+class CSubkeyEnumerator;
 class CValuePattern;
 struct KeyMaxima;
 
@@ -95,6 +96,8 @@ private:
     static int DeleteValue(HKEY key, const CValuePattern& pattern, const CKeyInUse& needed, bool& stays);
     // Looks through the values: ERROR_SUCCESS for a hit, ERROR_NO_MORE_ITEMS for none.
     static LSTATUS ExpandKeySearch(HKEY key, const KeyMaxima& maxima, const WideStringList& search, bool complete);
+    // Goes on to the next subkey.
+    static LSTATUS ExpandKeySearch(CSubkeyEnumerator& child);
 };
 
 } // namespace prodsweep

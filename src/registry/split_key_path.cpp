@@ -56,6 +56,8 @@ CSplitKeyPath::CSplitKeyPath()
     hives.swap(newHives);
 }
 
+// It takes an object, since only that has filled the tables.
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static)
 bool CSplitKeyPath::Split(const wchar_t* path, HKEY& hive, std::wstring& subkey) const
 {
     const wchar_t* const separator = std::wcspbrk(path, L"\\/");

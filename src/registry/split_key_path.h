@@ -16,8 +16,6 @@ public:
 
     // Splits at the first "\" or "/", whichever stands earlier. Hive names are matched exactly as
     // written, in upper case. False (logged) for anything else; hive and subkey are untouched then.
-    // Takes an object, since only that has filled the tables.
-    // NOLINTNEXTLINE(readability-convert-member-functions-to-static)
     [[nodiscard]] bool Split(const wchar_t* path, HKEY& hive, std::wstring& subkey) const;
 
 protected:
