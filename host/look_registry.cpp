@@ -280,6 +280,42 @@ void JudgeSearch(PlannedItem& item, const std::vector<PlannedItem>& keys)
     }
 }
 
+// Those that are there.
+WideStringList NamesMeant(const CValuePattern& pattern, const std::wstring& text, HKEY key)
+{
+    WideStringList names;
+    if (!pattern.IsPlain())
+    {
+        static_cast<void>(CRegKeyHelper::GetValues(key, names));
+        std::erase_if(names, [&](const std::wstring& name) { return !pattern.Matches(name); });
+    }
+    else if (RegQueryValueExW(key, text.c_str(), nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS)
+    {
+        names.push_back(text);
+    }
+    return names;
+}
+
+void LookAtNames(PlannedItem& item, const WideStringList& names, const std::wstring& key, bool x32view,
+                 const LookContext& context)
+{
+    for (const std::wstring& name : names)
+    {
+        item.mark += ToUtf8(name) + '\n';
+        const std::string user = context.users.OfValue(key, name, x32view);
+        (user.empty() ? item.contents.values : item.contents.inUse) += 1;
+        if (item.user.empty())
+            item.user = user;
+        AddPart(
+            item,
+            {PlannedPart::Kind::Value, ToUtf8(name), user.empty() ? ItemState::Present : ItemState::InUse, user, {}});
+    }
+    if (item.contents.values != 0)
+        item.state = item.contents.inUse != 0 ? ItemState::PartlyInUse : ItemState::Present;
+    else if (item.contents.inUse != 0)
+        item.state = ItemState::InUse;
+}
+
 } // namespace
 
 void LookAtKey(PlannedItem& item, const CachedRegItem& key, const LookContext& context)
@@ -344,31 +380,10 @@ void LookAtValue(PlannedItem& item, const CachedRegItem& value, const LookContex
         context.Endanger(item.name, "", *forbidden);
     if (IsGone(item, place, context))
         return;
-    WideStringList names;
-    if (!pattern.IsPlain())
-        static_cast<void>(CRegKeyHelper::GetValues(key.get(), names));
-    else if (RegQueryValueExW(key.get(), value.valueName.c_str(), nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS)
-        names.push_back(value.valueName);
-    for (const std::wstring& name : names)
-    {
-        if (!pattern.IsPlain() && !pattern.Matches(name))
-            continue;
-        item.mark += ToUtf8(name) + '\n';
-        const std::string user = context.users.OfValue(place.full, name, value.x32view);
-        (user.empty() ? item.contents.values : item.contents.inUse) += 1;
-        if (item.user.empty())
-            item.user = user;
-        if (!pattern.IsPlain())
-            AddPart(item, {PlannedPart::Kind::Value,
-                           ToUtf8(name),
-                           user.empty() ? ItemState::Present : ItemState::InUse,
-                           user,
-                           {}});
-    }
-    if (item.contents.values != 0)
-        item.state = item.contents.inUse != 0 ? ItemState::PartlyInUse : ItemState::Present;
-    else if (item.contents.inUse != 0)
-        item.state = ItemState::InUse;
+    LookAtNames(item, NamesMeant(pattern, value.valueName, key.get()), place.full, value.x32view, context);
+    // A plain name says by itself what it means.
+    if (pattern.IsPlain())
+        item.parts.clear();
 }
 
 } // namespace prodsweep
