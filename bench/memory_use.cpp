@@ -54,6 +54,4 @@ void operator delete(void* memory) noexcept
     std::free(memory);
 }
 
-// Clang knows this form of the language's own function only when it is asked to.
-// NOLINTNEXTLINE(misc-use-internal-linkage)
 void operator delete(void* memory, std::size_t) noexcept { operator delete(memory); }

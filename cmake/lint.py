@@ -46,6 +46,8 @@ def clang_command(entry, includes):
     words = shlex.split(entry["command"])
     suffix = pathlib.Path(entry["file"]).suffix
     kept = ["clang++" if suffix == ".cpp" else "clang", "--target=x86_64-w64-mingw32", "-Wall", "-Wextra"]
+    if suffix == ".cpp":
+        kept.append("-fsized-deallocation")  # part of the language, and on in GCC
     for i, word in enumerate(words):
         if word.startswith(("-D", "-std=")) or word.startswith(f"-I{ROOT}"):
             kept.append(word)
