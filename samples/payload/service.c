@@ -8,17 +8,20 @@ static HANDLE stop;
    then waits for so many milliseconds. */
 static void Report(DWORD state)
 {
+    const DWORD hint = state == SERVICE_STOP_PENDING ? 500 : 2000;
     SERVICE_STATUS status = {.dwServiceType = SERVICE_WIN32_OWN_PROCESS,
                              .dwCurrentState = state,
                              .dwControlsAccepted = SERVICE_ACCEPT_STOP,
-                             .dwWaitHint = 2000};
+                             .dwWaitHint = hint};
     SetServiceStatus(handle, &status);
 }
 
 static void WINAPI Control(DWORD control)
 {
-    if (control == SERVICE_CONTROL_STOP)
-        SetEvent(stop);
+    if (control != SERVICE_CONTROL_STOP)
+        return;
+    Report(SERVICE_STOP_PENDING);
+    SetEvent(stop);
 }
 
 static void WINAPI Run(DWORD count, wchar_t** arguments)
@@ -28,6 +31,8 @@ static void WINAPI Run(DWORD count, wchar_t** arguments)
     handle = RegisterServiceCtrlHandlerW(SAMPLE_SERVICE, Control);
     Report(SERVICE_RUNNING);
     WaitForSingleObject(stop, INFINITE);
+    /* With its last word the process ends, and an answer to the control that is not written yet gets lost. */
+    Sleep(100);
     Report(SERVICE_STOPPED);
 }
 

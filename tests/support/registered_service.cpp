@@ -1,6 +1,7 @@
 #include "support/registered_service.h"
 
 #include "support/process.h"
+#include "support/test_service.h"
 
 #include <gtest/gtest.h>
 
@@ -38,9 +39,14 @@ DWORD ReadStartType(const std::wstring& name, DWORD* valueType)
     return start;
 }
 
-// Ends the service's process, whatever it is at.
-void EndProcess(SC_HANDLE service)
+// Ends the service's process, whatever it is at. The system no longer knows the process of one that is stopped.
+void EndProcess(SC_HANDLE service, const std::wstring& name)
 {
+    if (const HANDLE end = OpenEventW(EVENT_MODIFY_STATE, FALSE, TestServiceEndEvent(name).c_str()); end != nullptr)
+    {
+        SetEvent(end);
+        CloseHandle(end);
+    }
     SERVICE_STATUS_PROCESS status{};
     DWORD needed = 0;
     if (!QueryServiceStatusEx(service, SC_STATUS_PROCESS_INFO, reinterpret_cast<BYTE*>(&status), sizeof(status),
@@ -59,7 +65,7 @@ void Unregister(SC_HANDLE service, const std::wstring& name)
 {
     if (service == nullptr)
         return;
-    EndProcess(service);
+    EndProcess(service, name);
     EXPECT_TRUE(DeleteService(service)) << "DeleteService failed " << GetLastError();
     CloseServiceHandle(service);
     // Left over when the service control manager still waits for the process.

@@ -5,7 +5,8 @@
 //   advances  moves its check point each time somebody sets its step event, and answers with its
 //             stepped event; after the third step it is stopped
 //   refuses   does not take the control
-// It ends by itself after a while, so that no test can leave it behind.
+// It stays when it is stopped: the state may be known before the control is answered, and the answer would get lost
+// with the process. It ends when its end event is set, or by itself after a while, so that no test can leave it behind.
 #include "support/test_service.h"
 
 #include <windows.h>
@@ -19,7 +20,6 @@ namespace {
 std::wstring name;
 std::wstring mode;
 SERVICE_STATUS_HANDLE handle = nullptr;
-HANDLE finish = nullptr;
 HANDLE step = nullptr;
 HANDLE stepped = nullptr;
 
@@ -46,7 +46,6 @@ DWORD WINAPI Advance(void*)
     WaitForSingleObject(step, INFINITE);
     Report(SERVICE_STOPPED, 0);
     SetEvent(stepped);
-    SetEvent(finish);
     return 0;
 }
 
@@ -55,11 +54,7 @@ void WINAPI Control(DWORD control)
     if (control != SERVICE_CONTROL_STOP)
         return;
     if (mode == L"stops")
-    {
-        Report(SERVICE_STOPPED, 0);
-        SetEvent(finish);
-        return;
-    }
+        return Report(SERVICE_STOPPED, 0);
     Report(SERVICE_STOP_PENDING, 1);
     if (mode == L"advances")
         CloseHandle(CreateThread(nullptr, 0, Advance, nullptr, 0, nullptr));
@@ -81,22 +76,20 @@ int main()
         return 2;
     name = arguments[1];
     mode = arguments[2];
-    finish = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    const HANDLE end = CreateEventW(nullptr, TRUE, FALSE, TestServiceEndEvent(name).c_str());
     step = CreateEventW(nullptr, FALSE, FALSE, TestServiceStepEvent(name).c_str());
     stepped = CreateEventW(nullptr, FALSE, FALSE, TestServiceSteppedEvent(name).c_str());
-    // The dispatcher returns when the service is stopped; the hanging one is waited for here.
     const SERVICE_TABLE_ENTRYW table[] = {{name.data(), Run}, {nullptr, nullptr}};
-    const HANDLE end = CreateThread(
+    // The dispatcher returns when the service is stopped, and with one that hangs never.
+    const HANDLE dispatcher = CreateThread(
         nullptr, 0,
-        [](void*) -> DWORD {
-            constexpr DWORD longerThanAnyTest = 60000;
-            WaitForSingleObject(finish, longerThanAnyTest);
-            // Time for the dispatcher to go by itself.
-            Sleep(1000);
-            ExitProcess(0);
+        [](void* services) -> DWORD {
+            return StartServiceCtrlDispatcherW(static_cast<SERVICE_TABLE_ENTRYW*>(services)) ? 0 : 1;
         },
-        nullptr, 0, nullptr);
-    if (end == nullptr)
+        const_cast<SERVICE_TABLE_ENTRYW*>(table), 0, nullptr);
+    if (end == nullptr || dispatcher == nullptr)
         return 3;
-    return StartServiceCtrlDispatcherW(table) ? 0 : 1;
+    constexpr DWORD longerThanAnyTest = 60000;
+    WaitForSingleObject(end, longerThanAnyTest);
+    ExitProcess(0);
 }

@@ -17,4 +17,6 @@ constexpr DWORD TestServiceWaitHint(DWORD checkPoint) { return 100000 + checkPoi
 constexpr DWORD testServiceRunningHint = 2000;
 
 inline std::wstring TestServiceStepEvent(const std::wstring& service) { return L"Global\\" + service + L"-step"; }
+// Set by who needs it no more. Until then it stays, stopped or not.
+inline std::wstring TestServiceEndEvent(const std::wstring& service) { return L"Global\\" + service + L"-end"; }
 inline std::wstring TestServiceSteppedEvent(const std::wstring& service) { return L"Global\\" + service + L"-stepped"; }
