@@ -2,7 +2,7 @@
 """lint.py BUILD [FILE...]: clang-format in check mode, then clang-tidy, on this project's own sources.
 
 BUILD holds compile_commands.json. With FILEs (or parts of their names) only these are looked at. What was
-found clean is not looked at again until it, any header, or what is asked for has changed.
+found clean is not looked at again until it, a header that it reads, or what is asked for has changed.
 """
 import concurrent.futures
 import hashlib
@@ -85,17 +85,27 @@ def write_database(build, sources):
     return folder, entries
 
 
-def digest_of_what_all_see():
-    digest = hashlib.sha256()
-    for path in [ROOT / ".clang-tidy", pathlib.Path(__file__), *sorted(own_sources())]:
-        if path.suffix not in COMPILER:
-            digest.update(path.read_bytes())
-    return digest.hexdigest()
+def headers_by_source(build):
+    """Which headers of our own a source read when it was compiled, as the build has noted it."""
+    told = subprocess.run(["ninja", "-C", build, "-t", "deps"], check=True, capture_output=True, text=True).stdout
+    headers = {}
+    for block in told.split("\n\n"):
+        source, *others = [(build / line.strip()).resolve() for line in block.split("\n")[1:]] or [None]
+        headers.setdefault(source, set()).update(path for path in others if path.is_relative_to(ROOT))
+    return headers
 
 
-def tidy(folder, path, arguments, seen_by_all):
-    digest = hashlib.sha256(path.read_bytes() + json.dumps(arguments).encode() + seen_by_all.encode()).hexdigest()
-    stamp = folder / f"{digest}.clean"
+def digest(paths, *texts):
+    whole = hashlib.sha256()
+    for path in sorted(paths):
+        whole.update(path.read_bytes())
+    for text in texts:
+        whole.update(text.encode())
+    return whole.hexdigest()
+
+
+def tidy(folder, path, arguments, seen):
+    stamp = folder / f"{digest(seen, json.dumps(arguments))}.clean"
     if stamp.exists():
         return ""
     run = subprocess.run(["clang-tidy-19", "--quiet", f"--header-filter={OWN_HEADERS}", "-p", folder, path],
@@ -113,11 +123,15 @@ def check_format(sources):
 
 def check_tidy(build, sources):
     folder, entries = write_database(build, set(sources))
-    seen_by_all = digest_of_what_all_see()
+    headers = headers_by_source(build)
+    # Of what was never compiled nothing is known.
+    any_header = {path for path in own_sources() if path.suffix not in COMPILER}
+    rules = {ROOT / ".clang-tidy", pathlib.Path(__file__).resolve()}
     # One finding in a header is met by every source that includes it, and is told once.
     told = set()
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-        jobs = [pool.submit(tidy, folder, path, entries[path]["arguments"], seen_by_all) for path in sorted(entries)]
+        jobs = [pool.submit(tidy, folder, path, entries[path]["arguments"],
+                            {path} | rules | headers.get(path, any_header)) for path in sorted(entries)]
         for job in jobs:
             for finding in re.split(r"^(?=\S+:\d+:\d+: (?:error|warning): )", job.result(), flags=re.MULTILINE):
                 if finding.strip() and finding not in told:
