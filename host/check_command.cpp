@@ -1,7 +1,5 @@
 #include "check_command.h"
 
-#include <CLI/CLI.hpp>
-
 #include <windows.h>
 
 #include "check/check_report.h"
@@ -50,19 +48,14 @@ std::string AsFormat(const CheckReport& report, const std::string& format)
 
 } // namespace
 
-CCheckCommand::CCheckCommand(CLI::App& parser)
-    : command(parser.add_subcommand("check", "Tell what is wrong or odd in catalogues and descriptors"))
+CCheckCommand::CCheckCommand(CCommandLine& commandLine)
+    : options(commandLine.AddCommand("check", "Tell what is wrong or odd in catalogues and descriptors", footer))
 {
-    command->add_option("PATH", paths, "Files, or folders with catalogues");
-    command->add_option("--format", format, "text (default), json or sarif")
-        ->check(CLI::IsMember({"text", "json", "sarif"}))
-        ->type_name("FORMAT");
-    command->add_flag("--strict", strict, "Warnings, too, make the exit code another one than 0");
-    command->add_flag("--rules", rules, "List what is looked for, and check nothing");
-    command->footer(footer);
+    options.AddOperands("PATH", paths, "Files, or folders with catalogues");
+    options.AddChoice("--format", format, {"text", "json", "sarif"}, "FORMAT", "text (default), json or sarif");
+    options.AddFlag("--strict", strict, "Warnings, too, make the exit code another one than 0");
+    options.AddFlag("--rules", rules, "List what is looked for, and check nothing");
 }
-
-bool CCheckCommand::IsChosen() const { return command->parsed(); }
 
 int CCheckCommand::Run(const COutput& out)
 {

@@ -5,20 +5,21 @@
 #include <vector>
 
 #include "command.h"
+#include "command_line.h"
 
 namespace prodsweep {
 
 class CCheckCommand : public ICommand
 {
 public:
-    explicit CCheckCommand(CLI::App& parser);
+    explicit CCheckCommand(CCommandLine& commandLine);
 
-    bool IsChosen() const override;
+    bool IsChosen() const override { return options.IsChosen(); }
     bool WantsJson() const override { return format == "json"; }
     int Run(const COutput& out) override;
 
 private:
-    CLI::App* command;
+    COptions options;
     std::vector<std::string> paths;
     std::string format = "text";
     bool strict = false;

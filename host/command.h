@@ -4,12 +4,9 @@
 #include <memory>
 #include <vector>
 
-namespace CLI {
-class App;
-}
-
 namespace prodsweep {
 
+class CCommandLine;
 class COutput;
 
 class ICommand
@@ -29,7 +26,7 @@ public:
     virtual int Run(const COutput& out) = 0;
 };
 
-// All commands, each known to the parser, which must outlive them.
-std::vector<std::unique_ptr<ICommand>> MakeCommands(CLI::App& parser);
+// All commands, each known to the command line, which must outlive them.
+std::vector<std::unique_ptr<ICommand>> MakeCommands(CCommandLine& commandLine);
 
 } // namespace prodsweep

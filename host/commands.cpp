@@ -9,15 +9,15 @@
 
 namespace prodsweep {
 
-std::vector<std::unique_ptr<ICommand>> MakeCommands(CLI::App& parser)
+std::vector<std::unique_ptr<ICommand>> MakeCommands(CCommandLine& commandLine)
 {
     std::vector<std::unique_ptr<ICommand>> commands;
-    commands.push_back(std::make_unique<CListCommand>(parser));
-    commands.push_back(std::make_unique<CExplainCommand>(parser));
-    commands.push_back(std::make_unique<CPlanCommand>(parser));
-    commands.push_back(std::make_unique<CUninstallCommand>(parser));
-    commands.push_back(std::make_unique<CPendingCommand>(parser));
-    commands.push_back(std::make_unique<CCheckCommand>(parser));
+    commands.push_back(std::make_unique<CListCommand>(commandLine));
+    commands.push_back(std::make_unique<CExplainCommand>(commandLine));
+    commands.push_back(std::make_unique<CPlanCommand>(commandLine));
+    commands.push_back(std::make_unique<CUninstallCommand>(commandLine));
+    commands.push_back(std::make_unique<CPendingCommand>(commandLine));
+    commands.push_back(std::make_unique<CCheckCommand>(commandLine));
     return commands;
 }
 

@@ -3,14 +3,13 @@
 #include <algorithm>
 #include <vector>
 
-#include <CLI/CLI.hpp>
-
 #include "exit_codes.h"
 #include "explain.h"
 #include "explain_report.h"
 #include "failure.h"
 #include "kind_option.h"
 #include "library.h"
+#include "library_option.h"
 #include "output.h"
 
 namespace prodsweep {
@@ -48,18 +47,14 @@ After a failure the object holds format and error (code, message) instead.
 
 } // namespace
 
-CExplainCommand::CExplainCommand(CLI::App& parser)
-    : command(parser.add_subcommand("explain", "Tell why a product counts as installed, or why it does not"))
+CExplainCommand::CExplainCommand(CCommandLine& commandLine)
+    : options(commandLine.AddCommand("explain", "Tell why a product counts as installed, or why it does not", footer))
 {
-    command->add_option("PRODUCT", name, "A product of the catalogues, by its exact name")->required();
-    AddKindOption(*command, kind);
-    command->add_flag("--json", json, "One JSON object on standard output");
-    command->add_option("--library", libraryPath, "The prodsweep.dll to ask (default: the one beside this program)")
-        ->type_name("PATH");
-    command->footer(footer);
+    options.AddOperand("PRODUCT", name, "A product of the catalogues, by its exact name");
+    AddKindOption(options, kind);
+    options.AddFlag("--json", json, "One JSON object on standard output");
+    AddLibraryOption(options, libraryPath);
 }
-
-bool CExplainCommand::IsChosen() const { return command->parsed(); }
 
 Product CExplainCommand::FindProduct(const CLibrary& library) const
 {
@@ -79,8 +74,7 @@ Product CExplainCommand::FindProduct(const CLibrary& library) const
 
 int CExplainCommand::Run(const COutput& out)
 {
-    if (command->count("--library") != 0 && libraryPath.empty())
-        throw CFailure(exitBadArguments, "--library needs a path.");
+    CheckLibraryOption(options, libraryPath);
     const CLibrary library(libraryPath);
     const Product product = FindProduct(library);
     const Explanation explanation = Explain(library.CatalogueFile(product.kind), product);

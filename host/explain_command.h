@@ -4,6 +4,7 @@
 #include <string>
 
 #include "command.h"
+#include "command_line.h"
 #include "product.h"
 
 namespace prodsweep {
@@ -13,9 +14,9 @@ class CLibrary;
 class CExplainCommand : public ICommand
 {
 public:
-    explicit CExplainCommand(CLI::App& parser);
+    explicit CExplainCommand(CCommandLine& commandLine);
 
-    bool IsChosen() const override;
+    bool IsChosen() const override { return options.IsChosen(); }
     bool WantsJson() const override { return json; }
     int Run(const COutput& out) override;
 
@@ -23,7 +24,7 @@ private:
     // Throws CFailure unless exactly one catalogue has it.
     Product FindProduct(const CLibrary& library) const;
 
-    CLI::App* command;
+    COptions options;
     bool json = false;
     std::string name;
     std::string kind = "all";

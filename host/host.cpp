@@ -3,9 +3,8 @@
 #include <algorithm>
 #include <new>
 
-#include <CLI/CLI.hpp>
-
 #include "command.h"
+#include "command_line.h"
 #include "exit_codes.h"
 #include "failure.h"
 #include "json.h"
@@ -69,35 +68,17 @@ int RunCommand(ICommand& command, const CLogOptions& logOptions, const COutput& 
 
 int RunHost(std::vector<std::string> arguments, const COutput& out, const COutput& err)
 {
-    CLI::App parser(description, "prodsweep");
-    // "/json" is a path here, as everywhere else in this program.
-    parser.allow_windows_style_options(false);
-    parser.require_subcommand(1);
-    parser.set_version_flag("--version", "prodsweep " PRODSWEEP_VERSION, "Print the version");
-    parser.set_help_flag("-h,--help", "Print this help");
-    parser.footer(exitCodeHelp);
-    // The options of the log may also stand behind a command.
-    parser.fallthrough();
-    const CLogOptions logOptions(parser);
-    const auto commands = MakeCommands(parser);
-
+    CCommandLine commandLine(description, exitCodeHelp);
+    const CLogOptions logOptions(commandLine.Options());
+    const auto commands = MakeCommands(commandLine);
     try
     {
-        // The parser takes its arguments from the back.
-        std::reverse(arguments.begin(), arguments.end());
-        parser.parse(std::move(arguments));
+        if (const auto asked = commandLine.Read(std::move(arguments)))
+            return WriteOrFail(out, *asked);
     }
-    catch (const CLI::CallForHelp&)
+    catch (const CFailure& failure)
     {
-        return WriteOrFail(out, parser.help());
-    }
-    catch (const CLI::CallForVersion& version)
-    {
-        return WriteOrFail(out, std::string(version.what()) + '\n');
-    }
-    catch (const CLI::ParseError& error)
-    {
-        return Fail(err, exitBadArguments, std::string(error.what()) + " (see prodsweep --help)");
+        return Fail(err, failure.ExitCode(), failure.what());
     }
     const auto chosen =
         std::find_if(commands.begin(), commands.end(), [](const auto& command) { return command->IsChosen(); });

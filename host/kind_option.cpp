@@ -4,8 +4,7 @@
 #include <iterator>
 #include <vector>
 
-#include <CLI/CLI.hpp>
-
+#include "command_line.h"
 #include "prodsweep/prodsweep.h"
 
 namespace prodsweep {
@@ -36,11 +35,10 @@ std::vector<std::string> KindNames()
 
 } // namespace
 
-void AddKindOption(CLI::App& command, std::string& kind)
+void AddKindOption(COptions& options, std::string& kind)
 {
-    command.add_option("--kind", kind, "own: the maker's family; other: other makers' products; all (default)")
-        ->check(CLI::IsMember(KindNames()))
-        ->type_name("KIND");
+    options.AddChoice("--kind", kind, KindNames(), "KIND",
+                      "own: the maker's family; other: other makers' products; all (default)");
 }
 
 int FlagsOfKind(const std::string& kind)

@@ -3,14 +3,12 @@
 
 #include <string>
 
-namespace CLI {
-class App;
-}
-
 namespace prodsweep {
 
+class COptions;
+
 // kind: "own", "other" or "all"; what it holds beforehand is the default.
-void AddKindOption(CLI::App& command, std::string& kind);
+void AddKindOption(COptions& options, std::string& kind);
 
 // PRODSWEEP_LIST_...; for a single kind also its PRODSWEEP_KIND_... number.
 int FlagsOfKind(const std::string& kind);

@@ -1,11 +1,10 @@
 #include "list_command.h"
 
-#include <CLI/CLI.hpp>
-
 #include "exit_codes.h"
 #include "failure.h"
 #include "kind_option.h"
 #include "library.h"
+#include "library_option.h"
 #include "list_report.h"
 #include "output.h"
 #include "product_array.h"
@@ -28,24 +27,20 @@ After a failure the object holds format and error (code, message) instead.
 
 } // namespace
 
-CListCommand::CListCommand(CLI::App& parser)
-    : command(parser.add_subcommand("list", "List the products of the catalogues and the versions found here"))
+CListCommand::CListCommand(CCommandLine& commandLine)
+    : options(
+          commandLine.AddCommand("list", "List the products of the catalogues and the versions found here", jsonHelp))
 {
-    command->add_flag("--installed", installedOnly, "Only products that are installed");
-    AddKindOption(*command, kind);
-    command->add_flag("--json", json, "One JSON object on standard output");
-    command->add_option("--library", libraryPath, "The prodsweep.dll to ask (default: the one beside this program)")
-        ->type_name("PATH");
-    command->footer(jsonHelp);
+    options.AddFlag("--installed", installedOnly, "Only products that are installed");
+    AddKindOption(options, kind);
+    options.AddFlag("--json", json, "One JSON object on standard output");
+    AddLibraryOption(options, libraryPath);
 }
-
-bool CListCommand::IsChosen() const { return command->parsed(); }
 
 int CListCommand::Run(const COutput& out)
 {
     const int flags = FlagsOfKind(kind);
-    if (command->count("--library") != 0 && libraryPath.empty())
-        throw CFailure(exitBadArguments, "--library needs a path.");
+    CheckLibraryOption(options, libraryPath);
     const CLibrary library(libraryPath);
 
     std::vector<Product> products = library.InstalledProducts(flags);

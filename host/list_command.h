@@ -4,20 +4,21 @@
 #include <string>
 
 #include "command.h"
+#include "command_line.h"
 
 namespace prodsweep {
 
 class CListCommand : public ICommand
 {
 public:
-    explicit CListCommand(CLI::App& parser);
+    explicit CListCommand(CCommandLine& commandLine);
 
-    bool IsChosen() const override;
+    bool IsChosen() const override { return options.IsChosen(); }
     bool WantsJson() const override { return json; }
     int Run(const COutput& out) override;
 
 private:
-    CLI::App* command;
+    COptions options;
     bool installedOnly = false;
     bool json = false;
     std::string kind = "all";

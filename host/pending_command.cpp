@@ -4,12 +4,11 @@
 #include <iterator>
 #include <vector>
 
-#include <CLI/CLI.hpp>
-
 #include "com_use.h"
 #include "exit_codes.h"
 #include "failure.h"
 #include "library.h"
+#include "library_option.h"
 #include "machine.h"
 #include "named_places.h"
 #include "output.h"
@@ -98,30 +97,23 @@ std::vector<PendingLine> WithOwners(const std::vector<PendingOperation>& operati
 
 } // namespace
 
-CPendingCommand::CPendingCommand(CLI::App& parser)
-    : command(parser.add_subcommand("pending", "List what waits for the next restart; ask for a path, or cancel it"))
+CPendingCommand::CPendingCommand(CCommandLine& commandLine)
+    : options(commandLine.AddCommand("pending", "List what waits for the next restart; ask for a path, or cancel it",
+                                     footer))
 {
-    auto* check =
-        command->add_option("--check", checkedPath, "Is what is written there queued for deletion? 0 no, 1 yes")
-            ->type_name("PATH");
-    command->add_option("--cancel", cancelledPath, "Take the deletion of a path out of the list")
-        ->type_name("PATH")
-        ->excludes(check);
-    command->add_flag("--json", json, "One JSON object on standard output");
-    command->add_option("--library", libraryPath, "The prodsweep.dll to ask (default: the one beside this program)")
-        ->type_name("PATH");
-    command->footer(footer);
+    options.AddText("--check", checkedPath, "PATH", "Is what is written there queued for deletion? 0 no, 1 yes");
+    options.AddText("--cancel", cancelledPath, "PATH", "Take the deletion of a path out of the list");
+    options.Exclude("--cancel", "--check");
+    options.AddFlag("--json", json, "One JSON object on standard output");
+    AddLibraryOption(options, libraryPath);
 }
-
-bool CPendingCommand::IsChosen() const { return command->parsed(); }
 
 int CPendingCommand::Run(const COutput& out)
 {
-    if (command->count("--library") != 0 && libraryPath.empty())
-        throw CFailure(exitBadArguments, "--library needs a path.");
-    if (command->count("--check") != 0)
+    CheckLibraryOption(options, libraryPath);
+    if (options.IsGiven("--check"))
         return Check(out);
-    return command->count("--cancel") != 0 ? Cancel(out) : List(out);
+    return options.IsGiven("--cancel") ? Cancel(out) : List(out);
 }
 
 int CPendingCommand::List(const COutput& out) const

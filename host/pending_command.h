@@ -4,15 +4,16 @@
 #include <string>
 
 #include "command.h"
+#include "command_line.h"
 
 namespace prodsweep {
 
 class CPendingCommand : public ICommand
 {
 public:
-    explicit CPendingCommand(CLI::App& parser);
+    explicit CPendingCommand(CCommandLine& commandLine);
 
-    bool IsChosen() const override;
+    bool IsChosen() const override { return options.IsChosen(); }
     bool WantsJson() const override { return json; }
     int Run(const COutput& out) override;
 
@@ -21,7 +22,7 @@ private:
     int Check(const COutput& out) const;
     int Cancel(const COutput& out) const;
 
-    CLI::App* command;
+    COptions options;
     bool json = false;
     std::string checkedPath;
     std::string cancelledPath;

@@ -1,6 +1,5 @@
 #include "pending_command.h"
 
-#include <CLI/CLI.hpp>
 #include <gtest/gtest.h>
 
 #include "exit_codes.h"
@@ -20,9 +19,9 @@ BOOL WINAPI SayNoMember(HANDLE, PSID, PBOOL member)
 TEST(PendingCommandTest, CancellingNeedsAnAdministratorsRights)
 {
     const test::ImportPatch patch(nullptr, "CheckTokenMembership", SayNoMember);
-    CLI::App parser;
-    CPendingCommand command(parser);
-    parser.parse(R"(pending --cancel "C:/no such")", false);
+    CCommandLine commandLine("", "");
+    CPendingCommand command(commandLine);
+    commandLine.Read({"pending", "--cancel", "C:/no such"});
     try
     {
         command.Run(COutput(STD_OUTPUT_HANDLE));

@@ -1,7 +1,5 @@
 #include "plan_command.h"
 
-#include <CLI/CLI.hpp>
-
 #include "exit_codes.h"
 #include "library.h"
 #include "output.h"
@@ -42,26 +40,23 @@ After a failure the object holds format and error (code, message) instead.
 
 } // namespace
 
-CPlanCommand::CPlanCommand(CLI::App& parser)
-    : command(parser.add_subcommand("plan", "Show what uninstall would do, and change nothing"))
+CPlanCommand::CPlanCommand(CCommandLine& commandLine)
+    : options(commandLine.AddCommand("plan", "Show what uninstall would do, and change nothing", footer)),
+      choice(options)
 {
-    choice.AddOptions(*command);
-    command->add_option("--html", pagePath, "Write the plan as a page for a browser, to pass on")->type_name("FILE");
-    command->add_option("--save", savePath, "Keep the plan in a file, for uninstall --plan")->type_name("FILE");
-    command->add_flag("--json", json, "One JSON object on standard output");
-    command->footer(footer);
+    options.AddText("--html", pagePath, "FILE", "Write the plan as a page for a browser, to pass on");
+    options.AddText("--save", savePath, "FILE", "Keep the plan in a file, for uninstall --plan");
+    options.AddFlag("--json", json, "One JSON object on standard output");
 }
-
-bool CPlanCommand::IsChosen() const { return command->parsed(); }
 
 int CPlanCommand::Run(const COutput& out)
 {
     choice.Check();
     const CLibrary library(choice.LibraryPath());
     const Plan plan = MakePlan(library, choice.Selection(), OpenFiles::Tried);
-    if (command->count("--html") != 0)
+    if (options.IsGiven("--html"))
         WritePage(PlanAsPage(plan), pagePath);
-    if (command->count("--save") != 0)
+    if (options.IsGiven("--save"))
         SavePlan(plan, savePath);
     return out.Write(json ? ReportText(PlanAsJson(plan)) : PlanAsText(plan)) ? exitDone : exitNotWritten;
 }

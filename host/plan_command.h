@@ -4,6 +4,7 @@
 #include <string>
 
 #include "command.h"
+#include "command_line.h"
 #include "product_choice.h"
 
 namespace prodsweep {
@@ -11,14 +12,14 @@ namespace prodsweep {
 class CPlanCommand : public ICommand
 {
 public:
-    explicit CPlanCommand(CLI::App& parser);
+    explicit CPlanCommand(CCommandLine& commandLine);
 
-    bool IsChosen() const override;
+    bool IsChosen() const override { return options.IsChosen(); }
     bool WantsJson() const override { return json; }
     int Run(const COutput& out) override;
 
 private:
-    CLI::App* command;
+    COptions options;
     CProductChoice choice;
     std::string pagePath;
     std::string savePath;

@@ -2,12 +2,11 @@
 
 #include <algorithm>
 
-#include <CLI/CLI.hpp>
-
 #include "exit_codes.h"
 #include "failure.h"
 #include "kind_option.h"
 #include "library.h"
+#include "library_option.h"
 
 namespace prodsweep {
 
@@ -39,23 +38,17 @@ std::vector<Product> NamedProducts(const PlanSelection& selection, const CLibrar
 
 } // namespace
 
-void CProductChoice::AddOptions(CLI::App& command)
+CProductChoice::CProductChoice(const COptions& commandOptions) : options(commandOptions)
 {
-    parser = &command;
-    command.add_option("NAME", selection.names, "Products of the catalogues, by their exact names");
-    AddKindOption(command, selection.kind);
-    command.add_flag("--force", selection.force, "Remove the named products whether they are found or not");
-    command.add_flag("--all-installed", selection.allInstalled, "Every installed product of a kind");
-    command.add_flag("--force-all", selection.forceAll, "Every product of a kind, found or not");
-    command.add_option("--library", libraryPath, "The prodsweep.dll to use (default: the one beside this program)")
-        ->type_name("PATH");
+    options.AddOperands("NAME", selection.names, "Products of the catalogues, by their exact names");
+    AddKindOption(options, selection.kind);
+    options.AddFlag("--force", selection.force, "Remove the named products whether they are found or not");
+    options.AddFlag("--all-installed", selection.allInstalled, "Every installed product of a kind");
+    options.AddFlag("--force-all", selection.forceAll, "Every product of a kind, found or not");
+    AddLibraryOption(options, libraryPath);
 }
 
-void CProductChoice::CheckLibrary() const
-{
-    if (parser->count("--library") != 0 && libraryPath.empty())
-        throw CFailure(exitBadArguments, "--library needs a path.");
-}
+void CProductChoice::CheckLibrary() const { CheckLibraryOption(options, libraryPath); }
 
 void CProductChoice::Check() const
 {

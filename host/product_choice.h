@@ -4,12 +4,9 @@
 #include <string>
 #include <vector>
 
+#include "command_line.h"
 #include "plan.h"
 #include "product.h"
-
-namespace CLI {
-class App;
-}
 
 namespace prodsweep {
 
@@ -18,8 +15,9 @@ class CLibrary;
 class CProductChoice
 {
 public:
-    // Declares NAME, --kind, --force, --all-installed, --force-all and --library. This object must outlive command.
-    void AddOptions(CLI::App& command);
+    // Declares NAME, --kind, --force, --all-installed, --force-all and --library. Read into this object, which must
+    // stay where it is.
+    explicit CProductChoice(const COptions& commandOptions);
 
     // What is wrong with the options as a whole. Throws CFailure.
     void Check() const;
@@ -30,7 +28,7 @@ public:
     const std::string& LibraryPath() const { return libraryPath; }
 
 private:
-    CLI::App* parser = nullptr;
+    COptions options;
     PlanSelection selection;
     std::string libraryPath;
 };

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <iterator>
 
-#include <CLI/CLI.hpp>
-
 #include "environment/log.h"
 #include "exit_codes.h"
 #include "failure.h"
@@ -69,22 +67,13 @@ void CheckFile(const std::wstring& file)
 
 } // namespace
 
-CLogOptions::CLogOptions(CLI::App& parser)
+CLogOptions::CLogOptions(const COptions& programOptions) : options(programOptions)
 {
-    parser
-        .add_option_function<std::string>(
-            "--log",
-            [this](const std::string& path) {
-                wanted = true;
-                file = path;
-            },
-            "Write what is done, and why it failed, to a file, at its end (needs log.dll beside this program)")
-        ->type_name("FILE");
-    parser
-        .add_option("--log-level", levels,
-                    "What of it: all (default), or some of error, tolerated, trace, skipped, with commas")
-        ->type_name("LEVELS")
-        ->needs("--log");
+    options.AddText("--log", file, "FILE",
+                    "Write what is done, and why it failed, to a file, at its end (needs log.dll beside this program)");
+    options.AddText("--log-level", levels, "LEVELS",
+                    "What of it: all (default), or some of error, tolerated, trace, skipped, with commas");
+    options.Require("--log-level", "--log");
 }
 
 int CLogOptions::Levels() const

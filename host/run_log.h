@@ -6,26 +6,24 @@
 
 #include <windows.h>
 
-namespace CLI {
-class App;
-}
+#include "command_line.h"
 
 namespace prodsweep {
 
 class CLogOptions
 {
 public:
-    // Known before and behind the name of a command. The parser must outlive it.
-    explicit CLogOptions(CLI::App& parser);
+    // Read into this object, which must stay where it is.
+    explicit CLogOptions(const COptions& programOptions);
 
-    bool IsWanted() const noexcept { return wanted; }
+    bool IsWanted() const { return options.IsGiven("--log"); }
     // UTF-8, as typed.
     const std::string& File() const noexcept { return file; }
     // LOG_LEVEL_..., added up. Throws CFailure for a word that is no level.
     int Levels() const;
 
 private:
-    bool wanted = false;
+    COptions options;
     std::string file;
     std::string levels = "all";
 };

@@ -4,8 +4,6 @@
 #include <chrono>
 #include <memory>
 
-#include <CLI/CLI.hpp>
-
 #include "exit_codes.h"
 #include "failure.h"
 #include "input.h"
@@ -58,30 +56,25 @@ void Tell(const std::string& sentence)
 
 } // namespace
 
-CUninstallCommand::CUninstallCommand(CLI::App& parser)
-    : command(parser.add_subcommand("uninstall", "Remove products, and look again"))
+CUninstallCommand::CUninstallCommand(CCommandLine& commandLine)
+    : options(commandLine.AddCommand("uninstall", "Remove products, and look again", footer)), choice(options)
 {
-    choice.AddOptions(*command);
-    command->add_option("--plan", planPath, "Remove what this saved plan says, if the machine is still as it says")
-        ->type_name("FILE");
-    command->add_option("--max-files", maxFiles, "Refuse to delete more files than this")->type_name("N");
-    command->add_option("--max-keys", maxKeys, "Refuse to delete more registry keys than this")->type_name("N");
-    command->add_flag("--allow-dangerous", allowDangerous, "Remove what is refused otherwise, and say so");
-    command->add_flag("-y,--yes", yes, "Do not ask");
-    command->add_flag("-q,--quiet", quiet, "Tell nothing but failures");
-    command->add_flag("--json", json, "One JSON object on standard output");
-    command->footer(footer);
+    options.AddText("--plan", planPath, "FILE", "Remove what this saved plan says, if the machine is still as it says");
+    options.AddNumber("--max-files", maxFiles, "N", "Refuse to delete more files than this");
+    options.AddNumber("--max-keys", maxKeys, "N", "Refuse to delete more registry keys than this");
+    options.AddFlag("--allow-dangerous", allowDangerous, "Remove what is refused otherwise, and say so");
+    options.AddFlag("-y,--yes", yes, "Do not ask");
+    options.AddFlag("-q,--quiet", quiet, "Tell nothing but failures");
+    options.AddFlag("--json", json, "One JSON object on standard output");
 }
-
-bool CUninstallCommand::IsChosen() const { return command->parsed(); }
 
 void CUninstallCommand::CheckOptions() const
 {
-    if (command->count("--plan") == 0)
+    if (!options.IsGiven("--plan"))
         return choice.Check();
     for (const char* const option : {"NAME", "--kind", "--force", "--all-installed", "--force-all"})
     {
-        if (command->count(option) != 0)
+        if (options.IsGiven(option))
             throw CFailure(exitBadArguments, "--plan says what is removed; it does not go with names, --kind, --force, "
                                              "--all-installed and --force-all.");
     }
@@ -90,7 +83,7 @@ void CUninstallCommand::CheckOptions() const
 
 PlanSelection CUninstallCommand::Selection()
 {
-    if (command->count("--plan") == 0)
+    if (!options.IsGiven("--plan"))
         return choice.Selection();
     saved = ReadSavedPlan(planPath);
     return saved.selection;
@@ -106,9 +99,9 @@ Plan CUninstallCommand::Prepare(const CLibrary& library, RemovalReport& report) 
                                                   "; nothing was removed.");
     }
     GuardLimits limits;
-    if (command->count("--max-files") != 0)
+    if (options.IsGiven("--max-files"))
         limits.maxFiles = maxFiles;
-    if (command->count("--max-keys") != 0)
+    if (options.IsGiven("--max-keys"))
         limits.maxKeys = maxKeys;
     report.lifted = FindObjections(plan, limits);
     if (!report.lifted.empty() && !allowDangerous)

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "command.h"
+#include "command_line.h"
 #include "plan.h"
 #include "product.h"
 #include "product_choice.h"
@@ -19,9 +20,9 @@ class CLibrary;
 class CUninstallCommand : public ICommand
 {
 public:
-    explicit CUninstallCommand(CLI::App& parser);
+    explicit CUninstallCommand(CCommandLine& commandLine);
 
-    bool IsChosen() const override;
+    bool IsChosen() const override { return options.IsChosen(); }
     bool WantsJson() const override { return json; }
     int Run(const COutput& out) override;
 
@@ -35,7 +36,7 @@ private:
     void Remove(const CLibrary& library, const std::vector<Product>& products, const COutput& out,
                 RemovalReport& report) const;
 
-    CLI::App* command;
+    COptions options;
     CProductChoice choice;
     PlanSelection selection; // what is removed, from the moment on when Run knows it
     std::string planPath;

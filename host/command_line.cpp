@@ -1,0 +1,101 @@
+#include "command_line.h"
+
+#include <algorithm>
+
+#include <CLI/CLI.hpp>
+
+#include "exit_codes.h"
+#include "failure.h"
+
+namespace prodsweep {
+
+void COptions::AddFlag(const char* names, bool& isSet, const char* help) { parser->add_flag(names, isSet, help); }
+
+void COptions::AddText(const char* name, std::string& value, const char* valueName, const char* help)
+{
+    parser->add_option(name, value, help)->type_name(valueName);
+}
+
+void COptions::AddNumber(const char* name, std::uint64_t& value, const char* valueName, const char* help)
+{
+    parser->add_option(name, value, help)->type_name(valueName);
+}
+
+void COptions::AddChoice(const char* name, std::string& value, const std::vector<std::string>& words,
+                         const char* valueName, const char* help)
+{
+    parser->add_option(name, value, help)->check(CLI::IsMember(words))->type_name(valueName);
+}
+
+void COptions::AddOperand(const char* name, std::string& value, const char* help)
+{
+    parser->add_option(name, value, help)->required();
+}
+
+void COptions::AddOperands(const char* name, std::vector<std::string>& values, const char* help)
+{
+    parser->add_option(name, values, help);
+}
+
+void COptions::Exclude(const char* name, const char* other)
+{
+    parser->get_option(name)->excludes(parser->get_option(other));
+}
+
+void COptions::Require(const char* name, const char* other)
+{
+    parser->get_option(name)->needs(parser->get_option(other));
+}
+
+bool COptions::IsGiven(const char* name) const { return parser->count(name) != 0; }
+
+bool COptions::IsChosen() const { return parser->parsed(); }
+
+CCommandLine::CCommandLine(const char* description, const char* footer)
+    : parser(std::make_unique<CLI::App>(description, "prodsweep"))
+{
+    // "/json" is a path here, as everywhere else in this program.
+    parser->allow_windows_style_options(false);
+    parser->require_subcommand(1);
+    parser->set_version_flag("--version", "prodsweep " PRODSWEEP_VERSION, "Print the version");
+    parser->set_help_flag("-h,--help", "Print this help");
+    parser->footer(footer);
+    // The program's own options may also stand behind a command.
+    parser->fallthrough();
+}
+
+CCommandLine::~CCommandLine() = default;
+
+COptions CCommandLine::Options() { return COptions(*parser); }
+
+COptions CCommandLine::AddCommand(const char* name, const char* purpose, const char* footer)
+{
+    CLI::App& command = *parser->add_subcommand(name, purpose);
+    command.footer(footer);
+    return COptions(command);
+}
+
+std::optional<std::string> CCommandLine::Read(std::vector<std::string> arguments)
+{
+    try
+    {
+        // The parser takes its arguments from the back.
+        std::reverse(arguments.begin(), arguments.end());
+        parser->parse(std::move(arguments));
+        return std::nullopt;
+    }
+    catch (const CLI::CallForHelp&)
+    {
+        return parser->help();
+    }
+    catch (const CLI::CallForVersion& version)
+    {
+        return std::string(version.what()) + '\n';
+    }
+    catch (const CLI::ParseError& error)
+    {
+        throw CFailure(exitBadArguments, std::string(error.what()) + " (see prodsweep --help)");
+    }
+}
+
+} // namespace prodsweep
