@@ -96,7 +96,7 @@ double Compare(Report& report, const std::string& name, const Product& product, 
 {
     WriteDescriptor("product.xml", FolderSection(Root(L"product")) + (product.keys != 0 ? KeySection() : ""));
     const Pair pair = SideBySide(
-        product.files >= 50'000 ? 1 : 3, [&] { Remove(staying); }, BareRemove, [&] { Make(product); });
+        product.files >= 50'000 ? 1 : 5, [&] { Remove(staying); }, BareRemove, [&] { Make(product); });
     report.Compare("removal of a product", name, pair, "bare loop", limit);
     if (limit > 0)
         report.OutsideSystemCalls("removal of a product", pair);
@@ -174,6 +174,7 @@ void BenchRemoval(Report& report)
         Compare(report, "the same, another product uses 10,000 files", product, staying, 0);
         BareRemoveFolder(other);
     }
+    Compare(report, "2,000 keys", {0, 2'000, bushyTree}, nobody, 0);
     const double small = Compare(report, "10,000 files", {10'000, 0, bushyTree}, nobody, 0);
     const double large = Compare(report, "50,000 files", {50'000, 0, bushyTree}, nobody, 0);
     report.Figure("removal of a product", "growth, 5 times the files", large / small, "x");
