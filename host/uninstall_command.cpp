@@ -10,6 +10,7 @@
 #include "library.h"
 #include "machine.h"
 #include "output.h"
+#include "own_output.h"
 #include "plan_report.h"
 #include "planner.h"
 #include "progress_bar.h"
@@ -204,6 +205,8 @@ int CUninstallCommand::Run(const COutput& out)
         const Plan plan = Prepare(library, report);
         if (!yes)
             Ask(products, json ? StandardError() : out);
+        if (json)
+            KeepOutputToOurselves();
         const auto start = std::chrono::steady_clock::now();
         Remove(library, products, out, report);
         report.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();

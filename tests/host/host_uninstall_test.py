@@ -182,6 +182,26 @@ class Uninstalling(unittest.TestCase):
         self.assertTrue((self.host.folder / "app" / "shared" / "common.dll").exists())
         self.assertFalse((self.host.folder / "app" / "own.dll").exists())
 
+    def uninstall_talkative(self, *arguments):
+        """A product whose removal calls a tool and a method, both of which print."""
+        method = self.host.add_file("method.dll", REPORTS / "method_dll.dll")
+        self.install("Anvil", section("exec_tool", "<e path='windows_system' tool_name='cmd.exe' cmd_line='/c echo words of a tool' wait='yes'/>",
+                                      f"<e module='{windows_path(method)}' method_name='Print'/>"))
+        self.install("Bellows")
+        self.catalogue("Anvil", "Bellows")
+        return self.uninstall("Anvil", *arguments)
+
+    def test_json_is_alone_on_standard_output_and_what_tools_print_goes_to_standard_error(self):
+        ended = self.uninstall_talkative("--json")
+        self.assertEqual(json.loads(ended.out_text())["products"][0]["outcome"], "gone")
+        self.assertEqual(sorted(ended.err_text().split()), sorted("words of a tool words of a method".split()))
+
+    def test_without_json_tools_print_where_they_always_do(self):
+        ended = self.uninstall_talkative()
+        self.assertIn("words of a tool", ended.out_text())
+        self.assertIn("words of a method", ended.out_text())
+        self.assertEqual(ended.err_text(), "")
+
     def test_json_of_nothing_and_of_a_failure_is_an_object_too(self):
         self.catalogue("Anvil")
         self.assertEqual(json.loads(self.uninstall("--all-installed", "--kind", "own", "--json").out_text())["products"],

@@ -2,6 +2,7 @@
 // process: "attach;Succeed;detach;".
 #include <windows.h>
 
+#include <cstdio>
 #include <string>
 
 namespace {
@@ -36,6 +37,13 @@ extern "C"
     {
         Trace(L"Fail");
         return static_cast<int>(0xDEADBEEF);
+    }
+
+    __declspec(dllexport) int Print()
+    {
+        Trace(L"Print");
+        std::puts("words of a method");
+        return 0;
     }
 
     __declspec(dllexport) int NonAsciiName() NON_ASCII_NAME;
