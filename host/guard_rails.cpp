@@ -184,8 +184,8 @@ void CGuardRails::AddSpelling(const std::wstring& path, const ForbiddenPlace& pl
         const auto [known, isNew] = asked.try_emplace(ToLower(folder));
         if (Identity identity; isNew && FindIdentity(folder, identity))
             known->second = identity;
-        if (known->second)
-            added.identities.insert(*known->second);
+        if (const std::optional<Identity>& reached = known->second; reached)
+            added.identities.insert(*reached);
         const std::wstring above = FolderAbove(folder);
         folder = above == folder || above.size() >= folder.size() ? L"" : above;
     }
