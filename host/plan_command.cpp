@@ -7,6 +7,7 @@
 #include "plan_report.h"
 #include "planner.h"
 #include "saved_plan.h"
+#include "whole_file.h"
 
 namespace prodsweep {
 
@@ -55,7 +56,7 @@ int CPlanCommand::Run(const COutput& out)
     const CLibrary library(choice.LibraryPath());
     const Plan plan = MakePlan(library, choice.Selection(), OpenFiles::Tried);
     if (options.IsGiven("--html"))
-        WritePage(PlanAsPage(plan), pagePath);
+        WriteWholeFile("the page", pagePath, PlanAsPage(plan));
     if (options.IsGiven("--save"))
         SavePlan(plan, savePath);
     return out.Write(json ? ReportText(PlanAsJson(plan)) : PlanAsText(plan)) ? exitDone : exitNotWritten;

@@ -14,7 +14,4 @@ std::string PlanAsPage(const Plan& plan);
 // Its tree: products, their stages, the stages' items, what would go with an item.
 std::string PlanTree(const Plan& plan);
 
-// Throws CFailure; no half-written file is left then.
-void WritePage(const std::string& page, const std::string& path);
-
 } // namespace prodsweep

@@ -1,12 +1,7 @@
 #include "plan_page.h"
 
-#include <fstream>
-#include <iterator>
-
 #include <gmock/gmock.h>
 
-#include "failure.h"
-#include "support/temp_tree.h"
 #include "text.h"
 
 namespace prodsweep {
@@ -107,35 +102,6 @@ TEST(PlanPageTest, BigPlanBeginsWithItsStagesFolded)
     const PlannedStage big{"files", std::vector(400, File("a", ItemState::Present))};
     EXPECT_THAT(PlanAsPage(OneProduct("A", {small})), HasSubstr("data-stage=\"files\" open>"));
     EXPECT_THAT(PlanAsPage(OneProduct("A", {big})), HasSubstr("data-stage=\"files\">"));
-}
-
-class WritePageTest : public testing::Test
-{
-protected:
-    static std::string Content(const std::wstring& path)
-    {
-        std::ifstream file(path.c_str(), std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
-
-    test::TempTree tree;
-};
-
-TEST_F(WritePageTest, OlderPageIsReplaced)
-{
-    const std::wstring path = tree.AddFile(L"plan.html");
-    WritePage("new", ToUtf8(path));
-    EXPECT_EQ("new", Content(path));
-    EXPECT_FALSE(test::Exists(path + L".part"));
-}
-
-TEST_F(WritePageTest, PlaceThatCannotBeWrittenIsToldAndNothingIsLeftBehind)
-{
-    const std::wstring folder = tree.AddFolder(L"plan.html");
-    EXPECT_THROW(WritePage("new", ToUtf8(folder)), CFailure);
-    EXPECT_FALSE(test::Exists(folder + L".part"));
-    EXPECT_THROW(WritePage("new", ToUtf8(tree.Path(L"absent\\plan.html"))), CFailure);
-    EXPECT_THROW(WritePage("new", ""), CFailure);
 }
 
 } // namespace

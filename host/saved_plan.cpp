@@ -10,6 +10,7 @@
 #include "plan_report.h"
 #include "text.h"
 #include "unique_handle.h"
+#include "whole_file.h"
 
 namespace prodsweep {
 
@@ -167,20 +168,7 @@ std::string ProductsDrift(const Json& before, const Json& after)
 
 void SavePlan(const Plan& plan, const std::string& path)
 {
-    const std::string text = ReportText(PlanAsJson(plan));
-    const UniqueHandle file = OwnHandle(CreateFileW(FullPath(ToWide(path)).c_str(), GENERIC_WRITE, 0, nullptr,
-                                                    CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
-    DWORD error = file == nullptr ? GetLastError() : ERROR_SUCCESS;
-    for (std::size_t begin = 0; error == ERROR_SUCCESS && begin < text.size();)
-    {
-        const auto length = static_cast<DWORD>(std::min(text.size() - begin, std::size_t{1} << 20));
-        DWORD written = 0;
-        if (!WriteFile(file.get(), text.data() + begin, length, &written, nullptr))
-            error = GetLastError();
-        begin += written;
-    }
-    if (error != ERROR_SUCCESS)
-        throw CFailure(exitNotWritten, "the plan \"" + path + "\" cannot be written" + WindowsError(error));
+    WriteWholeFile("the plan", path, ReportText(PlanAsJson(plan)));
 }
 
 SavedPlan ReadSavedPlan(const std::string& path)

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "plan_report.h"
+#include "support/temp_tree.h"
+#include "text.h"
 
 namespace prodsweep {
 namespace {
@@ -118,6 +120,23 @@ TEST_F(DriftTest, SavedNameMayBeNoText)
     EXPECT_EQ("of \"Anvil\", \"C:\\Anvil\" stands where \"5\" was", FindDrift(broken, PlanAsJson(now)));
     item["value"] = Json::array();
     EXPECT_EQ("of \"Anvil\", \"C:\\Anvil\" stands where \"[]\" of \"5\" was", FindDrift(broken, PlanAsJson(now)));
+}
+
+TEST(SavePlanTest, OlderPlanIsReplacedAndNotWrittenOver)
+{
+    const test::TempTree tree;
+    const std::wstring path = tree.Path(L"plan.json");
+    SavePlan(SmallPlan(), ToUtf8(path));
+    // Another name of the older plan, which shows what became of it.
+    const std::wstring older = tree.Path(L"older.json");
+    ASSERT_TRUE(CreateHardLinkW(older.c_str(), path.c_str(), nullptr));
+    Plan other = SmallPlan();
+    other.machine = "mill";
+
+    SavePlan(other, ToUtf8(path));
+
+    EXPECT_EQ("forge", ReadSavedPlan(ToUtf8(older)).json.at("machine"));
+    EXPECT_EQ("mill", ReadSavedPlan(ToUtf8(path)).json.at("machine"));
 }
 
 } // namespace

@@ -185,8 +185,9 @@ class Uninstalling(unittest.TestCase):
     def uninstall_talkative(self, *arguments):
         """A product whose removal calls a tool and a method, both of which print."""
         method = self.host.add_file("method.dll", REPORTS / "method_dll.dll")
-        self.install("Anvil", section("exec_tool", "<e path='windows_system' tool_name='cmd.exe' cmd_line='/c echo words of a tool' wait='yes'/>",
-                                      f"<e module='{windows_path(method)}' method_name='Print'/>"))
+        self.install("Anvil", section(
+            "exec_tool", "<e path='windows_system' tool_name='cmd.exe' cmd_line='/c echo words of a tool' wait='yes'/>",
+            f"<e module='{windows_path(method)}' method_name='Print'/>"))
         self.install("Bellows")
         self.catalogue("Anvil", "Bellows")
         return self.uninstall("Anvil", *arguments)
