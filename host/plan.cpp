@@ -2,6 +2,21 @@
 
 namespace prodsweep {
 
+void AddContents(PlannedContents& sum, const PlannedItem& item)
+{
+    const PlannedContents& part = item.contents;
+    sum.folders += part.folders;
+    sum.files += part.files;
+    sum.bytes += part.bytes;
+    sum.links += part.links;
+    sum.keys += part.keys;
+    sum.values += part.values;
+    // An item that stays itself was not looked into.
+    sum.inUse += part.inUse + (item.state == ItemState::InUse && part.inUse == 0 ? 1 : 0);
+    sum.atRestart += part.atRestart;
+    sum.complete = sum.complete && part.complete;
+}
+
 const char* StateWord(ItemState state)
 {
     switch (state)

@@ -167,6 +167,9 @@ struct Plan
     bool restart = false;
 };
 
+// Adds what would go with an item, and the item itself if it stays.
+void AddContents(PlannedContents& sum, const PlannedItem& item);
+
 // The words that text, JSON and pages have for them: "in use", "registry key".
 const char* StateWord(ItemState state);
 const char* KindWord(ItemKind kind);

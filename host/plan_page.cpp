@@ -67,7 +67,7 @@ PlanSum SumOf(const Plan& plan)
             {
                 ++row.CountOf(item.state);
                 ++sum.all.CountOf(item.state);
-                AddContents(row.contents, item.contents);
+                AddContents(row.contents, item);
             }
         }
     }
@@ -180,13 +180,14 @@ std::string Cell(std::uint64_t number)
 
 std::string StageRow(StageSum row)
 {
-    const std::uint64_t waiting = row.CountOf(ItemState::AtRestart);
-    const std::uint64_t staying = row.CountOf(ItemState::InUse);
     const std::uint64_t absent = row.CountOf(ItemState::Absent);
     const std::uint64_t items = ItemsOf(row);
     const std::uint64_t dealt = DealtWith(row);
-    return "<tr><th scope=\"row\">" + HtmlContent(row.name) + "</th>" + Cell(items) + Cell(dealt) + Cell(waiting) +
-           Cell(staying) + Cell(absent) + Cell(items - dealt - waiting - staying - absent) + "<td>" +
+    const std::uint64_t other =
+        items - dealt - absent - row.CountOf(ItemState::AtRestart) - row.CountOf(ItemState::InUse);
+    // What waits or stays may be one file in a folder that goes. A row that counted items alone would hide it.
+    return "<tr><th scope=\"row\">" + HtmlContent(row.name) + "</th>" + Cell(items) + Cell(dealt) +
+           Cell(row.contents.atRestart) + Cell(row.contents.inUse) + Cell(absent) + Cell(other) + "<td>" +
            GoingText(row.contents) + "</td></tr>\n";
 }
 

@@ -18,6 +18,7 @@ PlannedItem File(const char* name, ItemState state)
     item.state = state;
     item.contents.files = state == ItemState::Present ? 1 : 0;
     item.contents.bytes = state == ItemState::Present ? 2048 : 0;
+    item.contents.atRestart = state == ItemState::AtRestart ? 1 : 0;
     return item;
 }
 
@@ -73,6 +74,18 @@ TEST(PlanPageTest, StagesAreSummedUpOverTheProducts)
     EXPECT_LT(page.find("\"row\">tools"), page.find("\"row\">folders"));
     EXPECT_LT(page.find("\"row\">folders"), page.find("\"row\">shortcuts"));
     EXPECT_LT(page.find("\"row\">shortcuts"), page.find("\"row\">files"));
+}
+
+TEST(PlanPageTest, StageCountsWhatWaitsAndStaysWithinItsItems)
+{
+    PlannedItem folder;
+    folder.kind = ItemKind::Folder;
+    folder.state = ItemState::PartlyInUse;
+    folder.contents = {.folders = 1, .files = 5, .inUse = 2, .atRestart = 3};
+    const Plan plan = OneProduct("A", {{"folders", {folder, File("b", ItemState::InUse)}}});
+
+    EXPECT_THAT(PlanAsPage(plan), HasSubstr("\"row\">folders</th><td>2</td><td>1</td><td>3</td><td>3</td>"
+                                            "<td class=\"none\">0</td><td class=\"none\">0</td>"));
 }
 
 TEST(PlanPageTest, RefusalIsSaidOnTop)

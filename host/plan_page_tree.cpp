@@ -116,7 +116,7 @@ std::string Stage(const PlannedStage& stage, bool open)
     std::string items;
     for (const PlannedItem& item : stage.items)
     {
-        AddContents(sum, item.contents);
+        AddContents(sum, item);
         items += Item(item);
     }
     const std::string going = GoingText(sum);

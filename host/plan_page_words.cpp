@@ -54,19 +54,6 @@ std::string GoingText(const PlannedContents& contents)
     return text.empty() ? "not counted" : text + " and more";
 }
 
-void AddContents(PlannedContents& sum, const PlannedContents& part)
-{
-    sum.folders += part.folders;
-    sum.files += part.files;
-    sum.bytes += part.bytes;
-    sum.links += part.links;
-    sum.keys += part.keys;
-    sum.values += part.values;
-    sum.inUse += part.inUse;
-    sum.atRestart += part.atRestart;
-    sum.complete = sum.complete && part.complete;
-}
-
 const char* StateMeaning(ItemState state)
 {
     switch (state)

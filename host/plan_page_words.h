@@ -20,9 +20,6 @@ std::string SizeText(std::uint64_t bytes);
 // "3 folders, 120 files, 1.5 MB"; what is not there is left out. Empty when nothing would go.
 std::string GoingText(const PlannedContents& contents);
 
-// Adds what would go, and what stays.
-void AddContents(PlannedContents& sum, const PlannedContents& part);
-
 // What a state means, in a sentence without its subject.
 const char* StateMeaning(ItemState state);
 

@@ -39,7 +39,9 @@ TEST(PlanPageWordsTest, OnlyWhatGoesIsTold)
 TEST(PlanPageWordsTest, SumOfWhatIsNotWhollyCountedIsNot)
 {
     PlannedContents sum{.files = 1, .bytes = 10};
-    AddContents(sum, {.files = 2, .bytes = 5, .inUse = 3, .complete = false});
+    PlannedItem item;
+    item.contents = {.files = 2, .bytes = 5, .inUse = 3, .complete = false};
+    AddContents(sum, item);
     EXPECT_EQ("3 files, 15 bytes and more", GoingText(sum));
     EXPECT_EQ(3U, sum.inUse);
 }

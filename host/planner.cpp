@@ -219,22 +219,12 @@ void CPlanner::WarnOfTools(const PlannedProduct& product)
 
 void CPlanner::AddTotals(PlannedProduct& product)
 {
-    PlannedContents& total = plan.total;
     for (const PlannedStage& stage : product.stages)
     {
         for (const PlannedItem& item : stage.items)
         {
-            const PlannedContents& part = item.contents;
-            total.folders += part.folders;
-            total.files += part.files;
-            total.bytes += part.bytes;
-            total.links += part.links;
-            total.keys += part.keys;
-            total.values += part.values;
-            total.inUse += part.inUse + (item.state == ItemState::InUse && part.inUse == 0 ? 1 : 0);
-            total.atRestart += part.atRestart;
-            total.complete = total.complete && part.complete;
-            if (part.atRestart != 0 || item.restart)
+            AddContents(plan.total, item);
+            if (item.contents.atRestart != 0 || item.restart)
                 product.restart = true;
         }
     }

@@ -273,7 +273,7 @@ class Items(Planned):
                                 stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, cwd=BUILD)
         try:
             wait_for_start(program)
-            return self.plan()
+            return self.plan(*self.planned, "--html", self.path("plan.html"))
         finally:
             run("taskkill", "/f", "/im", "held.exe")
             held.wait()
@@ -283,6 +283,10 @@ class Items(Planned):
         parts = self.items("folders", plan=plan)[0]["parts"]
         self.assertEqual([(part["name"], part["state"]) for part in parts], [(self.path("app/held.exe"), "at restart")])
         self.assertTrue(plan["restart"])
+        self.assertEqual(plan["total"]["atRestart"], 1)
+        # Items, dealt with, at restart: the folder goes, but for the file that waits.
+        self.assertIn("folders</th><td>1</td><td>1</td><td>1</td>",
+                      (self.host.folder / "plan.html").read_text(encoding="utf-8"))
         self.assertEqual(self.items("folders")[0]["parts"], [])
 
     def test_running_program_that_is_ended_first_goes_at_once(self):
