@@ -126,6 +126,8 @@ const ForbiddenKey keys[] = {
     {HKEY_LOCAL_MACHINE, L"", "the machine's settings"},
     {HKEY_CURRENT_USER, L"", "the user's settings"},
     {HKEY_USERS, L"", "all users' settings"},
+    {HKEY_PERFORMANCE_DATA, L"", "the machine's counters"},
+    {HKEY_DYN_DATA, L"", "the state of the machine's devices"},
     {HKEY_LOCAL_MACHINE, L"Software", "all programs' settings"},
     {HKEY_LOCAL_MACHINE, L"Software\\Wow6432Node", "all 32-bit programs' settings"},
     {HKEY_LOCAL_MACHINE, L"Software\\Policies", "the machine's policies"},

@@ -5,6 +5,7 @@
 #include <windows.h>
 
 #include "forbidden_places.h"
+#include "registry/split_key_path.h"
 
 namespace prodsweep {
 namespace {
@@ -47,6 +48,22 @@ TEST_F(GuardRailsTest, EachKeyOfTheTableIsForbiddenForItsReason)
         const ForbiddenPlace* const place = OfKey(key);
         ASSERT_NE(nullptr, place) << key.reason;
         EXPECT_EQ(key.reason, place->reason);
+    }
+}
+
+TEST_F(GuardRailsTest, EachHiveIsForbiddenAsAWhole)
+{
+    static const CGuardRails rails(L"C:\\prodsweep test\\");
+    const CSplitKeyPath hives;
+    for (const wchar_t* const name : {L"HKLM", L"HKCU", L"HKCR", L"HKU", L"HKCC", L"HKPD", L"HKDD"})
+    {
+        for (const wchar_t* const separator : {L"\\", L"/", L"\\\\"})
+        {
+            HKEY hive = nullptr;
+            std::wstring subkey;
+            ASSERT_TRUE(hives.Split((std::wstring(name) + separator).c_str(), hive, subkey));
+            EXPECT_NE(nullptr, rails.OfKey(hive, subkey)) << name;
+        }
     }
 }
 

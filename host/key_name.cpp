@@ -110,6 +110,10 @@ std::wstring CanonicalKey(HKEY hive, const std::wstring& subkey)
     // What is deleted there is a key of the machine or of the user, and lies at the same place in both.
     if (hive == HKEY_CLASSES_ROOT)
         Prepend(parts, {L"software", L"classes"});
+    else if (hive == HKEY_PERFORMANCE_DATA)
+        return JoinKey(L"hkpd", parts);
+    else if (hive == HKEY_DYN_DATA)
+        return JoinKey(L"hkdd", parts);
     else if (hive == HKEY_CURRENT_CONFIG)
         Prepend(parts, {L"system", L"currentcontrolset", L"hardware profiles", L"current"});
     else if (hive != HKEY_LOCAL_MACHINE)

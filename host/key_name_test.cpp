@@ -38,7 +38,9 @@ const KeyCase keyCases[] = {
     {HKEY_USERS, L"", L"hku"},
     {HKEY_USERS, L"S-1-5-21-1\\Software", L"hkcu\\software"},
     {HKEY_USERS, L"S-1-5-21-1_Classes\\CLSID", L"hkcu\\software\\classes\\clsid"},
-    {HKEY_PERFORMANCE_DATA, L"x", L""},
+    {HKEY_PERFORMANCE_DATA, L"", L"hkpd"},
+    {HKEY_DYN_DATA, L"Config Manager\\", L"hkdd\\config manager"},
+    {nullptr, L"x", L""},
 };
 INSTANTIATE_TEST_SUITE_P(Names, CanonicalKeyTest, testing::ValuesIn(keyCases));
 
