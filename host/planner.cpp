@@ -252,7 +252,7 @@ Plan MakePlan(const CLibrary& library, const PlanSelection& selection, OpenFiles
         }
         for (const Product& product : chosen)
         {
-            if (product.installed || selection.force)
+            if (IsDealtWith(selection, product))
                 planner.PlanNamed(product);
             else
                 plan.notInstalled.push_back(product.name);

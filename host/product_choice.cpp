@@ -1,6 +1,7 @@
 #include "product_choice.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "exit_codes.h"
 #include "failure.h"
@@ -66,7 +67,19 @@ void CProductChoice::Check() const
         throw CFailure(exitBadArguments, "a whole catalogue needs --kind own or --kind other.");
 }
 
+bool CProductChoice::IsGiven() const
+{
+    static constexpr const char* choosing[] = {"NAME", "--kind", "--force", "--all-installed", "--force-all"};
+    return std::any_of(std::begin(choosing), std::end(choosing),
+                       [&](const char* option) { return options.IsGiven(option); });
+}
+
 bool IsWholeCatalogue(const PlanSelection& selection) { return selection.allInstalled || selection.forceAll; }
+
+bool IsDealtWith(const PlanSelection& selection, const Product& product)
+{
+    return product.installed || selection.force || IsWholeCatalogue(selection);
+}
 
 int FlagsOf(const PlanSelection& selection) { return FlagsOfKind(selection.kind); }
 

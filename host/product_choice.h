@@ -24,6 +24,9 @@ public:
     // That part of it that does not depend on what is chosen.
     void CheckLibrary() const;
 
+    // Whether anything but the library was given.
+    bool IsGiven() const;
+
     const PlanSelection& Selection() const { return selection; }
     const std::string& LibraryPath() const { return libraryPath; }
 
@@ -35,6 +38,9 @@ private:
 
 // A whole catalogue, and not products by name.
 bool IsWholeCatalogue(const PlanSelection& selection);
+
+// False: it is passed over, since it is not installed.
+bool IsDealtWith(const PlanSelection& selection, const Product& product);
 
 // PRODSWEEP_LIST_...; for a single kind also its PRODSWEEP_KIND_... number.
 int FlagsOf(const PlanSelection& selection);

@@ -55,6 +55,51 @@ void Tell(const std::string& sentence)
     static_cast<void>(StandardError().Write("prodsweep: " + Printable(sentence) + '\n'));
 }
 
+RemovalResult SweepCatalogue(const CLibrary& library, const PlanSelection& selection, IRemovalWatcher* watcher)
+{
+    const int kind = FlagsOf(selection);
+    const auto removal = [&](bool* restart, UninstallCallback callback) {
+        return selection.forceAll ? library.UninstallForceAll(kind, restart, callback)
+                                  : library.UninstallAllInstalled(kind, restart, callback);
+    };
+    return RunRemoval(removal, watcher);
+}
+
+RemovalResult SweepProduct(const CLibrary& library, const PlanSelection& selection, const Product& product,
+                           IRemovalWatcher* watcher)
+{
+    if (!IsDealtWith(selection, product))
+        return {true, false, {}, true};
+    const auto removal = [&](bool* restart, UninstallCallback callback) {
+        return library.Uninstall(product, selection.force, restart, callback);
+    };
+    return RunRemoval(removal, watcher);
+}
+
+// Looks again, for what came of it.
+void Judge(const CLibrary& library, const PlanSelection& selection, const std::vector<Product>& products,
+           const std::vector<RemovalResult>& results, RemovalReport& report)
+{
+    const std::vector<Product> installed = library.InstalledProducts(FlagsOf(selection));
+    for (std::size_t i = 0; i < products.size(); ++i)
+    {
+        ProductOutcome outcome = JudgeRemoval(products[i], FindProduct(installed, products[i]), results[i]);
+        if (!IsDealtWith(selection, products[i]))
+            outcome.outcome = Outcome::NotInstalled;
+        report.failed = report.failed || !results[i].success || outcome.outcome == Outcome::Remains;
+        report.restart = report.restart || results[i].restart;
+        report.products.push_back(std::move(outcome));
+    }
+}
+
+RemovalReport ReportOfNothing(const std::vector<Product>& products)
+{
+    RemovalReport report;
+    for (const Product& product : products)
+        report.products.push_back({product.name, product.kind, Outcome::NotInstalled, {}, {}, {}});
+    return report;
+}
+
 } // namespace
 
 CUninstallCommand::CUninstallCommand(CCommandLine& commandLine)
@@ -73,12 +118,9 @@ void CUninstallCommand::CheckOptions() const
 {
     if (!options.IsGiven("--plan"))
         return choice.Check();
-    for (const char* const option : {"NAME", "--kind", "--force", "--all-installed", "--force-all"})
-    {
-        if (options.IsGiven(option))
-            throw CFailure(exitBadArguments, "--plan says what is removed; it does not go with names, --kind, --force, "
-                                             "--all-installed and --force-all.");
-    }
+    if (choice.IsGiven())
+        throw CFailure(exitBadArguments, "--plan says what is removed; it does not go with names, --kind, --force, "
+                                         "--all-installed and --force-all.");
     choice.CheckLibrary();
 }
 
@@ -138,50 +180,40 @@ void CUninstallCommand::Ask(const std::vector<Product>& products, const COutput&
         throw CFailure(exitDeclined, "declined; nothing was removed.");
 }
 
-void CUninstallCommand::Remove(const CLibrary& library, const std::vector<Product>& products, const COutput& out,
-                               RemovalReport& report) const
+RemovalReport CUninstallCommand::Remove(const CLibrary& library, const std::vector<Product>& products,
+                                        const COutput& out) const
+{
+    if (!HasAdministratorRights())
+        throw CFailure(exitNeedsRights, "removing products needs an administrator's rights.");
+    const CRemovalLock lock;
+    if (!lock.IsOurs())
+        throw CFailure(exitRemovalRunning, "another removal by this program is running.");
+    RemovalReport report;
+    const Plan plan = Prepare(library, report);
+    if (!yes)
+        Ask(products, json ? StandardError() : out);
+    if (json)
+        KeepOutputToOurselves();
+    const auto start = std::chrono::steady_clock::now();
+    Judge(library, selection, products, Sweep(library, products, out), report);
+    report.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    AddStayed(report, plan);
+    return report;
+}
+
+std::vector<RemovalResult> CUninstallCommand::Sweep(const CLibrary& library, const std::vector<Product>& products,
+                                                    const COutput& out) const
 {
     std::unique_ptr<CProgressBar> bar;
     if (out.IsConsole() && !quiet && !json)
         bar = std::make_unique<CProgressBar>(out, [&] { return library.ProgressPercent(); });
     // One call for a whole catalogue; one a product for names, since only so the restart is told.
-    std::vector<RemovalResult> results;
     if (IsWholeCatalogue(selection))
-    {
-        const int number = FlagsOf(selection);
-        results.assign(products.size(), RunRemoval(
-                                            [&](bool* restart, UninstallCallback callback) {
-                                                return selection.forceAll
-                                                           ? library.UninstallForceAll(number, restart, callback)
-                                                           : library.UninstallAllInstalled(number, restart, callback);
-                                            },
-                                            bar.get()));
-    }
-    else
-    {
-        for (const Product& product : products)
-        {
-            const bool skip = !product.installed && !selection.force;
-            results.push_back(skip ? RemovalResult{true, false, {}, true}
-                                   : RunRemoval(
-                                         [&](bool* restart, UninstallCallback callback) {
-                                             return library.Uninstall(product, selection.force, restart, callback);
-                                         },
-                                         bar.get()));
-        }
-    }
-    bar.reset();
-    const std::vector<Product> installed = library.InstalledProducts(FlagsOf(selection));
-    for (std::size_t i = 0; i < products.size(); ++i)
-    {
-        ProductOutcome outcome = JudgeRemoval(products[i], FindProduct(installed, products[i]), results[i]);
-        const bool untouched = !products[i].installed && !selection.force && !IsWholeCatalogue(selection);
-        if (untouched)
-            outcome.outcome = Outcome::NotInstalled;
-        report.failed = report.failed || !results[i].success || outcome.outcome == Outcome::Remains;
-        report.restart = report.restart || results[i].restart;
-        report.products.push_back(std::move(outcome));
-    }
+        return std::vector(products.size(), SweepCatalogue(library, selection, bar.get()));
+    std::vector<RemovalResult> results;
+    for (const Product& product : products)
+        results.push_back(SweepProduct(library, selection, product, bar.get()));
+    return results;
 }
 
 int CUninstallCommand::Run(const COutput& out)
@@ -190,33 +222,10 @@ int CUninstallCommand::Run(const COutput& out)
     selection = Selection();
     const CLibrary library(choice.LibraryPath());
     const std::vector<Product> products = ChosenProducts(selection, library);
-    RemovalReport report;
+    const bool anything = std::any_of(products.begin(), products.end(),
+                                      [&](const Product& product) { return IsDealtWith(selection, product); });
+    RemovalReport report = anything ? Remove(library, products, out) : ReportOfNothing(products);
     report.library = library.Path();
-    const bool anything = std::any_of(products.begin(), products.end(), [&](const Product& product) {
-        return product.installed || selection.force || selection.forceAll;
-    });
-    if (anything)
-    {
-        if (!HasAdministratorRights())
-            throw CFailure(exitNeedsRights, "removing products needs an administrator's rights.");
-        const CRemovalLock lock;
-        if (!lock.IsOurs())
-            throw CFailure(exitRemovalRunning, "another removal by this program is running.");
-        const Plan plan = Prepare(library, report);
-        if (!yes)
-            Ask(products, json ? StandardError() : out);
-        if (json)
-            KeepOutputToOurselves();
-        const auto start = std::chrono::steady_clock::now();
-        Remove(library, products, out, report);
-        report.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-        AddStayed(report, plan);
-    }
-    else
-    {
-        for (const Product& product : products)
-            report.products.push_back({product.name, product.kind, Outcome::NotInstalled, {}, {}, {}});
-    }
     const std::string text = json ? RemovalAsJson(report) : quiet ? std::string() : RemovalAsText(report);
     return out.Write(text) ? ExitCodeOf(report) : exitNotWritten;
 }
