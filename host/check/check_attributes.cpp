@@ -56,7 +56,7 @@ void CheckPresence(const EntryPlace& place, const CFileReport& report)
     const auto isFilled = [&](const wchar_t* name) {
         return FindFilledAttribute(place.entry.attributes, name) != nullptr;
     };
-    if (place.section.Is(L"del_folder") && !place.entry.Find(L"path") && !place.entry.Find(L"name"))
+    if (place.section.Is(L"del_folder") && !isFilled(L"path") && !place.entry.Find(L"name"))
         missing(R"("path" or "name")");
     if (place.section.Is(L"exec_tool") && !IsMethod(place) && !isFilled(L"tool_name"))
         missing(R"("tool_name" or "module")");
@@ -88,7 +88,9 @@ void CheckEmptyNames(const EntryPlace& place, const CFileReport& report)
     for (const NameAttribute& row : filledNames)
     {
         const std::wstring* value = place.entry.Find(row.name);
-        if (value != nullptr && value->empty() && place.section.Is(row.opCode))
+        // The marker alone leaves no name, either.
+        const bool isEmpty = value != nullptr && (value->empty() || *value == L"#####");
+        if (isEmpty && place.section.Is(row.opCode))
             report.Add("empty-name", place.entry.At(row.name), Quoted(row.name) + " is empty.");
     }
 }

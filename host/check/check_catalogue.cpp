@@ -98,7 +98,12 @@ void CheckKeyPath(const XmlNode& version, const CFileReport& report)
         report.Add("unknown-hive", keypath->at, HiveFault(keypath->value));
     else if (HasOddSeparator(key.subkey))
         report.Add("key-separator", keypath->at, Quoted(keypath->value) + R"( is not parted by single "\".)");
-    if (EqualIgnoringCase(std::wstring(NameOf(keypath->value)), L"UpdateLocation"))
+    std::wstring path = keypath->value;
+    while (path.ends_with(L'\\'))
+        path.pop_back();
+    if (path != keypath->value)
+        report.Add("key-separator", keypath->at, Quoted(keypath->value) + R"( ends in "\".)");
+    if (EqualIgnoringCase(std::wstring(NameOf(path)), L"UpdateLocation"))
         report.Add("update-location-twice", keypath->at, Quoted(keypath->value) + " ends in UpdateLocation already.");
 }
 
@@ -130,18 +135,21 @@ void CheckProduct(const SourceFile& catalogue, const XmlNode& product, const CFi
         report.Add("product-without-version", product.at, "The product has no version.");
 }
 
-// The text by which a version is recognised; empty if there is none.
+// What a version is recognised by, alike for those that are recognised by the same; empty if there is nothing.
 std::wstring MarkOf(const XmlNode& version)
 {
-    for (const wchar_t* name : {L"id", L"prodName", L"keypath"})
-    {
-        const XmlAttribute* attribute = version.Find(name);
-        const XmlAttribute* value = version.Find(L"keyvalue");
-        if (attribute != nullptr)
-            return name + (L'=' + attribute->value) +
-                   (name == std::wstring_view(L"keypath") && value ? L'\\' + value->value : L"");
-    }
-    return {};
+    if (const XmlAttribute* id = version.Find(L"id"))
+        return L"id=" + Lowered(id->value);
+    // Of the three this one is compared in its case.
+    if (const XmlAttribute* prodName = version.Find(L"prodName"))
+        return L"prodName=" + prodName->value;
+    const XmlAttribute* keypath = version.Find(L"keypath");
+    const XmlAttribute* keyvalue = version.Find(L"keyvalue");
+    if (keypath == nullptr || keyvalue == nullptr)
+        return {};
+    const KeyText key = SplitKeyText(keypath->value);
+    return L"keypath=" + Lowered(key.hiveKnown ? key.hive + L'\\' + key.subkey : keypath->value) + L'\\' +
+           Lowered(keyvalue->value);
 }
 
 struct Mark
@@ -160,7 +168,7 @@ void CheckSharedMarks(const XmlNode& root, const CFileReport& report)
             const std::wstring text = product.name == L"product" ? MarkOf(version) : std::wstring();
             if (text.empty())
                 continue;
-            const auto [first, isFirst] = marks.try_emplace(Lowered(text), Mark{&product, &version});
+            const auto [first, isFirst] = marks.try_emplace(text, Mark{&product, &version});
             if (!isFirst)
                 report.Add("shared-mark", version.at,
                            "The version in line " + std::to_string(first->second.version->at.line) +

@@ -1,10 +1,10 @@
 #include "check/checks.h"
 
 #include <algorithm>
-#include <cwctype>
+#include <string_view>
 
 #include "check/known_names.h"
-#include "environment/special_folder.h"
+#include "check/system_places.h"
 #include "interpreter/entry_composer.h"
 
 namespace prodsweep {
@@ -60,10 +60,23 @@ void CheckKeywords(const EntryPlace& place, const CFileReport& report)
     }
 }
 
-bool IsFileOrFolder(const EntryPlace& place)
+constexpr std::wstring_view restartMarker = L"#####";
+
+struct NameAttribute
 {
-    return place.section.Is(L"del_file") || place.section.Is(L"del_folder");
-}
+    const wchar_t* opCode;
+    const wchar_t* name;
+    const wchar_t* keyword;
+};
+
+// What is joined to the folder of a keyword, or is a whole path by itself.
+constexpr NameAttribute nameAttributes[] = {
+    {L"del_file", L"name", L"path"},
+    {L"del_folder", L"name", L"path"},
+    {L"del_shortcut", L"path", L"rel_shortcut"},
+    {L"exec_tool", L"tool_name", L"path"},
+    {L"exec_tool", L"module", L"path"},
+};
 
 // With a drive and its root, or a share. "C:x" and "\x" depend on the current folder, too.
 bool IsWhole(const std::wstring& path)
@@ -73,57 +86,84 @@ bool IsWhole(const std::wstring& path)
 
 void CheckWholePath(const EntryPlace& place, const CFileReport& report)
 {
+    for (const NameAttribute& row : nameAttributes)
+    {
+        const std::wstring* name = FindFilledAttribute(place.entry.attributes, row.name);
+        // Where tools are looked for is told elsewhere.
+        if (name == nullptr || !place.section.Is(row.opCode) || place.section.Is(L"exec_tool") ||
+            FindFilledAttribute(place.entry.attributes, row.keyword))
+            continue;
+        const Position at = place.entry.At(row.name);
+        const bool isMarked = place.section.Is(L"del_file") && name->starts_with(restartMarker);
+        if (!isMarked && !IsWhole(*name))
+            report.Add("relative-path", at,
+                       Quoted(*name) + " is not a whole path, and there is no " + Quoted(row.keyword) + " beside it.");
+    }
+}
+
+void CheckMarker(const EntryPlace& place, const CFileReport& report)
+{
+    const bool isFolder = place.section.Is(L"del_folder");
     const std::wstring* name = place.entry.Find(L"name");
-    if (name == nullptr || name->empty() || FindFilledAttribute(place.entry.attributes, L"path") ||
-        !IsFileOrFolder(place))
+    if (name == nullptr || !name->starts_with(restartMarker) || !(isFolder || place.section.Is(L"del_file")))
         return;
-    const Position at = place.entry.At(L"name");
-    if (place.section.Is(L"del_file") && name->starts_with(L"#####"))
-        report.Add("marker-without-path", at, Quoted(*name) + R"( is the file's whole name without a "path".)");
-    else if (!IsWhole(*name))
-        report.Add("relative-path", at, Quoted(*name) + " is not a whole path, and there is no \"path\" beside it.");
+    if (isFolder)
+        report.Add("marker-without-path", place.entry.At(L"name"), Quoted(*name) + " is a folder's name as it stands.");
+    else if (!FindFilledAttribute(place.entry.attributes, L"path"))
+        report.Add("marker-without-path", place.entry.At(L"name"),
+                   Quoted(*name) + R"( is the file's whole name without a "path".)");
 }
 
-std::wstring WithoutSeparator(std::wstring path)
+// A star or another character that no name has, or a drive behind the beginning.
+bool IsImpossible(std::wstring_view path)
 {
-    while (!path.empty() && (path.back() == L'\\' || path.back() == L'/'))
-        path.pop_back();
-    return path;
+    if (path.starts_with(LR"(\\?\)"))
+        path.remove_prefix(4);
+    return path.find_first_of(L"*?\"<>|") != std::wstring_view::npos ||
+           path.find(L":\\", 2) != std::wstring_view::npos || path.find(L":/", 2) != std::wstring_view::npos;
 }
 
-// All that the keywords stand for, and what lies around it.
-const std::vector<std::wstring>& SystemFolders()
+void CheckNames(const EntryPlace& place, const CFileReport& report)
 {
-    static const std::vector<std::wstring> folders = [] {
-        std::vector<std::wstring> all;
-        for (const std::wstring& keyword : FolderKeywords())
-        {
-            if (std::wstring folder; keyword != L"app_path" && CSpecialFolder({}).Get(keyword, folder))
-                all.push_back(WithoutSeparator(folder));
-        }
-        return all;
-    }();
-    return folders;
+    for (const NameAttribute& row : nameAttributes)
+    {
+        const std::wstring* name = place.entry.Find(row.name);
+        if (name == nullptr || !place.section.Is(row.opCode))
+            continue;
+        const bool below = FindFilledAttribute(place.entry.attributes, row.keyword) != nullptr;
+        // The marker has a rule of its own where it is none.
+        if (!below && name->starts_with(restartMarker))
+            continue;
+        if (IsImpossible(below ? L"x\\" + *name : *name))
+            report.Add("impossible-path", place.entry.At(row.name), Quoted(*name) + " can name nothing here.");
+    }
 }
 
-// The folder itself or one around it.
-bool HoldsSystemFolder(const std::wstring& path)
-{
-    return std::any_of(SystemFolders().begin(), SystemFolders().end(), [&](const std::wstring& folder) {
-        return folder.size() >= path.size() && EqualIgnoringCase(folder.substr(0, path.size()), path.c_str()) &&
-               (folder.size() == path.size() || folder[path.size()] == L'\\');
-    });
-}
-
-void CheckDangerous(const EntryPlace& place, const CFileReport& report)
+void CheckDangerousFolder(const EntryPlace& place, const CFileReport& report)
 {
     if (!place.section.Is(L"del_folder"))
         return;
     const FolderEntry folder = ComposeFolder(place.entry.attributes, place.version.appPath);
-    const std::wstring path = WithoutSeparator(folder.path);
-    const bool isDrive = path.size() == 2 && path[1] == L':';
-    if (folder.fault == EntryFault::None && !path.empty() && (isDrive || HoldsSystemFolder(path)))
-        report.Add("dangerous-folder", place.entry.node->at, "The entry means the whole of " + Quoted(path) + '.');
+    if (folder.fault != EntryFault::None || !(IsWhole(folder.path) || folder.path.ends_with(L':')))
+        return;
+    const char* const what = SystemFolder(folder.path);
+    const std::wstring* keyword = place.entry.Find(L"path");
+    if (what != nullptr && keyword != nullptr && *keyword == L"app_path" && !place.version.install)
+        report.Add("dangerous-folder", place.entry.node->at, "The entry means a folder around that of app_path.");
+    else if (what != nullptr)
+        report.Add("dangerous-folder", place.entry.node->at,
+                   "The entry means the whole of " + Quoted(folder.path) + ", " + what + '.');
+}
+
+void CheckDangerousFile(const EntryPlace& place, const CFileReport& report)
+{
+    if (!place.section.Is(L"del_file"))
+        return;
+    const FileEntry file = ComposeFile(place.entry.attributes, place.version.appPath);
+    if (file.fault != EntryFault::None || !IsWhole(file.path))
+        return;
+    if (const char* const what = SystemFile(file.path))
+        report.Add("dangerous-file", place.entry.node->at, Quoted(file.path) + " is " + what + '.');
 }
 
 void CheckShortcut(const EntryPlace& place, const CFileReport& report)
@@ -137,15 +177,26 @@ void CheckShortcut(const EntryPlace& place, const CFileReport& report)
     const std::wstring* path = place.entry.Find(L"path");
     const ShortcutEntry shortcut = ComposeShortcut(place.entry.attributes, place.version.appPath);
     if (place.model.Counts(place.entry) && path != nullptr && shortcut.fault == EntryFault::None &&
-        HoldsSystemFolder(WithoutSeparator(shortcut.shortcut)) && !shortcut.shortcut.empty())
+        IsWhole(shortcut.shortcut) && IsOnEveryMachine(shortcut.shortcut))
         report.Add("shortcut-always-found", place.entry.At(L"path"),
                    Quoted(shortcut.shortcut) + " is there on every machine.");
 }
 
-constexpr EntryCheck entryChecks[] = {&CheckKeywords, &CheckWholePath, &CheckDangerous, &CheckShortcut};
+constexpr EntryCheck entryChecks[] = {&CheckKeywords,        &CheckWholePath,     &CheckMarker,  &CheckNames,
+                                      &CheckDangerousFolder, &CheckDangerousFile, &CheckShortcut};
 
 } // namespace
 
-void CheckPaths(const DescriptorModel& model, const CFileReport& report) { RunEntryChecks(entryChecks, model, report); }
+void CheckPaths(const DescriptorModel& model, const CFileReport& report)
+{
+    RunEntryChecks(entryChecks, model, report);
+    for (const VersionModel& version : model.versions)
+    {
+        const XmlNode* folder = version.node->Child(L"install_folder");
+        const XmlAttribute* name = folder != nullptr ? folder->Find(L"name") : nullptr;
+        if (name != nullptr && IsImpossible(L"x\\" + name->value))
+            report.Add("impossible-path", name->at, Quoted(name->value) + " can name nothing here.");
+    }
+}
 
 } // namespace prodsweep

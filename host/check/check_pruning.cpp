@@ -53,9 +53,10 @@ std::string Reason(const std::wstring& dropped, const std::wstring& kept)
 // The entry's folder or key begins with the text of what stays, and is not below it.
 bool IsSibling(const std::wstring& text, const std::wstring& kept)
 {
-    if (text.size() <= kept.size() || !text.starts_with(kept))
+    if (kept.empty() || text.size() <= kept.size() || !text.starts_with(kept))
         return false;
-    return !kept.ends_with(L'\\') && text[kept.size()] != L'\\';
+    const auto isSeparator = [](wchar_t character) { return character == L'\\' || character == L'/'; };
+    return !isSeparator(kept.back()) && !isSeparator(text[kept.size()]);
 }
 
 // What was dropped begins with the text of the last one before it that stays.

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "check/key_text.h"
+#include "check/system_places.h"
 #include "interpreter/entry_composer.h"
 #include "registry/value_pattern.h"
 
@@ -28,8 +29,11 @@ void CheckKey(const EntryPlace& place, const CFileReport& report)
         return;
     CheckKeyText(*text, place.entry.At(name), report);
     const KeyText key = SplitKeyText(*text);
-    if (isKey && key.hiveKnown && !place.entry.Find(L"data_str") && IsSystemKey(key))
-        report.Add("dangerous-key", place.entry.At(name), "The entry means the whole of " + Quoted(*text) + '.');
+    if (!isKey || !key.hiveKnown || place.entry.Find(L"data_str"))
+        return;
+    if (const char* const what = SystemKey(key))
+        report.Add("dangerous-key", place.entry.At(name),
+                   "The entry means the whole of " + Quoted(*text) + ", " + what + '.');
 }
 
 void CheckSearch(const EntryPlace& place, const CFileReport& report)
@@ -49,24 +53,30 @@ void CheckSearch(const EntryPlace& place, const CFileReport& report)
                    "Detection leaves out what stands behind the last \";\" of " + Quoted(*dataStr) + '.');
 }
 
+// The name as the passes compose it: with rel_name it is a path.
 void CheckValueName(const EntryPlace& place, const CFileReport& report)
 {
-    const std::wstring* name = place.entry.Find(L"name");
-    if (name == nullptr || !place.section.Is(L"del_regvalue"))
+    const RegValueEntry entry = place.section.Is(L"del_regvalue")
+                                    ? ComposeRegValue(place.entry.attributes, place.version.appPath)
+                                    : RegValueEntry();
+    if (entry.key.empty() || entry.fault != EntryFault::None)
         return;
+    const std::wstring& name = entry.valueName;
     const Position at = place.entry.At(L"name");
-    const CValuePattern pattern(*name);
+    const KeyText key = SplitKeyText(entry.key);
+    const CValuePattern pattern(name);
+    const char* const what = key.hiveKnown && !pattern.IsRefused() ? SystemValue(key, name) : nullptr;
+    if (what != nullptr)
+        report.Add("dangerous-value", at, "The entry means " + std::string(what) + '.');
     if (pattern.IsPlain())
         return;
-    const std::size_t first = name->find_first_not_of(L'*');
-    if (first == std::wstring::npos)
-        report.Add("every-value", at, Quoted(*name) + " matches every value of the key.");
-    else if (pattern.IsRefused() ||
-             name->substr(first, name->find_last_not_of(L'*') + 1 - first).find(L'*') != std::wstring::npos)
-        report.Add("star-inside", at, Quoted(*name) + " has a star that is neither its first nor its last character.");
-    else if (name->front() == L'*' && name->back() == L'*' && place.model.Counts(place.entry))
+    if (pattern.Matches(L""))
+        report.Add("every-value", at, Quoted(name) + " matches every value of the key.");
+    else if (pattern.IsRefused() || name.find(L'*', 1) < name.size() - 1)
+        report.Add("star-inside", at, Quoted(name) + " has a star that is neither its first nor its last character.");
+    else if (name.front() == L'*' && name.back() == L'*' && place.model.Counts(place.entry))
         report.Add("pattern-both-ends", at,
-                   "Detection wants something on both sides of " + Quoted(name->substr(1, name->size() - 2)) + '.');
+                   "Detection wants something on both sides of " + Quoted(name.substr(1, name.size() - 2)) + '.');
 }
 
 constexpr EntryCheck entryChecks[] = {&CheckKey, &CheckSearch, &CheckValueName};

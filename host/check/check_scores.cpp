@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cwctype>
+#include <string_view>
 
 namespace prodsweep {
 
@@ -25,19 +26,26 @@ struct ScoreRange
 ScoreRange RangeOf(const SectionModel& section)
 {
     ScoreRange range;
+    const bool always = IsAlwaysFound(section);
+    const bool never = section.opCode == nullptr;
     for (const EntryModel& entry : section.entries)
     {
-        const bool always = IsAlwaysFound(section);
-        range.lowest += always ? entry.score : std::min(entry.score, 0);
-        range.highest += always ? entry.score : std::max(entry.score, 0);
+        if (!entry.detected)
+            continue;
+        range.lowest += always ? entry.score : never ? 0 : std::min(entry.score, 0);
+        range.highest += always ? entry.score : never ? 0 : std::max(entry.score, 0);
         range.mayFailOtherwise = range.mayFailOtherwise || (entry.mandatory && !always);
     }
     const auto& children = section.node->children;
+    // Without an op_code a section fails; with one that does not exist, only its entries do.
     range.mayFailOtherwise =
-        range.mayFailOtherwise || section.opCode == nullptr ||
+        range.mayFailOtherwise || section.node->Find(L"op_code") == nullptr ||
         std::any_of(children.begin(), children.end(), [](const XmlNode& child) { return !child.IsElement(); });
     return range;
 }
+
+// A larger number counts as this one.
+constexpr std::wstring_view largestNumber = L"2147483647";
 
 bool AlwaysPasses(const SectionModel& section)
 {
@@ -50,7 +58,7 @@ void CheckMinimum(const SectionModel& section, const CFileReport& report)
     const XmlAttribute* minimum = section.node->Find(L"minimum_score");
     if (minimum == nullptr || section.IsSkippedByDetection())
         return;
-    if (const ScoreRange range = RangeOf(section); range.highest < section.minimum)
+    if (const ScoreRange range = RangeOf(section); section.opCode != nullptr && range.highest < section.minimum)
         report.Add("minimum-out-of-reach", minimum->at,
                    "The entries bring " + std::to_string(range.highest) + " at most, and " +
                        std::to_string(section.minimum) + " are asked for.");
@@ -69,7 +77,8 @@ void CheckVersion(const VersionModel& version, const CFileReport& report)
     const auto passes = [](const SectionModel* section) { return AlwaysPasses(*section); };
     const bool certain = version.allSections ? std::all_of(evaluated.begin(), evaluated.end(), passes)
                                              : std::any_of(evaluated.begin(), evaluated.end(), passes);
-    if (!certain || evaluated.empty())
+    const bool fails = version.allSections && version.hasStrayNode;
+    if (!certain || fails || evaluated.empty())
         return;
     const SectionModel& deciding = **std::find_if(evaluated.begin(), evaluated.end(), passes);
     report.Add("always-installed", version.allSections ? version.node->at : deciding.node->at,
@@ -79,11 +88,17 @@ void CheckVersion(const VersionModel& version, const CFileReport& report)
                          Quoted(version.node->name) + '.');
 }
 
+// It says the number that is read. Blanks around it do no harm.
 bool IsPlainNumber(const std::wstring& text)
 {
-    const std::size_t sign = text.starts_with(L'-') || text.starts_with(L'+') ? 1 : 0;
-    return text.size() > sign && std::all_of(text.begin() + static_cast<std::ptrdiff_t>(sign), text.end(),
-                                             [](wchar_t c) { return std::iswdigit(c); });
+    constexpr const wchar_t* blanks = L" \t\r\n";
+    const std::size_t first = std::min(text.find_first_not_of(blanks), text.size());
+    std::wstring digits = text.substr(first, text.find_last_not_of(blanks) + 1 - first);
+    if (digits.starts_with(L'-') || digits.starts_with(L'+'))
+        digits.erase(0, 1);
+    digits.erase(0, std::min(digits.find_first_not_of(L'0'), digits.size() - 1));
+    return !digits.empty() && std::all_of(digits.begin(), digits.end(), [](wchar_t c) { return std::iswdigit(c); }) &&
+           (digits.size() < largestNumber.size() || (digits.size() == largestNumber.size() && digits <= largestNumber));
 }
 
 void CheckNumber(const XmlAttribute& attribute, const CFileReport& report)

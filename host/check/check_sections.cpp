@@ -45,11 +45,14 @@ void CheckEntryElements(const SectionModel& section, const CFileReport& report)
     }
 }
 
-void CheckDuplicates(const SectionModel& section, const CFileReport& report)
+// Twice the same does no harm where nothing is counted.
+void CheckDuplicates(const DescriptorModel& model, const SectionModel& section, const CFileReport& report)
 {
     std::map<AttributeMap, const EntryModel*> first;
     for (const EntryModel& entry : section.entries)
     {
+        if (!model.Counts(entry) || section.IsSkippedByDetection())
+            continue;
         const auto [known, isFirst] = first.emplace(entry.attributes, &entry);
         if (!isFirst)
             report.Add("duplicate-entry", entry.node->at,
@@ -67,7 +70,7 @@ void CheckSections(const DescriptorModel& model, const CFileReport& report)
         {
             CheckOpCode(section, report);
             CheckEntryElements(section, report);
-            CheckDuplicates(section, report);
+            CheckDuplicates(model, section, report);
             const bool hasChildren = !section.node->children.empty();
             if (!hasChildren)
                 report.Add("section-empty", section.node->at, Quoted(section.node->name) + " has no entry.");

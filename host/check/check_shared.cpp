@@ -1,8 +1,8 @@
 #include "check/checks.h"
 
-#include <algorithm>
 #include <map>
 #include <set>
+#include <string_view>
 #include <utility>
 
 #include "check/key_text.h"
@@ -21,7 +21,8 @@ enum class ThingKind
     Service
 };
 
-// Something that an entry names, as the library compares it and as Windows does.
+// Something that an entry names, as the library compares it and as Windows does. The library knows each hive by its
+// long name there, whichever was written.
 struct Thing
 {
     ThingKind kind;
@@ -31,16 +32,16 @@ struct Thing
     Position at;
 };
 
-std::wstring LoweredKey(const std::wstring& text)
+std::wstring WithLongHive(const std::wstring& text)
 {
     const KeyText key = SplitKeyText(text);
-    return key.hiveKnown ? Lowered(key.hive + L'\\' + key.subkey) : Lowered(text);
+    return key.hiveKnown ? key.hive + L'\\' + key.subkey : text;
 }
 
 // The app path of a version is known on the machine only, and differs from product to product.
-bool LiesInAppPath(const EntryModel& entry)
+bool LiesInAppPath(const EntryModel& entry, const wchar_t* attribute = L"path")
 {
-    const std::wstring* keyword = entry.Find(L"path");
+    const std::wstring* keyword = entry.Find(attribute);
     return keyword != nullptr && *keyword == L"app_path";
 }
 
@@ -58,13 +59,17 @@ void AddPath(const EntryPlace& place, std::vector<Thing>& things)
 
 void AddKeyOrValue(const EntryPlace& place, std::vector<Thing>& things)
 {
+    const auto add = [&](ThingKind kind, const std::wstring& text) {
+        things.push_back({kind, text, Lowered(text), place.model.file, place.entry.node->at});
+    };
     const std::wstring* name = place.entry.Find(L"name");
     if (place.section.Is(L"del_regkey") && name != nullptr && !place.entry.Find(L"data_str"))
-        things.push_back({ThingKind::Key, *name, LoweredKey(*name), place.model.file, place.entry.node->at});
-    const std::wstring* key = place.entry.Find(L"key_path");
-    if (place.section.Is(L"del_regvalue") && name != nullptr && key != nullptr)
-        things.push_back({ThingKind::Value, *key + L'\\' + *name, LoweredKey(*key) + L'\\' + Lowered(*name),
-                          place.model.file, place.entry.node->at});
+        add(ThingKind::Key, WithLongHive(*name));
+    if (!place.section.Is(L"del_regvalue") || LiesInAppPath(place.entry, L"rel_name"))
+        return;
+    const RegValueEntry value = ComposeRegValue(place.entry.attributes, {});
+    if (value.fault == EntryFault::None)
+        add(ThingKind::Value, WithLongHive(value.key) + L'\\' + value.valueName);
 }
 
 void AddService(const EntryPlace& place, std::vector<Thing>& things)
@@ -87,17 +92,38 @@ std::vector<Thing> ThingsOf(const DescriptorModel& model)
     return things;
 }
 
-void Compare(const Thing& thing, const Thing& other, CFindings& findings)
+// What two things that Windows takes for one break; empty when they do no harm to each other.
+std::string_view RuleFor(const Thing& thing, const Thing& other)
 {
-    const CFileReport report(findings, thing.file->shown);
+    if (thing.file == other.file)
+        return {};
+    // Only the family protects, and only its own.
+    if (thing.file->owner != Owner::Own || other.file->owner != Owner::Own)
+        return "shared-unprotected";
+    if (thing.kind == ThingKind::Service)
+        return "shared-service";
+    return thing.spelled != other.spelled ? "shared-spelling" : "";
+}
+
+void Report(const Thing& thing, const Thing& other, std::string_view rule, CFindings& findings)
+{
     const std::string where = " in " + other.file->shown + ", line " + std::to_string(other.at.line);
-    const bool own = thing.file->owner == Owner::Own;
-    if (own && thing.kind == ThingKind::Service)
-        report.Add("shared-service", thing.at, Quoted(thing.spelled) + " is named" + where + ", too.");
-    else if (own && thing.spelled != other.spelled)
-        report.Add("shared-spelling", thing.at, Quoted(thing.spelled) + " is " + Quoted(other.spelled) + where + '.');
-    else if (!own)
-        report.Add("shared-unprotected", thing.at, Quoted(thing.spelled) + " is named" + where + ", too.");
+    const std::string what = rule == "shared-spelling"
+                                 ? Quoted(thing.spelled) + " is " + Quoted(other.spelled) + where + '.'
+                                 : Quoted(thing.spelled) + " is named" + where + ", too.";
+    CFileReport(findings, thing.file->shown).Add(rule, thing.at, what);
+}
+
+// Each rule once: the first other thing is as good as all.
+void Compare(const Thing& thing, const std::vector<Thing>& things, CFindings& findings)
+{
+    std::set<std::string_view> told;
+    for (const Thing& other : things)
+    {
+        const std::string_view rule = RuleFor(thing, other);
+        if (!rule.empty() && told.insert(rule).second)
+            Report(thing, other, rule, findings);
+    }
 }
 
 } // namespace
@@ -118,15 +144,7 @@ void CheckShared(std::span<const DescriptorModel> models, CFindings& findings)
     for (const auto& [key, things] : byThing)
     {
         for (const Thing& thing : things)
-        {
-            const auto other = std::find_if(things.begin(), things.end(), [&](const Thing& candidate) {
-                return candidate.file != thing.file && candidate.file->owner == thing.file->owner &&
-                       (thing.kind == ThingKind::Service || thing.file->owner != Owner::Own ||
-                        candidate.spelled != thing.spelled);
-            });
-            if (other != things.end())
-                Compare(thing, *other, findings);
-        }
+            Compare(thing, things, findings);
     }
 }
 

@@ -8,6 +8,7 @@
 #include <shlwapi.h>
 
 #include "check/known_names.h"
+#include "check/system_places.h"
 #include "interpreter/entry_composer.h"
 
 namespace prodsweep {
@@ -37,9 +38,9 @@ Deletions DeletionsOf(const VersionModel& version)
         for (const EntryModel& entry : section.entries)
         {
             std::wstring path;
-            if (section.Is(L"del_file"))
+            if (entry.removed && section.Is(L"del_file"))
                 path = ComposeFile(entry.attributes, version.appPath).path;
-            if (section.Is(L"del_folder"))
+            if (entry.removed && section.Is(L"del_folder"))
                 path = ComposeFolder(entry.attributes, version.appPath).path;
             while (path.ends_with(L'\\'))
                 path.pop_back();
@@ -68,7 +69,7 @@ void CheckWaiting(const SectionModel& section, const VersionModel& version, cons
 {
     for (const EntryModel& entry : section.entries)
     {
-        if (entry.Find(L"module") || IsYes(entry.attributes, L"wait"))
+        if (!entry.removed || entry.Find(L"module") || IsYes(entry.attributes, L"wait"))
             continue;
         const ToolEntry tool = ComposeTool(entry.attributes, version.appPath);
         const EntryModel* deletion = tool.fault == EntryFault::None ? DeletionOf(tool.path, deletions) : nullptr;
@@ -82,12 +83,25 @@ void CheckWaiting(const SectionModel& section, const VersionModel& version, cons
 void CheckProcess(const EntryPlace& place, const CFileReport& report)
 {
     const std::wstring* name = place.section.Is(L"kill_process") ? place.entry.Find(L"target_name") : nullptr;
-    if (name != nullptr && name->find_first_of(L"\\/*?") != std::wstring::npos)
+    const bool isFile = name != nullptr && name->find_first_of(L"\\/*?") == std::wstring::npos &&
+                        (name->find(L'.') != std::wstring::npos || SystemProcess(*name) != nullptr);
+    if (name != nullptr && !name->empty() && !isFile)
         report.Add("process-name", place.entry.At(L"target_name"),
                    Quoted(*name) + " is not the bare name of a program's file.");
+    if (const char* const why = name != nullptr ? SystemProcess(*name) : nullptr)
+        report.Add("dangerous-process", place.entry.At(L"target_name"), Quoted(*name) + " must run on: " + why + '.');
 }
 
-constexpr EntryCheck entryChecks[] = {&CheckPlace, &CheckProcess};
+void CheckServices(const EntryPlace& place, const CFileReport& report)
+{
+    const bool isService = place.section.Is(L"disable_driver") || place.section.Is(L"disable_service") ||
+                           place.section.Is(L"disableandstop_driver") || place.section.Is(L"disableandstop_service");
+    const std::wstring* name = isService ? place.entry.Find(L"name") : nullptr;
+    if (const char* const why = name != nullptr ? SystemService(*name) : nullptr)
+        report.Add("dangerous-service", place.entry.At(L"name"), Quoted(*name) + " must run on: " + why + '.');
+}
+
+constexpr EntryCheck entryChecks[] = {&CheckPlace, &CheckProcess, &CheckServices};
 
 } // namespace
 

@@ -6,14 +6,15 @@ namespace prodsweep {
 
 namespace {
 
-constexpr const wchar_t* yesAttributes[] = {L"mandatory", L"restart_required", L"wait", L"show_window",
-                                            L"disable_wow64_redir"};
+// Beside mandatory, which alone is read in any case.
+constexpr const wchar_t* yesAttributes[] = {L"restart_required", L"wait", L"show_window", L"disable_wow64_redir"};
 
 void CheckYes(const EntryPlace& place, const CFileReport& report)
 {
     for (const XmlAttribute& attribute : place.entry.node->attributes)
     {
-        const bool asked = std::any_of(std::begin(yesAttributes), std::end(yesAttributes),
+        const bool asked = EqualIgnoringCase(attribute.name, L"mandatory") ||
+                           std::any_of(std::begin(yesAttributes), std::end(yesAttributes),
                                        [&](const wchar_t* name) { return attribute.name == name; });
         if (asked && !EqualIgnoringCase(attribute.value, L"yes") && !EqualIgnoringCase(attribute.value, L"no"))
             report.Add("yes-value", attribute.at,
@@ -60,7 +61,14 @@ void CheckOs(const EntryPlace& place, const CFileReport& report)
         report.Add("os-value", at, Quoted(*value) + R"( is neither "x32" nor "x64".)");
 }
 
-constexpr EntryCheck entryChecks[] = {&CheckYes, &CheckCompleteStr, &CheckX32View, &CheckOs};
+void CheckRedirection(const EntryPlace& place, const CFileReport& report)
+{
+    if (place.section.Is(L"exec_tool") && IsYes(place.entry.attributes, L"disable_wow64_redir"))
+        report.Add("redirection-no-effect", place.entry.At(L"disable_wow64_redir"),
+                   "This library is 64-bit, and never redirected.");
+}
+
+constexpr EntryCheck entryChecks[] = {&CheckYes, &CheckCompleteStr, &CheckX32View, &CheckOs, &CheckRedirection};
 
 } // namespace
 

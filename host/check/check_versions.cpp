@@ -85,7 +85,10 @@ std::vector<EntryPlace> EntriesOf(const DescriptorModel& model)
         for (const SectionModel& section : version.sections)
         {
             for (const EntryModel& entry : section.entries)
-                places.push_back({model, version, section, entry});
+            {
+                if (entry.removed)
+                    places.push_back({model, version, section, entry});
+            }
         }
     }
     return places;

@@ -158,7 +158,11 @@ void CChecker::CheckDescriptors(const CatalogueFolder& folder, const std::string
             if (!seen.insert(Lowered(path)).second || !IsFile(shown))
                 continue;
             if (const SourceFile* file = CheckFile(shown, catalogue->owner); file != nullptr && !file->isCatalogue)
+            {
                 models.push_back(ModelOf(*file));
+                if (catalogue->owner == Owner::Own)
+                    CheckViews(product, models.back(), CFileReport(findings, catalogue->shown));
+            }
         }
     }
     CheckShared(models, findings);

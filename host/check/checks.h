@@ -37,6 +37,8 @@ struct CatalogueFolder
 // Where a product's descriptor lies.
 std::wstring DescriptorPath(const CatalogueFolder& folder, const SourceFile& catalogue, const std::wstring& name);
 void CheckFolder(const CatalogueFolder& folder, CFindings& findings);
+// A product of the family, and its descriptor: the view of the registry that its marks lie in.
+void CheckViews(const XmlNode& product, const DescriptorModel& model, const CFileReport& report);
 // Things that several products name.
 void CheckShared(std::span<const DescriptorModel> models, CFindings& findings);
 
@@ -48,7 +50,7 @@ struct EntryPlace
     const SectionModel& section;
     const EntryModel& entry;
 };
-// All entries of the model, which outlives them.
+// All entries of the model, which outlives them, but those that a removal skips.
 std::vector<EntryPlace> EntriesOf(const DescriptorModel& model);
 // Those that the library comes to.
 std::vector<EntryPlace> ListedEntriesOf(const DescriptorModel& model);

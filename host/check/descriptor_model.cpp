@@ -15,6 +15,8 @@ EntryModel EntryOf(const XmlNode& node, const std::wstring& opCode)
 {
     EntryModel entry;
     entry.node = &node;
+    entry.removed = !EqualIgnoringCase(node.name, L"sleep");
+    entry.detected = !EqualIgnoringCase(node.TextContent(), L"sleep");
     entry.attributes.emplace(L"op_code", opCode);
     for (const XmlAttribute& attribute : node.attributes)
     {
@@ -42,8 +44,7 @@ SectionModel SectionOf(const XmlNode& node)
         // Ends the section for every pass.
         if (!child.IsElement())
             break;
-        if (!EqualIgnoringCase(child.name, L"sleep") && !EqualIgnoringCase(child.TextContent(), L"sleep"))
-            section.entries.push_back(EntryOf(child, section.opCodeText));
+        section.entries.push_back(EntryOf(child, section.opCodeText));
     }
     return section;
 }
@@ -55,10 +56,12 @@ void FindAppPath(VersionModel& version)
     const XmlAttribute* name = installFolder != nullptr ? installFolder->Find(L"name") : nullptr;
     version.hasAppPath = name != nullptr ||
                          (appPath != nullptr && appPath->Find(L"key") != nullptr && appPath->Find(L"name") != nullptr);
-    if (name != nullptr && CSpecialFolder({}).Get(L"program_files", version.appPath))
+    version.install = name != nullptr && CSpecialFolder({}).Get(L"program_files", version.appPath);
+    if (version.install)
         PathJoin(version.appPath, name->value);
     else
-        version.appPath = L"A:\\app_path of " + version.node->name;
+        // No such text begins with another one, as the names of versions may.
+        version.appPath = L"A:\\(app_path of " + version.node->name + L')';
 }
 
 VersionModel VersionOf(const XmlNode& node)
@@ -74,6 +77,8 @@ VersionModel VersionOf(const XmlNode& node)
         {
             if (section.IsElement())
                 version.sections.push_back(SectionOf(section));
+            else
+                version.hasStrayNode = true;
         }
     }
     return version;
@@ -113,7 +118,7 @@ DescriptorModel ModelOf(const SourceFile& file)
     // In the order of the file.
     for (const XmlNode& child : file.root.children)
     {
-        if (child.IsElement() && child.name != L"version_list")
+        if (const auto first = firstNamed.find(child.name); first != firstNamed.end() && first->second == &child)
             add(child, false);
     }
     return model;

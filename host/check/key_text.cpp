@@ -27,49 +27,14 @@ public:
     }
 };
 
-// Those of the machine's software that many products share; the hives themselves go without saying.
-constexpr const wchar_t* systemKeys[] = {
-    L"Software",
-    L"Software\\Classes",
-    L"Software\\Classes\\CLSID",
-    L"Software\\Clients",
-    L"Software\\Microsoft",
-    L"Software\\Microsoft\\Windows",
-    L"Software\\Microsoft\\Windows NT",
-    L"Software\\Microsoft\\Windows NT\\CurrentVersion",
-    L"Software\\Microsoft\\Windows\\CurrentVersion",
-    L"Software\\Microsoft\\Windows\\CurrentVersion\\App Paths",
-    L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer",
-    L"Software\\Microsoft\\Windows\\CurrentVersion\\Installer",
-    L"Software\\Microsoft\\Windows\\CurrentVersion\\Run",
-    L"Software\\Microsoft\\Windows\\CurrentVersion\\RunOnce",
-    L"Software\\Microsoft\\Windows\\CurrentVersion\\SharedDLLs",
-    L"Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall",
-    L"Software\\Policies",
-    L"Software\\RegisteredApplications",
-    L"System",
-    L"System\\CurrentControlSet",
-    L"System\\CurrentControlSet\\Control",
-    L"System\\CurrentControlSet\\Enum",
-    L"System\\CurrentControlSet\\Services",
-};
-
-// The same keys have a copy for 32-bit programs.
-constexpr std::wstring_view narrowView = L"Software\\WOW6432Node";
-
-// All classes of the machine, under a name of their own.
-constexpr const wchar_t* systemClasses[] = {L"*",      L"AppID",     L"CLSID",     L"Directory", L"Drive",
-                                            L"Folder", L"Installer", L"Interface", L"TypeLib"};
-
 } // namespace
 
 KeyText SplitKeyText(const std::wstring& text)
 {
     KeyText key;
-    HKEY hive = nullptr;
-    key.hiveKnown = CSplitKeyPath().Split(text.c_str(), hive, key.subkey);
+    key.hiveKnown = CSplitKeyPath().Split(text.c_str(), key.root, key.subkey);
     if (key.hiveKnown)
-        key.hive = HiveName(hive);
+        key.hive = HiveName(key.root);
     return key;
 }
 
@@ -91,24 +56,6 @@ bool HasOddSeparator(std::wstring_view subkey)
 {
     return subkey.find(L'/') != std::wstring_view::npos || subkey.find(L"\\\\") != std::wstring_view::npos ||
            subkey.starts_with(L'\\');
-}
-
-bool IsSystemKey(const KeyText& key)
-{
-    std::wstring subkey = key.subkey;
-    while (subkey.ends_with(L'\\'))
-        subkey.pop_back();
-    if (subkey.empty())
-        return true;
-    const auto equals = [&](const wchar_t* known) { return EqualIgnoringCase(subkey, known); };
-    if (key.hive == L"HKEY_CLASSES_ROOT")
-        return std::any_of(std::begin(systemClasses), std::end(systemClasses), equals);
-    // Below HKEY_USERS each user's key is a hive of its own.
-    if (key.hive == L"HKEY_USERS")
-        return subkey.find(L'\\') == std::wstring::npos;
-    if (Lowered(subkey).starts_with(Lowered(narrowView)))
-        subkey.erase(std::wstring_view(L"Software").size(), std::wstring_view(L"\\WOW6432Node").size());
-    return std::any_of(std::begin(systemKeys), std::end(systemKeys), equals);
 }
 
 } // namespace prodsweep

@@ -4,11 +4,14 @@
 #include <string>
 #include <string_view>
 
+#include <windows.h>
+
 namespace prodsweep {
 
 struct KeyText
 {
     bool hiveKnown = false;
+    HKEY root = nullptr;
     std::wstring hive;   // its long name, whichever stands in the text
     std::wstring subkey; // as it stands
 };
@@ -19,8 +22,5 @@ std::string HiveFault(const std::wstring& text);
 
 // A separator that Windows does not take for one, or does not skip.
 bool HasOddSeparator(std::wstring_view subkey);
-
-// A key of which the whole machine would miss what lies below it.
-bool IsSystemKey(const KeyText& key);
 
 } // namespace prodsweep

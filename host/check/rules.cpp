@@ -30,8 +30,9 @@ constexpr Rule rules[] = {
      "It is passed over without a word, and what it should say holds its default.",
      "Correct its name, or take it out."},
     {"missing-attribute", Error, "an attribute is missing without which nothing works",
-     "A catalogue with such a product fails to load; an entry without it fails, and its thing is neither found nor "
-     "removed.",
+     "A catalogue with such a product fails to load; an entry or a folder without it fails, and what it means is "
+     "neither "
+     "found nor removed.",
      "Add the attribute."},
     {"repeated-element", Warning, "an element stands a second time where only the first is read",
      "The second one is passed over without a word.", "Merge it into the first, or give the version another name."},
@@ -63,8 +64,13 @@ constexpr Rule rules[] = {
     {"product-code-braces", Warning, "a product code without its braces",
      "The subkey of the system's list has them, so this version is never found.", "Put the code in braces."},
     {"display-name-length", Warning, "a display name that is too long to be read",
-     "Longer names in the system's list are passed over, so this version is never found.",
+     "Longer names in the system's list are passed over, so nothing is found by it.",
      "Use id, or keypath with keyvalue."},
+    {"mark-in-other-view", Warning,
+     "a mark of a product of the family that its descriptor names in the 32-bit view alone",
+     "Such products are looked for in the 64-bit view alone: where the mark is in the other, this version never counts "
+     "as installed.",
+     "Use a keypath with WOW6432Node in it, or name the 64-bit key in the descriptor, too."},
     {"product-without-version", Warning, "a product of the maker's own without a version",
      "Such products are known by their versions alone: this one never counts as installed.", "Add a version."},
     {"duplicate-product", Warning, "two products of one name in a catalogue",
@@ -82,7 +88,9 @@ constexpr Rule rules[] = {
      "The product cannot be removed, protects nothing, and of another maker's only the versions here are looked for.",
      "Write the descriptor into intern (products.xml) or extern (detection.xml), or correct file."},
     {"descriptor-shared", Warning, "two products have one descriptor",
-     "While one of them stays, all that the other would remove is in use, and stays.", "Write a descriptor for each."},
+     "Of the family, while one stays, all that the other would remove is in use, and stays; of other makers, removing "
+     "one removes both.",
+     "Write a descriptor for each."},
     {"product-in-both-catalogues", Warning, "one name in both catalogues",
      "A caller that asks for the name has to say which kind it means.", "Give one of them another name."},
 
@@ -97,8 +105,8 @@ constexpr Rule rules[] = {
      "Add the element, or correct its name in the list."},
     {"version-not-listed", Warning, "a version that is not listed",
      "It is never looked at: nothing of it is found or removed.", "Add its name to version_list."},
-    {"version-listed-twice", Warning, "a version is listed twice", "It is walked twice; its tools may run twice.",
-     "List it once."},
+    {"version-listed-twice", Warning, "a version is listed twice",
+     "It is walked twice; functions of DLLs may be called twice.", "List it once."},
     {"comment-in-version-list", Note, "a comment or text in version_list",
      "It counts as one more version that is not there.", "Move it in front of the list."},
     {"version-without-win-nt", Warning, "a version without win_nt", "Nothing of it is found or removed.",
@@ -134,8 +142,8 @@ constexpr Rule rules[] = {
      "Take it out, or add what it belongs to."},
 
     // Scores.
-    {"number-value", Warning, "a number with something else in it", "Only the digits in front count, and none mean 0.",
-     "Write a number."},
+    {"number-value", Warning, "a number with something else in it, or too large a one",
+     "Only the digits in front count, and none mean 0; more than 2147483647 counts as that.", "Write a number."},
     {"minimum-out-of-reach", Error, "minimum_score is more than all entries bring together",
      "Detection never passes the section.", "Lower minimum_score, or raise the scores."},
     {"always-installed", Error, "a version that detection finds on every machine",
@@ -168,12 +176,16 @@ constexpr Rule rules[] = {
      "Alone among its kind it is case-sensitive: it means no, and parts of a text match.", "Write yes in lower case."},
     {"x32view-value", Warning, "x32view is neither 1 nor true", "It means no.", "Write 1 or true."},
     {"x32view-no-effect", Warning, "x32view where it changes nothing",
-     "A 64-bit process looks in its own view all the same; what is in the 32-bit view is neither found nor deleted.",
+     "A 64-bit process looks in its own view all the same; what only 32-bit programs see by this name is neither found "
+     "nor deleted.",
      "Name the key by its real path, with WOW6432Node in it, without x32view."},
     {"os-value", Warning, "os is neither x32 nor x64, in lower case", "The entry runs on every system.",
      "Write x64, or take it out."},
     {"os-never", Warning, "os is x32",
      "The tool is left out without a word; a DLL function makes its stage report a failure.", "Take the entry out."},
+
+    {"redirection-no-effect", Note, "disable_wow64_redir where it changes nothing",
+     "Only 32-bit processes are redirected: a 64-bit one sees the system folder itself all the same.", "Take it out."},
 
     // Paths.
     {"unknown-keyword", Error, "a folder keyword that does not exist",
@@ -188,10 +200,15 @@ constexpr Rule rules[] = {
     {"relative-path", Error, "a path that is not whole, without a keyword",
      "What is meant depends on the folder and drive that the caller happens to be in.",
      "Add path, or write the whole path."},
-    {"marker-without-path", Error, "##### without path", "The five characters are part of the file's name.",
-     "Add path, or take the marker off."},
+    {"marker-without-path", Error, "##### where it marks nothing: without path, or of a folder",
+     "The five characters are part of the name.", "Add path, or take the marker off."},
     {"dangerous-folder", Error, "a folder that belongs to the system or to all products",
      "All that is in it is deleted.", "Name the product's own folder."},
+    {"dangerous-file", Error, "a file that belongs to the system",
+     "Windows, or most programs, no longer run without it.", "Name the product's own files."},
+    {"impossible-path", Error, "a path with a star, a question mark or a drive in its middle",
+     "Nothing has such a path: nothing is found or deleted, and a removal puts such a file off to the restart.",
+     "Name each file, or the folder that holds them; write a whole path without a keyword."},
     {"pruned-folder", Error, "a folder whose name begins with that of another one",
      "It is dropped from the list as if it lay in the other, and is not deleted.",
      "End the other's name with \"\\\", or put one of them into another product's descriptor."},
@@ -209,10 +226,13 @@ constexpr Rule rules[] = {
      "Searches run in the stage of plain keys and values, which is skipped when there are none.",
      "Add a plain key, such as the product's own."},
     {"search-for-anything", Error, "an empty text in data_str",
-     "The empty text is in every text: removal deletes every key of the tree that has a text value at all.",
+     "The empty text is in every text: removal deletes every key of the tree that has a text value at all; with "
+     "complete_str, each that has an empty one.",
      "Write no \";\" at the end, and no two in a row."},
     {"every-value", Warning, "a value name that is all stars", "Every value of the key is deleted.",
      "Name the product's own values, or delete the key."},
+    {"dangerous-value", Error, "a value that belongs to the system", "Windows, or each program, no longer finds it.",
+     "Name the product's own values."},
     {"star-inside", Error, "a value name with a star inside",
      "Only a star at an end is one: elsewhere it is refused, or an ordinary character.", "Write abc*, *abc or *abc*."},
 
@@ -222,18 +242,23 @@ constexpr Rule rules[] = {
     {"tool-not-waited-for", Warning, "a tool that is deleted while it may run",
      "It is started and not waited for; its file is in use when its folder goes, and has to wait for a restart.",
      "Add wait=\"yes\"."},
-    {"process-name", Warning, "kill_process with a path or a pattern",
+    {"process-name", Warning, "kill_process with a path, a pattern or without an extension",
      "The whole name of the program's file is compared: no process is found.", "Write the file's bare name."},
+    {"dangerous-process", Error, "kill_process of a program that must run on",
+     "Windows, or the user's session, ends with it.", "Name the product's own programs."},
+    {"dangerous-service", Error, "a service or driver that must run on",
+     "Windows does not start, or not work, without it.", "Name the product's own services and drivers."},
 
     // What several products name.
     {"shared-spelling", Warning, "two products of the family spell a shared thing differently",
      "What a product that stays uses is found by its exact spelling: the other's removal takes it away.",
-     "Spell it alike, case and hive included."},
+     "Spell it alike, case included."},
     {"shared-service", Warning, "two products of the family name one service",
      "Services are never in use: removing either product stops or disables it.",
      "Name it in neither, or in the one that has to go last."},
-    {"shared-unprotected", Warning, "two products of other makers name the same thing",
-     "Other makers' products protect nothing: removing either takes it away.", "Name it in neither."},
+    {"shared-unprotected", Warning, "two products name the same thing, and one of them is of another maker",
+     "Only the family protects what it uses, and only from itself: removing either takes it away.",
+     "Name it in neither."},
 };
 
 } // namespace

@@ -32,9 +32,12 @@ void Classify(SourceFile& file)
     const std::wstring_view name = NameOf(file.path);
     const bool ownCatalogue = SameName(name, L"products.xml");
     const bool otherCatalogue = SameName(name, L"detection.xml");
-    file.isCatalogue = ownCatalogue || otherCatalogue || file.root.Child(L"product") != nullptr;
+    // Whose it is, is known of a file that a catalogue names: the library reads that as a descriptor in any case.
     if (file.owner != Owner::Unknown)
         return;
+    // A version of a descriptor may be named "product", too.
+    file.isCatalogue =
+        ownCatalogue || otherCatalogue || (file.root.Child(L"product") != nullptr && !file.root.Child(L"version_list"));
     if (ownCatalogue)
         file.owner = Owner::Own;
     if (otherCatalogue)

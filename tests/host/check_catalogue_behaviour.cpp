@@ -201,6 +201,15 @@ std::vector<Behaviour> CatalogueBehaviour()
          }},
         {"product-code-braces", &ShowProductCodeBraces},
         {"display-name-length", &ShowDisplayNameLength},
+        {"mark-in-other-view",
+         [] {
+             UninstallEntries entries;
+             entries.Add(L"HarborLedger4", KEY_WOW64_32KEY);
+             CProductVersion version = FirstVersion("mark-in-other-view", bad);
+             EXPECT_FALSE(version.IsInstalled());
+             EXPECT_TRUE(version.IsInstalled2());
+             EXPECT_EQ(0U, InstalledProducts(Loaded("mark-in-other-view", bad), 1));
+         }},
         {"product-without-version",
          [] {
              const InstalledLedger ledger;

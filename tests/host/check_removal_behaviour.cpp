@@ -3,8 +3,8 @@
 
 #include "check/xml_document.h"
 #include "environment/special_folder.h"
+#include "environment/wow64.h"
 #include "interpreter/entry_composer.h"
-#include "support/recording_pass.h"
 #include "support/running_victim.h"
 #include "support/shortcut_maker.h"
 #include "support/temp_tree.h"
@@ -50,14 +50,6 @@ private:
     static constexpr const wchar_t* name = L"Software\\Harbor Ledger";
 };
 
-// How often the walk comes to an operation.
-std::size_t RecordedOperations(const std::string& rule, const std::wstring& file)
-{
-    RecordingPass pass(SamplePath(rule, file));
-    EXPECT_TRUE(pass.Process());
-    return pass.calls.size();
-}
-
 // What stays of a shortcut to the program in the folder that the samples name.
 bool ShortcutStays(const std::wstring& file)
 {
@@ -89,6 +81,22 @@ bool KeyStays(const std::string& rule, const std::wstring& file, const std::wstr
     return key.HasKey(L"Shell");
 }
 
+// Whether the file "ledger.log" is still there, and how many paths wait for the restart.
+using LogLeft = std::pair<bool, std::size_t>;
+
+LogLeft LogAfterRemoval(const std::wstring& file)
+{
+    const std::wstring folder = Folder(L"local_app_data") + L"\\Harbor Ledger";
+    const std::wstring log = folder + L"\\ledger.log";
+    CreateDirectoryW(folder.c_str(), nullptr);
+    CopyFileW(SamplePath("impossible-path", file).c_str(), log.c_str(), FALSE);
+    SampleRemoval removal("impossible-path", file);
+    removal->ExecuteCachedOperations();
+    const LogLeft left{Exists(log), removal->restartDeleteList.size()};
+    RemoveTree(folder);
+    return left;
+}
+
 bool VictimStays(const std::wstring& file)
 {
     const TempTree tree;
@@ -117,8 +125,8 @@ std::vector<Behaviour> RecordedBehaviour()
          }},
         {"version-listed-twice",
          [] {
-             EXPECT_EQ(2U, RecordedOperations("version-listed-twice", L"bad.xml"));
-             EXPECT_EQ(1U, RecordedOperations("version-listed-twice", L"good.xml"));
+             EXPECT_EQ(4U, SampleRemoval("version-listed-twice")->cachedDllMethods.size());
+             EXPECT_EQ(2U, SampleRemoval("version-listed-twice", L"good.xml")->cachedDllMethods.size());
          }},
         {"op-code-on-entry",
          [] {
@@ -181,6 +189,21 @@ std::vector<Behaviour> RecordedBehaviour()
          [] { EXPECT_EQ(Folder(L"windows_folder"), SampleRemoval("dangerous-folder")->cachedFolders.at(0)); }},
         {"dangerous-key",
          [] { EXPECT_EQ(L"HKLM\\Software", SampleRemoval("dangerous-key")->cachedRegItems.at(0).key); }},
+        {"dangerous-file",
+         [] {
+             EXPECT_EQ(Folder(L"windows_system") + L"\\kernel32.dll",
+                       SampleRemoval("dangerous-file")->cachedFiles.at(0));
+         }},
+        {"dangerous-value",
+         [] { EXPECT_EQ(L"Path", SampleRemoval("dangerous-value")->cachedRegItems.at(0).valueName); }},
+        {"dangerous-process", [] { EXPECT_EQ(L"svchost.exe", SampleRemoval("dangerous-process")->cachedKills.at(0)); }},
+        {"dangerous-service",
+         [] { EXPECT_EQ(L"RpcSs", SampleRemoval("dangerous-service")->cachedDisableDrivers.at(0)); }},
+        {"redirection-no-effect",
+         [] {
+             EXPECT_TRUE(SampleRemoval("redirection-no-effect")->cachedTools.at(0).disableWow64Redir);
+             EXPECT_FALSE(CWow64::Instance().IsWow64Process());
+         }},
         {"tool-without-path",
          [] {
              const std::wstring program = SamplePath("tool-without-path", L"");
@@ -201,6 +224,11 @@ std::vector<Behaviour> RecordedBehaviour()
 std::vector<Behaviour> RemovedBehaviour()
 {
     return {
+        {"impossible-path",
+         [] {
+             EXPECT_EQ((LogLeft{true, 1}), LogAfterRemoval(L"bad.xml"));
+             EXPECT_EQ((LogLeft{false, 0}), LogAfterRemoval(L"good.xml"));
+         }},
         {"pattern-both-ends",
          [] {
              {
