@@ -48,6 +48,7 @@ protected:
     static std::vector<std::wstring> Paths(const std::vector<PendingOperation>& operations)
     {
         std::vector<std::wstring> paths;
+        paths.reserve(operations.size());
         for (const PendingOperation& operation : operations)
             paths.push_back(operation.path);
         return paths;
