@@ -66,6 +66,8 @@ public:
     // True: it stays, for itself or for what is below it.
     bool Run(const KeyPlace& place);
     std::string Mark() { return digest.Text(); }
+    // A key stays only since access to it is denied.
+    bool MetRefusal() const { return refused; }
 
 private:
     bool RunValues(const KeyPlace& place, HKEY key);
@@ -77,6 +79,7 @@ private:
     const LookContext& context;
     CDigest digest;
     std::uint64_t things = 0;
+    bool refused = false;
 };
 
 void CKeyLook::Keep(PlannedPart::Kind kind, const std::wstring& name, const std::string& user)
@@ -139,7 +142,15 @@ bool CKeyLook::Run(const KeyPlace& place)
         return true;
     }
     UniqueRegKey key;
-    if (Open(place, KEY_READ, key) != ERROR_SUCCESS)
+    const LSTATUS status = Open(place, KEY_ALL_ACCESS, key);
+    if (status == ERROR_ACCESS_DENIED)
+    {
+        AddPart(item, {PlannedPart::Kind::Key, ToUtf8(place.full), ItemState::Fails, {}, {}});
+        digest.Add(std::wstring_view(L"denied"));
+        refused = true;
+        return true;
+    }
+    if (status != ERROR_SUCCESS)
     {
         item.contents.complete = false;
         return false;
@@ -160,7 +171,14 @@ void LookInto(PlannedItem& item, const KeyPlace& place, bool x32view, const Look
     if (const std::string user = context.unasked.OfKey(place.full, x32view); !user.empty())
         context.WarnOnce(item.name, "The installed product \"" + user + "\" uses this key as well, and is not asked.");
     CKeyLook look(item, x32view, context);
-    if (look.Run(place) && item.state == ItemState::Present)
+    const bool stays = look.Run(place);
+    if (look.MetRefusal())
+    {
+        item.state = ItemState::Fails;
+        item.reason = "access to a key in it is denied: that one stays, and so do the keys around it, without their "
+                      "values; the rest goes";
+    }
+    else if (stays)
         item.state = item.contents.keys + item.contents.values == 0 ? ItemState::InUse : ItemState::PartlyInUse;
     item.mark += look.Mark();
     if (item.state == ItemState::InUse && !item.parts.empty())
@@ -196,15 +214,21 @@ bool IsForbiddenForItsEmptyText(PlannedItem& item, const CachedRegKeySearch& sea
     return IsForbidden(item, start, context);
 }
 
+void FailForAccess(PlannedItem& item, const std::string& what)
+{
+    item.state = ItemState::Fails;
+    item.reason = "access to " + what + " is denied, which the removal takes for absence";
+}
+
 bool IsThere(PlannedItem& item, const KeyPlace& place)
 {
     UniqueRegKey key;
     const LSTATUS status = Open(place, KEY_READ, key);
     if (status == ERROR_SUCCESS && MayBeDeleted(place))
         return true;
-    item.state = status == ERROR_SUCCESS || status == ERROR_ACCESS_DENIED ? ItemState::Fails : ItemState::Absent;
-    if (item.state == ItemState::Fails)
-        item.reason = "access to it is denied, which the removal takes for absence";
+    item.state = ItemState::Absent;
+    if (status == ERROR_SUCCESS || status == ERROR_ACCESS_DENIED)
+        FailForAccess(item, "it");
     return false;
 }
 
@@ -278,6 +302,12 @@ void JudgeSearch(PlannedItem& item, const std::vector<PlannedItem>& keys)
         item.state = ItemState::GoesWith;
         item.by = gone->by;
     }
+    // Where one fails, the search does.
+    if (const auto failing = firstThat(ItemState::Fails); failing != keys.end())
+    {
+        item.state = ItemState::Fails;
+        item.reason = failing->reason;
+    }
 }
 
 // Those that are there.
@@ -314,6 +344,15 @@ void LookAtNames(PlannedItem& item, const WideStringList& names, const std::wstr
         item.state = item.contents.inUse != 0 ? ItemState::PartlyInUse : ItemState::Present;
     else if (item.contents.inUse != 0)
         item.state = ItemState::InUse;
+}
+
+// The removal deletes none of them; what is in use stays for that.
+void KeepForAccess(PlannedItem& item)
+{
+    FailForAccess(item, "its key");
+    item.contents.values = 0;
+    for (PlannedPart& part : item.parts)
+        part.state = part.state == ItemState::Present ? ItemState::Fails : part.state;
 }
 
 } // namespace
@@ -364,8 +403,14 @@ void LookAtValue(PlannedItem& item, const CachedRegItem& value, const LookContex
     KeyPlace place;
     UniqueRegKey key;
     item.state = ItemState::Absent;
-    if (!Split(value.key, place) || Open(place, KEY_READ, key) != ERROR_SUCCESS)
+    if (!Split(value.key, place))
         return;
+    if (const LSTATUS status = Open(place, KEY_READ, key); status != ERROR_SUCCESS)
+    {
+        if (status == ERROR_ACCESS_DENIED)
+            FailForAccess(item, "its key");
+        return;
+    }
     const CValuePattern pattern(value.valueName);
     if (pattern.IsRefused())
     {
@@ -381,6 +426,8 @@ void LookAtValue(PlannedItem& item, const CachedRegItem& value, const LookContex
     if (IsGone(item, place, context))
         return;
     LookAtNames(item, NamesMeant(pattern, value.valueName, key.get()), place.full, value.x32view, context);
+    if (item.contents.values != 0 && !MayBeDeleted(place))
+        KeepForAccess(item);
     // A plain name says by itself what it means.
     if (pattern.IsPlain())
         item.parts.clear();

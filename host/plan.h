@@ -18,7 +18,7 @@ enum class ItemState
     GoesWith,    // an earlier item of this sweep takes it along, or has dealt with it: see by
     Pruned,      // it is struck off the list for the sake of another: see by, and reason for whether it stays
     Skipped,     // it is passed over: see reason
-    Fails        // it would be tried in vain: see reason
+    Fails        // it would be tried in vain, as a whole or where a part of it says so: see reason
 };
 
 enum class ItemKind

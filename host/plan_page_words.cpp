@@ -77,7 +77,7 @@ const char* StateMeaning(ItemState state)
     case ItemState::Fails:
         break;
     }
-    return "would be tried in vain";
+    return "would be tried in vain, as a whole or where a part of it says so";
 }
 
 std::string StateClass(ItemState state)
