@@ -6,7 +6,6 @@
 
 #include "open_file.h"
 #include "operations/tree_walk.h"
-#include "pending_path.h"
 #include "real_path.h"
 #include "text.h"
 
@@ -57,8 +56,7 @@ public:
 private:
     void OnMet();
     void OnLink();
-    bool LeadsRound(const std::wstring& real, const std::wstring& folder) const;
-    void OnCircle(const std::string& path, const std::string& real);
+    void OnCircle();
     // True: it stays.
     bool OnFolder();
     bool OnFile();
@@ -69,13 +67,6 @@ private:
     CTreeWalk walk;
     CDigest digest;
     CSweptPlaces::Rest rest;
-    struct Passed
-    {
-        std::size_t depth;  // of the link
-        std::wstring place; // where the folder really lies that the link is in
-    };
-    std::vector<Passed> passed; // the links on the way to what is looked at
-    std::uint64_t circles = 0;
     std::uint64_t things = 0;
     std::uint64_t tries = 0;
     bool passBy = false; // the folder that was just met
@@ -97,7 +88,6 @@ void CFolderLook::OnLink()
 {
     const std::wstring link = walk.Path();
     const std::wstring real = RealPath(link);
-    const std::wstring folder = RealPath(link.substr(0, link.find_last_of(L'\\')));
     const std::string path = ToUtf8(link);
     digest.Add(real);
     ++item.contents.links;
@@ -108,36 +98,15 @@ void CFolderLook::OnLink()
         item.contents.complete = false;
         passBy = true;
     }
-    else if (LeadsRound(real, folder))
-    {
-        OnCircle(path, ToUtf8(real));
-    }
-    else
-    {
-        passed.push_back({walk.Depth(), folder});
-    }
 }
 
-// Whether the way from the root to a link in this folder comes from where the link leads.
-bool CFolderLook::LeadsRound(const std::wstring& real, const std::wstring& folder) const
-{
-    const auto comesFrom = [&](const std::wstring& place) { return IsSamePath(real, place) || IsBelow(real, place); };
-    return comesFrom(folder) ||
-           std::any_of(passed.begin(), passed.end(), [&](const Passed& link) { return comesFrom(link.place); });
-}
-
-// The deletion goes round until the path is too long, and then can't delete the folders on it. With a second such link
-// it takes either on each round, which has no end.
-void CFolderLook::OnCircle(const std::string& path, const std::string& real)
+// What lies behind it is dealt with by the names it has on this side. Not every system deletes the link alone; else the
+// folder around it can't go either.
+void CFolderLook::OnCircle()
 {
     item.restart = true;
-    passBy = true;
-    if (++circles > 1)
-        context.Endanger(path, real,
-                         {real, "a folder around it, as where another link leads: going round would not end"});
-    else
-        context.Warn(item.name,
-                     "The link \"" + path + "\" in it leads round in a circle, so it is left to the restart.");
+    context.Warn(item.name, "The link \"" + ToUtf8(walk.Path()) +
+                                "\" in it leads round in a circle, so it is left to the restart.");
 }
 
 bool CFolderLook::OnFolder()
@@ -184,8 +153,6 @@ bool CFolderLook::OnFile()
 
 void CFolderLook::OnLeft(bool stays)
 {
-    while (!passed.empty() && passed.back().depth >= walk.Depth())
-        passed.pop_back();
     if (stays)
         rest.around.emplace_back(walk.Path());
     else
@@ -214,6 +181,9 @@ void CFolderLook::Run()
         case WalkStep::Folder:
             stays = OnFolder();
             break;
+        case WalkStep::Circle:
+            OnCircle();
+            continue;
         case WalkStep::File:
             stays = OnFile();
             break;

@@ -67,6 +67,10 @@ int COperations::DelFolderRec(const wchar_t* path, IUsed* used, bool* inUse)
         case WalkStep::File:
             result = DelFile(walk.Path(), used, &stays);
             break;
+        case WalkStep::Circle:
+            // The link itself can go. What lies behind it goes, or stays, by the names it has on this side.
+            DelFolderRec(walk.Path());
+            break;
         case WalkStep::Left:
             // Only a caller who asks for the flag keeps the root of the walk for what is in use below.
             stays = staying > walk.Depth() && (walk.Depth() > 0 || inUse != nullptr);
@@ -102,6 +106,9 @@ int COperations::DelFolderRec(WalkStep step, const CTreeWalk& walk)
     case WalkStep::Unlisted:
         LOG(LogError, L"FindFirstFile \"%s\" failed 0x%x", walk.Path(), walk.Error());
         return _ERROR_UNKNOWN;
+    case WalkStep::Circle:
+        LOG(LogWarning, L"\"%s\" leads back to a folder around it", walk.Path());
+        return _ERROR_SUCCESS;
     default:
         return _ERROR_SUCCESS;
     }

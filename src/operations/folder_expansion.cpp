@@ -26,7 +26,8 @@ int COperations::ExpandFolder(const wchar_t* path, WideStringList& folders, Wide
 
 int COperations::ExpandFolderRec(const wchar_t* path, WideStringList& folders, WideStringList& files)
 {
-    CTreeWalk walk(path);
+    // What a removal names behind a link that leads back is in use under that name as well.
+    CTreeWalk walk(path, Circles::FollowOnce);
     int result = _ERROR_SUCCESS; // for what was handled last, in the end the root
     for (WalkStep step = walk.Next(); step != WalkStep::End; step = walk.Next())
     {
@@ -49,6 +50,9 @@ int COperations::ExpandFolderRec(const wchar_t* path, WideStringList& folders, W
         case WalkStep::Unlisted:
             LOG(LogError, L"FindFirstFile \"%s\" failed 0x%x", walk.Path(), walk.Error());
             result = _ERROR_UNKNOWN;
+            break;
+        case WalkStep::Circle:
+            LOG(LogWarning, L"\"%s\" leads back to a folder around it", walk.Path());
             break;
         case WalkStep::File:
             files.emplace_back(walk.Path());

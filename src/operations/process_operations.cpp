@@ -1,21 +1,14 @@
 #include "operations/operations.h"
 
 #include "environment/log.h"
+#include "operations/unique_handle.h"
 
 #include <tlhelp32.h>
 
 #include <cwchar>
-#include <memory>
 
 namespace prodsweep {
 namespace {
-
-struct HandleCloser
-{
-    using pointer = HANDLE;
-    void operator()(HANDLE handle) const noexcept { CloseHandle(handle); }
-};
-using UniqueHandle = std::unique_ptr<HANDLE, HandleCloser>;
 
 // The exit codes tell afterwards which way a process was ended.
 constexpr UINT plainExitCode = 0;

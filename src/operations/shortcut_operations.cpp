@@ -46,8 +46,8 @@ enum class LinkStep
 class CShortcutWalk
 {
 public:
-    CShortcutWalk(const wchar_t* path, const wchar_t* wanted, bool wantedIsPath)
-        : walk(path), target(wanted), targetIsPath(wantedIsPath)
+    CShortcutWalk(const wchar_t* path, const wchar_t* wanted, bool wantedIsPath, Circles circles = Circles::PassBy)
+        : walk(path, circles), target(wanted), targetIsPath(wantedIsPath)
     {}
 
     LinkStep Next();
@@ -81,6 +81,9 @@ LinkStep CShortcutWalk::Next()
             return LinkStep::Entered;
         case WalkStep::End:
             return LinkStep::End;
+        case WalkStep::Circle:
+            LOG(LogWarning, L"\"%s\" leads back to a folder around it", walk.Path());
+            break;
         case WalkStep::File:
             if (!IsLink(walk.Name()))
                 break;
@@ -145,7 +148,8 @@ int COperations::ExpandShortcut(const wchar_t* path, const wchar_t* target, bool
 // Deliberate, in all three: the last result wins. Each folder starts anew with success, its result
 // replaces that of the folder around it, and links that don't match change nothing. So a failure is
 // hidden by a later success, and a folder without a matching link is a success, which is what
-// detection counts as found.
+// detection counts as found. A link that leads back to a folder around it changes nothing: that folder
+// has a result of its own.
 
 int COperations::DelShortcutRec(const wchar_t* path, const wchar_t* target, bool targetIsPath, IUsed* used)
 {
@@ -213,7 +217,8 @@ int COperations::CheckShortcutRec(const wchar_t* path, const wchar_t* target, bo
 
 int COperations::ExpandShortcutRec(const wchar_t* path, const wchar_t* target, bool targetIsPath, WideStringList& links)
 {
-    CShortcutWalk walk(path, target, targetIsPath);
+    // What a removal names behind a link that leads back is in use under that name as well.
+    CShortcutWalk walk(path, target, targetIsPath, Circles::FollowOnce);
     int result = _ERROR_SUCCESS;
     for (LinkStep step = walk.Next(); step != LinkStep::End; step = walk.Next())
     {

@@ -36,6 +36,10 @@ const wchar_t* CTreeWalk::Name() const noexcept { return path.c_str() + (open.em
 
 WalkStep CTreeWalk::List()
 {
+    const bool leadsBack = IsLink() && LeadsBack();
+    if (leadsBack && (circles == Circles::PassBy || IsInCircle()))
+        return WalkStep::Circle;
+    const bool inCircle = leadsBack || IsInCircle();
     const std::size_t length = path.size();
     const std::size_t prefix = AddSeparator(path).size();
     path += L"*.*";
@@ -45,7 +49,7 @@ WalkStep CTreeWalk::List()
     if (find == INVALID_HANDLE_VALUE)
         return error == ERROR_FILE_NOT_FOUND ? WalkStep::Gone : WalkStep::Unlisted;
     std::unique_ptr<HANDLE, FindCloser> owned(find);
-    open.push_back({std::move(owned), length, prefix});
+    open.push_back({std::move(owned), length, prefix, inCircle, std::nullopt});
     entryWaits = true;
     return WalkStep::Entered;
 }
@@ -63,7 +67,7 @@ WalkStep CTreeWalk::Advance()
     }
     path.resize(folder.length);
     AddSeparator(path) += entry.cFileName;
-    // Deliberate: a link to a folder is walked like any folder.
+    // Deliberate: a link to a folder is walked like any folder, as long as the walk ends.
     return (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? WalkStep::Met : WalkStep::File;
 }
 
@@ -74,6 +78,26 @@ bool CTreeWalk::NextEntry()
     while (found && IsDots(entry.cFileName))
         found = FindNextFileW(open.back().find.get(), &entry);
     return found;
+}
+
+bool CTreeWalk::IsLink() const noexcept
+{
+    return !open.empty() && (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+}
+
+bool CTreeWalk::LeadsBack()
+{
+    const std::optional<FolderIdentity> target = IdentityOf(path);
+    if (!target)
+        return false;
+    for (OpenFolder& folder : open)
+    {
+        if (!folder.identity)
+            folder.identity = IdentityOf(path.substr(0, folder.prefix));
+        if (folder.identity == target)
+            return true;
+    }
+    return false;
 }
 
 } // namespace prodsweep

@@ -1,9 +1,12 @@
 #pragma once
 
+#include "operations/folder_identity.h"
+
 #include <windows.h>
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,11 +21,20 @@ enum class WalkStep
     Folder,    // it is one; Skip() passes it by
     Gone,      // it can't be listed, as nothing is found in it; it is passed by
     Unlisted,  // it can't be listed for another reason, which Error() tells; it is passed by
+    Circle,    // it is a link that leads back to a folder on the way to it; it is passed by
     Entered,   // it is listed; its entries follow
     File,      // an entry that is no folder
     Left,      // all entries of a folder were seen; its enumeration is closed
     Skipped,
     End
+};
+
+// A link that leads back to a folder on the way to it: its target is gone through as that folder already.
+enum class Circles
+{
+    PassBy,
+    // On any way one such link is followed, so that all is seen under its names behind the link as well.
+    FollowOnce
 };
 
 // Goes through a folder and all that lies below it, depth first, in the order of the enumeration.
@@ -32,7 +44,7 @@ enum class WalkStep
 class CTreeWalk
 {
 public:
-    explicit CTreeWalk(const wchar_t* root) : path(root) {}
+    explicit CTreeWalk(const wchar_t* root, Circles wanted = Circles::PassBy) : path(root), circles(wanted) {}
 
     WalkStep Next();
     // After Folder: neither lists nor leaves it.
@@ -57,15 +69,22 @@ private:
     struct OpenFolder
     {
         std::unique_ptr<HANDLE, FindCloser> find;
-        std::size_t length; // of the folder's path
-        std::size_t prefix; // of the same with the separator that its entries need
+        std::size_t length;                     // of the folder's path
+        std::size_t prefix;                     // of the same with the separator that its entries need
+        bool inCircle;                          // a link that leads back was followed on the way
+        std::optional<FolderIdentity> identity; // asked for when a link is met, as most trees have none
     };
 
     WalkStep List();
     WalkStep Advance();
     bool NextEntry();
+    // All three are about the folder that was met.
+    [[nodiscard]] bool IsInCircle() const noexcept { return !open.empty() && open.back().inCircle; }
+    [[nodiscard]] bool IsLink() const noexcept;
+    bool LeadsBack();
 
     std::wstring path;
+    Circles circles;
     std::vector<OpenFolder> open;
     WIN32_FIND_DATAW entry{};
     bool entryWaits = false; // the call that opens an enumeration brings the first entry with it

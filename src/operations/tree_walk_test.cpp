@@ -280,20 +280,6 @@ TEST_F(LinkedTreeTest, LinkInUseKeepsWhatLiesBehindIt)
     EXPECT_TRUE(Exists(link));
 }
 
-TEST_F(OddTreeTest, LinkToItsOwnParentEndsWhenPathsEnd)
-{
-    const test::FolderLink loop(tree.Path(L"loop"), root);
-    const std::wstring file = tree.AddFile(L"a.txt");
-    WideStringList folders;
-    WideStringList files;
-
-    EXPECT_EQ(_ERROR_SUCCESS, operations.ExpandFolder(root.c_str(), folders, files));
-
-    EXPECT_EQ(1, std::count(files.begin(), files.end(), file));
-    EXPECT_EQ(1, std::count(files.begin(), files.end(), tree.Path(L"loop\\a.txt")));
-    EXPECT_LT(2u, folders.size());
-}
-
 // The root of a drive, always one whose whole content is the sandbox.
 
 struct DriveRootTest : OddTreeTest

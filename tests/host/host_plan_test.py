@@ -241,14 +241,24 @@ class Items(Planned):
                          [("link", self.path("app/link"), self.path("elsewhere"))])
         self.assertEqual([item["contents"][name] for name in ["files", "links"]], [2, 1])
 
-    def test_link_that_leads_in_a_circle_ends(self):
+    def test_links_that_lead_in_a_circle_end(self):
         self.host.write("app/own.txt", "x")
-        (self.host.folder / "app" / "link").symlink_to(self.host.folder / "app")
+        for name in ["one", "two"]:
+            (self.host.folder / "app" / name).symlink_to(self.host.folder / "app")
         self.forced(section("del_folder", entry(name=self.path("app"))))
         plan = self.plan()
         contents = self.items("folders", plan=plan)[0]["contents"]
-        self.assertEqual([contents[name] for name in ["folders", "files", "links", "complete"]], [1, 1, 1, True])
-        self.assertIn("circle", plan["warnings"][0]["text"])
+        self.assertEqual([contents[name] for name in ["folders", "files", "links", "complete"]], [1, 1, 2, True])
+        for warning, name in zip(plan["warnings"], ["one", "two"], strict=True):
+            self.assertIn(self.path(f"app/{name}") + '" in it leads round in a circle', warning["text"])
+
+    def test_what_a_link_to_the_folder_above_leads_to_is_counted(self):
+        self.host.write("app/beside.txt", "x")
+        self.host.write("app/deep/own.txt", "x")
+        (self.host.folder / "app" / "deep" / "link").symlink_to(self.host.folder / "app")
+        self.forced(section("del_folder", entry(name=self.path("app/deep"))))
+        # Its own file under both names.
+        self.assertEqual(self.items("folders")[0]["contents"]["files"], 3)
 
     def test_links_that_lead_to_each_other_end(self):
         for name, other in [("app/a", "app/b"), ("app/b", "app/a")]:
@@ -324,11 +334,20 @@ class Truth(Planned):
         self.assertEqual(self.states("restart", plan=plan), [(self.path("app/a.txt"), "goes with")])
         self.assertEqual((plan["restart"], self.carry_out()["restart"]), (True, True))
 
-    def test_folder_with_a_circle_asks_for_a_restart(self):
-        self.host.write("app/a.txt", "x")
-        (self.host.folder / "app" / "circle").symlink_to(self.host.folder / "app")
+    def test_folder_with_circles_goes_but_for_them_and_asks_for_a_restart(self):
+        file = self.host.write("app/a.txt", "x")
+        for name in ["one", "two"]:
+            (self.host.folder / "app" / name).symlink_to(self.host.folder / "app")
         self.anvil(section("del_folder", entry(name=self.path("app"))))
         self.assertEqual((self.plan()["restart"], self.carry_out()["restart"]), (True, True))
+        self.assertFalse(file.exists())
+
+    def test_what_a_link_to_the_folder_above_leads_to_goes(self):
+        files = [self.host.write(f"app/{name}", "x") for name in ["beside.txt", "deep/own.txt"]]
+        (self.host.folder / "app" / "deep" / "link").symlink_to(self.host.folder / "app")
+        self.anvil(section("del_folder", entry(name=self.path("app/deep"))))
+        self.assertEqual((self.plan()["restart"], self.carry_out()["restart"]), (True, True))
+        self.assertEqual([file.exists() for file in files], [False, False])
 
     def test_file_that_goes_with_a_folder_of_which_something_stays_is_counted_once(self):
         files = [self.host.write(f"app/{name}", "x") for name in ["a.txt", "deep/b.txt", "deep/kept.txt"]]

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace prodsweep::test {
 
 FileFaults* FileFaults::current = nullptr;
@@ -24,6 +26,8 @@ int FileFaults::Count(const std::string& call, const std::wstring& path) const
     return found == counts.end() ? 0 : found->second;
 }
 
+std::ptrdiff_t FileFaults::Count(const std::string& call) const { return std::count(order.begin(), order.end(), call); }
+
 bool FileFaults::Passes(const char* call, const wchar_t* path)
 {
     ++counts[{call, path}];
@@ -39,6 +43,11 @@ HANDLE WINAPI FileFaults::FindFirst(const wchar_t* path, WIN32_FIND_DATAW* data)
 {
     if (!current->Passes("FindFirstFileW", path))
         return INVALID_HANDLE_VALUE;
+    if (--current->listingsLeft < 0)
+    {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return INVALID_HANDLE_VALUE;
+    }
     return current->findFirst.Original<HANDLE WINAPI(const wchar_t*, WIN32_FIND_DATAW*)>()(path, data);
 }
 

@@ -4,6 +4,8 @@
 
 #include <windows.h>
 
+#include <cstddef>
+#include <limits>
 #include <map>
 #include <string>
 #include <utility>
@@ -25,8 +27,13 @@ public:
     // The call fails with error whenever it gets this very path.
     void Fail(const std::string& call, const std::wstring& path, DWORD error) { faults[{call, path}] = error; }
 
+    // From so many calls on, FindFirstFileW fails always: what would go on without end ends.
+    void AllowListings(int most) { listingsLeft = most; }
+
     // How often the call was made with this very path, failing or not.
     [[nodiscard]] int Count(const std::string& call, const std::wstring& path) const;
+    // How often the call was made.
+    [[nodiscard]] std::ptrdiff_t Count(const std::string& call) const;
     // The names of the calls, as they came.
     [[nodiscard]] const std::vector<std::string>& Order() const { return order; }
 
@@ -44,6 +51,7 @@ private:
     std::map<Call, DWORD> faults;
     std::map<Call, int> counts;
     std::vector<std::string> order;
+    int listingsLeft = std::numeric_limits<int>::max();
     ImportPatch findFirst;
     ImportPatch setAttributes;
     ImportPatch deleteOne;

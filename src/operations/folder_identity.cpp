@@ -1,0 +1,31 @@
+#include "operations/folder_identity.h"
+
+#include "operations/unique_handle.h"
+
+namespace prodsweep {
+namespace {
+
+// What file systems answer that have no number for a folder.
+constexpr ULONGLONG noIndex = 0;
+constexpr ULONGLONG unspeakableIndex = ~ULONGLONG{0};
+
+} // namespace
+
+std::optional<FolderIdentity> IdentityOf(const std::wstring& folder)
+{
+    const HANDLE opened =
+        CreateFileW(folder.c_str(), FILE_READ_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                    nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    if (opened == INVALID_HANDLE_VALUE)
+        return std::nullopt;
+    const UniqueHandle owned(opened);
+    BY_HANDLE_FILE_INFORMATION information{};
+    if (!GetFileInformationByHandle(opened, &information))
+        return std::nullopt;
+    const ULONGLONG index = (ULONGLONG{information.nFileIndexHigh} << 32) | information.nFileIndexLow;
+    if (index == noIndex || index == unspeakableIndex)
+        return std::nullopt;
+    return FolderIdentity{information.dwVolumeSerialNumber, index};
+}
+
+} // namespace prodsweep
