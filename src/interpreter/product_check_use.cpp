@@ -63,12 +63,7 @@ void SortUnique(std::vector<UsedTool>& list)
     list.erase(std::unique(list.begin(), list.end()), list.end());
 }
 
-bool Holds(const WideStringList& list, const wchar_t* text)
-{
-    return std::find(list.begin(), list.end(), std::wstring(text)) != list.end();
-}
-
-bool Holds(const UsedRegItemList& list, const UsedRegItem& item)
+bool HoldsItem(const UsedRegItemList& list, const UsedRegItem& item)
 {
     return std::any_of(list.begin(), list.end(), [&item](const UsedRegItem& used) { return Same(used, item); });
 }
@@ -116,13 +111,13 @@ bool CProductCheckUse::IsFolderUsed(const wchar_t* path) const { return Holds(us
 
 bool CProductCheckUse::IsRegKeyUsed(const wchar_t* key, bool x32view) const
 {
-    return Holds(usedRegKeys, {key, x32view});
+    return HoldsItem(usedRegKeys, {key, x32view});
 }
 
 bool CProductCheckUse::IsRegValueUsed(const wchar_t* key, const wchar_t* value, bool x32view) const
 {
     std::wstring path = key;
-    return Holds(usedRegValues, {PathJoin(path, value), x32view});
+    return HoldsItem(usedRegValues, {PathJoin(path, value), x32view});
 }
 
 bool CProductCheckUse::IsToolUsed(const wchar_t* tool, const wchar_t* commandLine) const

@@ -6,13 +6,11 @@
 
 #include <windows.h>
 
-#include <algorithm>
-
 namespace prodsweep {
 
 void CProductUninstall::AddRestartDel(const std::wstring& path)
 {
-    if (std::find(restartDeleteList.begin(), restartDeleteList.end(), path) != restartDeleteList.end())
+    if (Holds(restartDeleteList, path))
         return;
     LOG(LogTrace, L"\"%s\"", path.c_str());
     restartDeleteList.push_back(path);

@@ -2,15 +2,13 @@
 
 #include "environment/log.h"
 
-#include <algorithm>
-
 namespace prodsweep {
 
 void COperations::AddRestartDel(const std::wstring& path)
 {
     // Deliberate: two spellings of one path are two entries. A walk brings the path of a file that
     // DelFile has just added a second time.
-    if (std::find(restartList->begin(), restartList->end(), path) != restartList->end())
+    if (Holds(*restartList, path))
         return;
     LOG(LogTrace, L"\"%s\"", path.c_str());
     restartList->push_back(path);
