@@ -26,8 +26,8 @@ std::string WrongType(const PendingValue& value)
 
 bool Deletes(const PendingEntry& entry, const std::wstring& path)
 {
-    // What is unclear may be a deletion, and who asks is better warned.
-    if (entry.action == PendingAction::Rename)
+    // What is unclear may be a deletion, and who asks is better warned. Not so with a target, even one that breaks off.
+    if (!entry.target.empty())
         return false;
     const std::wstring deleted = WithLongNames(PathOfEntry(entry.source));
     return IsSamePath(deleted, path) || IsBelow(deleted, path);

@@ -72,7 +72,6 @@ PendingList ReadPendingList(const ByteVector& data)
 {
     PendingList list;
     CTexts texts(Units(data));
-    bool complete = true;
     bool ended = texts.AtEnd(); // a value without any data is an empty list
     while (!texts.AtEnd())
     {
@@ -86,10 +85,10 @@ PendingList ReadPendingList(const ByteVector& data)
         }
         PendingEntry& entry = list.entries.emplace_back();
         entry.begin = texts.Position() * sizeof(wchar_t);
-        complete = TakeEntry(texts, entry);
+        list.isWhole = TakeEntry(texts, entry);
         entry.end = texts.Position() * sizeof(wchar_t);
     }
-    if (!complete)
+    if (!list.isWhole)
         list.faults.emplace_back("it breaks off within its last entry");
     else if (!ended)
         list.faults.emplace_back("its end mark is missing, and the system may pass over its last entry");
@@ -114,7 +113,8 @@ ByteVector WithoutEntries(const ByteVector& data, const std::vector<PendingEntry
     const PendingList left = ReadPendingList(rest);
     if (left.entries.empty())
         return {};
-    if (left.entries.back().end == rest.size())
+    // An entry that breaks off stays as it is: with a mark behind it, it could become a deletion.
+    if (left.entries.back().end == rest.size() && left.isWhole)
         rest.insert(rest.end(), sizeof(wchar_t), BYTE{0});
     return rest;
 }

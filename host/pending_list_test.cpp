@@ -108,5 +108,15 @@ TEST(WithoutEntriesTest, ListThatLostItsLastEntryHasItsEndMark)
         EXPECT_EQ(Bytes(L"a\0\0\0"), WithoutEntries(data, {ReadPendingList(data).entries[1]}));
 }
 
+TEST(WithoutEntriesTest, LastEntryThatBreaksOffStaysAsItIs)
+{
+    for (const ByteVector& last : {Bytes(L"b\0"), Bytes(L"b"), Bytes(L"b\0c"), Bytes(L"b\0!c")})
+    {
+        ByteVector data = Bytes(L"a\0\0");
+        data.insert(data.end(), last.begin(), last.end());
+        EXPECT_EQ(last, WithoutEntries(data, {ReadPendingList(data).entries[0]}));
+    }
+}
+
 } // namespace
 } // namespace prodsweep

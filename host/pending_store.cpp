@@ -67,8 +67,11 @@ bool CPendingStore::Replace(const PendingValue& seen, const ByteVector& data) co
     const std::optional<PendingValue> now = ReadValue(key.get(), seen.name.c_str());
     if (!now || now->type != seen.type || now->data != seen.data)
         return false;
+    // The call looks behind a text without a zero for one, and would write that, too.
+    ByteVector written = data;
+    written.insert(written.end(), sizeof(wchar_t), BYTE{0xFF});
     const LSTATUS status = data.empty() ? RegDeleteValueW(key.get(), seen.name.c_str())
-                                        : RegSetValueExW(key.get(), seen.name.c_str(), 0, seen.type, data.data(),
+                                        : RegSetValueExW(key.get(), seen.name.c_str(), 0, seen.type, written.data(),
                                                          static_cast<DWORD>(data.size()));
     if (status != ERROR_SUCCESS)
         throw CFailure(status, ToUtf8(seen.name) + " cannot be written (error " + std::to_string(status) +

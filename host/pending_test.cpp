@@ -138,6 +138,18 @@ TEST_F(PendingTest, CancellingTakesOutJustWhatTheCheckTells)
     EXPECT_THAT(Queued(L"C:\\App\\a"), IsEmpty());
 }
 
+TEST_F(PendingTest, RenamingThatBreaksOffIsNoDeletionEither)
+{
+    // Without its last letter, since the system would add a zero that it sees behind a text.
+    constexpr wchar_t text[] = L"\\??\\C:\\b\0\0\\??\\C:\\a\0!\\??\\C:\\xx";
+    box.AddData(L"", first, REG_MULTI_SZ, text, sizeof(text) - 2 * sizeof(wchar_t));
+
+    EXPECT_THAT(Queued(L"C:\\a"), IsEmpty());
+    EXPECT_THAT(Paths(CancelDeletionsOf(L"C:\\b", store)), ElementsAre(L"C:\\b"));
+
+    EXPECT_EQ(L"\\??\\C:\\a|!\\??\\C:\\x", Get(first));
+}
+
 TEST_F(PendingTest, CancellingWhatIsNotQueuedWritesNothing)
 {
     Set(first, L"\\??\\C:\\a\0\0"); // without its end mark, which writing would add

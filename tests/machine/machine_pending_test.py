@@ -1,5 +1,6 @@
 """prodsweep pending: what waits for the restart, whose it is, and a reinstallation that survives the restart."""
 import json
+import re
 import time
 import unittest
 
@@ -130,6 +131,30 @@ class Pending(unittest.TestCase):
         ended = self.pending("--cancel", HELD)
         self.assertEqual((ended.code, ended.out), (0, f'"{HELD}" was not queued for deletion; nothing was changed.\n'))
         self.assertEqual(self.paths(), [OLD, NEW, FOREIGN])
+
+    def bytes_of_list(self):
+        """As they stand in the registry; None when there is no such value."""
+        self.machine.must_run("reg", "export", MANAGER, "C:\\list.reg", "/y")
+        exported = unix_path("C:\\list.reg").read_bytes().decode("utf-16").replace("\\\r\n", "")
+        found = re.search(rf'^"{LISTS[0]}"=hex\(7\):(.*)$', exported, re.MULTILINE)
+        return bytes.fromhex(found[1].replace(",", " ")) if found else None
+
+    def test_cancel_loses_nothing_of_an_odd_list(self):
+        gone, stays, renamed = entry(HELD), entry(FOREIGN), entry(NEW, OLD, replace=True)
+        for name, before, after in [
+                ("odd number of texts", gone + f"\\??\\{OLD}\0", f"\\??\\{OLD}\0"),
+                ("no end mark", stays + gone + renamed, stays + renamed + "\0"),
+                ("pairs of empty texts", "\0\0" + stays + "\0\0" + gone + renamed + "\0\0\0\0",
+                 "\0\0" + stays + "\0\0" + renamed + "\0\0\0\0"),
+                ("renamed, replacing", entry(HELD, OLD, replace=True) + gone + entry(NEW, HELD, replace=True) + "\0",
+                 entry(HELD, OLD, replace=True) + entry(NEW, HELD, replace=True) + "\0"),
+                ("nothing else", gone + "\0\0\0", None)]:
+            with self.subTest(name):
+                self.set_list(before)
+                ended = self.pending("--cancel", HELD)
+                self.assertEqual((ended.code, ended.out, ended.err),
+                                 (0, f'No longer queued for deletion: "{HELD}".\n', ""))
+                self.assertEqual(self.bytes_of_list(), after and after.encode("utf-16-le"))
 
     def test_path_that_is_none_and_options_that_do_not_go_together(self):
         for arguments in [["--check", ""], ["--cancel", ""], ["--check", "a", "--cancel", "a"], ["--library", ""]]:
