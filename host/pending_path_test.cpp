@@ -49,12 +49,29 @@ INSTANTIATE_TEST_SUITE_P(PendingPath, TypedPathTest,
                                          PathRow{"Root", L"C:\\", L"C:\\"}, PathRow{"Empty", L"", L""}),
                          [](const auto& row) { return row.param.name; });
 
-TEST(PendingPathTest, RelativePathIsCompletedByTheCurrentFolder)
+class CurrentFolderTest : public testing::Test
 {
-    wchar_t current[MAX_PATH];
-    GetCurrentDirectoryW(MAX_PATH, current);
+protected:
+    CurrentFolderTest() { GetCurrentDirectoryW(MAX_PATH, before); }
+    ~CurrentFolderTest() override { SetCurrentDirectoryW(before); }
 
-    EXPECT_EQ(std::wstring(current) + L"\\x", FullPathOf(L"x"));
+private:
+    wchar_t before[MAX_PATH]{};
+};
+
+TEST_F(CurrentFolderTest, CompletesARelativePath)
+{
+    const test::TempTree tree;
+    ASSERT_TRUE(SetCurrentDirectoryW(tree.Root().c_str()));
+    EXPECT_EQ(tree.Path(L"x"), FullPathOf(L"x"));
+    // It would keep the tree from being removed.
+    ASSERT_TRUE(SetCurrentDirectoryW(L"C:\\"));
+}
+
+TEST_F(CurrentFolderTest, MayBeTheRootOfADrive)
+{
+    ASSERT_TRUE(SetCurrentDirectoryW(L"C:\\"));
+    EXPECT_EQ(L"C:\\x", FullPathOf(L"x"));
 }
 
 class LongNameTest : public testing::Test
