@@ -41,19 +41,39 @@ std::string DeclaredEncoding(std::string_view bytes)
     return Lowered(value.substr(0, value.find(declaration[opening])));
 }
 
-// 0 for an encoding that is not known.
+// What stands behind the prefix; 0 when that is no number.
+UINT NumberBehind(const std::string& encoding, std::string_view prefix)
+{
+    constexpr std::size_t mostDigits = 4;
+    const std::string_view digits = std::string_view(encoding).substr(prefix.size());
+    const auto isDigit = [](char character) { return character >= '0' && character <= '9'; };
+    return digits.size() <= mostDigits && std::all_of(digits.begin(), digits.end(), isDigit)
+               ? static_cast<UINT>(std::atoi(encoding.c_str() + prefix.size()))
+               : 0;
+}
+
+// 0 for an encoding that is not known. Systems differ in what they know beside these.
 UINT CodePageOf(const std::string& encoding)
 {
-    const auto number = [&](std::size_t prefix) { return static_cast<UINT>(std::atoi(encoding.c_str() + prefix)); };
+    constexpr std::string_view iso = "iso-8859-";
+    constexpr std::string_view windows = "windows-";
+    constexpr UINT firstIso = 28591;
+    constexpr UINT firstWindows = 1250;
+    constexpr UINT lastWindows = 1258;
+    constexpr UINT gbk = 936;
     if (encoding.empty() || encoding == "utf-8")
         return CP_UTF8;
     if (encoding == "us-ascii" || encoding == "ascii")
         return asciiPage;
-    if (encoding.starts_with("iso-8859-"))
-        return 28590 + number(9);
-    if (encoding.starts_with("windows-"))
-        return number(8);
-    return 0;
+    if (encoding == "gbk")
+        return gbk;
+    if (encoding.starts_with(iso))
+    {
+        const UINT part = NumberBehind(encoding, iso);
+        return part == 0 ? 0 : firstIso - 1 + part;
+    }
+    const UINT page = encoding.starts_with(windows) ? NumberBehind(encoding, windows) : 0;
+    return page >= firstWindows && page <= lastWindows ? page : 0;
 }
 
 std::string FromWide(std::wstring_view text)
@@ -95,7 +115,7 @@ std::string FromCodePage(std::string_view bytes, const std::string& encoding)
     if (codePage == CP_UTF8 || bytes.empty())
         return std::string(bytes);
     if (!IsValidCodePage(codePage))
-        throw CXmlFault({}, "its encoding \"" + encoding + "\" is not known here");
+        throw CXmlFault({}, "its encoding \"" + encoding + "\" is not one that every system reads");
     // Windows takes the upper bit off instead of complaining.
     if (codePage == asciiPage && !std::all_of(bytes.begin(), bytes.end(), IsAscii))
         throw CXmlFault({}, "it says that it is " + encoding + ", and holds bytes that are none");
