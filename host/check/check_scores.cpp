@@ -113,9 +113,10 @@ void CheckEntry(const EntryPlace& place, const CFileReport& report)
     for (const XmlAttribute& attribute : place.entry.node->attributes)
     {
         const bool score = EqualIgnoringCase(attribute.name, L"score");
-        if (score || attribute.name == L"sleep_after_exec")
+        if ((score && place.model.IsScored()) || attribute.name == L"sleep_after_exec")
             CheckNumber(attribute, report);
-        if (place.section.IsSkippedByDetection() && (score || EqualIgnoringCase(attribute.name, L"mandatory")))
+        if (place.model.IsScored() && place.section.IsSkippedByDetection() &&
+            (score || EqualIgnoringCase(attribute.name, L"mandatory")))
             report.Add("score-of-tool", attribute.at, Quoted(attribute.name) + " stands on an entry of exec_tool.");
         if (score && place.entry.score < 0 && place.model.IsScored() &&
             (place.entry.mandatory || IsAlwaysFound(place.section)))
@@ -136,13 +137,14 @@ void CheckScores(const DescriptorModel& model, const CFileReport& report)
     {
         for (const SectionModel& section : version.sections)
         {
+            if (!model.IsScored())
+                continue;
             const XmlAttribute* minimum = section.node->Find(L"minimum_score");
             if (minimum != nullptr)
                 CheckNumber(*minimum, report);
             if (minimum != nullptr && section.IsSkippedByDetection())
                 report.Add("score-of-tool", minimum->at, R"("minimum_score" stands on a section of exec_tool.)");
-            if (model.IsScored())
-                CheckMinimum(section, report);
+            CheckMinimum(section, report);
         }
         if (model.IsScored() && version.listed)
             CheckVersion(version, report);

@@ -16,7 +16,7 @@ std::vector<std::wstring_view> OpCodeNames()
     return names;
 }
 
-void CheckOpCode(const SectionModel& section, const CFileReport& report)
+void CheckOpCode(const DescriptorModel& model, const SectionModel& section, const CFileReport& report)
 {
     const XmlAttribute* opCode = section.node->Find(L"op_code");
     if (opCode == nullptr)
@@ -24,12 +24,12 @@ void CheckOpCode(const SectionModel& section, const CFileReport& report)
     else if (section.opCode == nullptr)
         report.Add("unknown-op-code", opCode->at,
                    Quoted(opCode->value) + " is no op_code." + Suggestion(opCode->value, OpCodeNames()));
-    else if (section.Is(L"exec_tool") && !section.IsSkippedByDetection())
+    else if (model.IsScored() && section.Is(L"exec_tool") && !section.IsSkippedByDetection())
         report.Add("tool-section-scores", opCode->at,
                    Quoted(opCode->value) + R"( is not spelled "exec_tool", which detection skips.)");
 }
 
-void CheckEntryElements(const SectionModel& section, const CFileReport& report)
+void CheckEntryElements(const DescriptorModel& model, const SectionModel& section, const CFileReport& report)
 {
     for (const XmlNode& entry : section.node->children)
     {
@@ -37,7 +37,7 @@ void CheckEntryElements(const SectionModel& section, const CFileReport& report)
             continue;
         if (EqualIgnoringCase(entry.name, L"sleep"))
             report.Add("sleep-element", entry.at, "A sleep stands among the entries.");
-        else if (EqualIgnoringCase(entry.TextContent(), L"sleep"))
+        else if (model.IsScored() && EqualIgnoringCase(entry.TextContent(), L"sleep"))
             report.Add("sleep-text", entry.at, "The text of " + Quoted(entry.name) + R"( is "sleep".)");
         if (const XmlAttribute* opCode = entry.Find(L"op_code"))
             report.Add("op-code-on-entry", opCode->at,
@@ -68,8 +68,8 @@ void CheckSections(const DescriptorModel& model, const CFileReport& report)
     {
         for (const SectionModel& section : version.sections)
         {
-            CheckOpCode(section, report);
-            CheckEntryElements(section, report);
+            CheckOpCode(model, section, report);
+            CheckEntryElements(model, section, report);
             CheckDuplicates(model, section, report);
             const bool hasChildren = !section.node->children.empty();
             if (!hasChildren)

@@ -13,7 +13,7 @@ void CheckYes(const EntryPlace& place, const CFileReport& report)
 {
     for (const XmlAttribute& attribute : place.entry.node->attributes)
     {
-        const bool asked = EqualIgnoringCase(attribute.name, L"mandatory") ||
+        const bool asked = (place.model.IsScored() && EqualIgnoringCase(attribute.name, L"mandatory")) ||
                            std::any_of(std::begin(yesAttributes), std::end(yesAttributes),
                                        [&](const wchar_t* name) { return attribute.name == name; });
         if (asked && !EqualIgnoringCase(attribute.value, L"yes") && !EqualIgnoringCase(attribute.value, L"no"))

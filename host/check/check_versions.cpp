@@ -26,7 +26,7 @@ void CheckList(const XmlNode& root, const XmlNode& list, const CFileReport& repo
 }
 
 // Only listed versions are looked at: what stands in the others matters to nobody.
-void CheckVersion(const VersionModel& version, const CFileReport& report)
+void CheckVersion(const DescriptorModel& model, const VersionModel& version, const CFileReport& report)
 {
     const XmlNode& node = *version.node;
     if (!version.listed)
@@ -38,7 +38,7 @@ void CheckVersion(const VersionModel& version, const CFileReport& report)
     if (winNt == nullptr)
         report.Add("version-without-win-nt", node.at, Quoted(node.name) + " has no win_nt.");
     if (const XmlAttribute* mode = node.Find(L"mandatory_sections");
-        mode != nullptr && mode->value != L"all" && mode->value != L"any")
+        model.IsScored() && mode != nullptr && mode->value != L"all" && mode->value != L"any")
         report.Add("mandatory-sections-value", mode->at, Quoted(mode->value) + R"( is neither "all" nor "any".)");
 }
 
@@ -73,7 +73,7 @@ void CheckVersions(const DescriptorModel& model, const CFileReport& report)
     }
     CheckList(root, *list, report);
     for (const VersionModel& version : model.versions)
-        CheckVersion(version, report);
+        CheckVersion(model, version, report);
     RunEntryChecks(entryChecks, model, report);
 }
 

@@ -80,7 +80,7 @@ constexpr Rule rules[] = {
      "Give each version a mark of its own."},
     {"exec-all-value", Warning, "exec_all is neither true nor false",
      "All but exactly \"false\" means true: with the last product of the family, all others are removed as well.",
-     "Write true or false, without blanks."},
+     "Write true or false."},
     {"exec-all-repeated", Warning, "exec_all stands there twice", "The last one counts.", "Take one out."},
     {"exec-all-without-effect", Note, "exec_all in a catalogue of other makers' products",
      "It is read and matters to nothing.", "Take it out."},

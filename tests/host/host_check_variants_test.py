@@ -113,6 +113,18 @@ DESCRIPTORS = {
         beside("exec_tool", 'path="app_path" tool_name="u.exe" wait="yes" disable_wow64_redir="no"', attributes=NO_MINIMUM), []),
 }
 
+# Found in descriptors of other makers' products, and harmless in those of the family.
+SCORED = {
+    "number": (descriptor(section("del_file", FILE + ' score="x"', attributes='minimum_score="1x"')),
+               ["minimum-out-of-reach"] + ["number-value"] * 2),
+    "mandatory": (descriptor(section("del_file", FILE + ' mandatory="1"')), ["yes-value"]),
+    "mandatory_sections": (descriptor(PROBE, version='mandatory_sections="ALL"'), ["mandatory-sections-value"]),
+    "scores of tools": (beside("exec_tool", 'path="app_path" tool_name="u.exe" wait="yes" score="1"'), ["score-of-tool"] * 2),
+    "tools in capitals": (beside("EXEC_TOOL", 'path="app_path" tool_name="u.exe" wait="yes"'), ["tool-section-scores"]),
+    "text": (descriptor(PROBE, '<s op_code="del_file"><e name="C:\\H\\a.exe">sleep</e></s>'), ["sleep-text"]),
+    "entry twice": (descriptor(section("del_file", FILE, FILE)), ["duplicate-entry"]),
+}
+
 CATALOGUES = {
     "display names that differ in case": (
         '<v name="1" prodName="Ledger"/><v name="2" prodName="LEDGER"/>', []),
@@ -177,6 +189,9 @@ class Variants(unittest.TestCase):
         paths = {}
         for name, (text, _) in DESCRIPTORS.items():
             paths[name] = cls.write(f"{len(paths)}.xml", text)
+        for name, (text, _) in SCORED.items():
+            paths[name] = cls.write(f"extern/{len(paths)}.xml", text)
+            paths[name + " of the family"] = cls.write(f"intern/{len(paths)}.xml", text)
         for name, (text, _) in CATALOGUES.items():
             paths[name] = cls.write(f"{len(paths)}/products.xml", f"<uninstall_information>{product('a.xml', versions=text)}"
                                     "</uninstall_information>")
@@ -207,6 +222,10 @@ class Variants(unittest.TestCase):
 
     def test_descriptors(self):
         self.assert_found(DESCRIPTORS)
+
+    def test_scores(self):
+        self.assert_found(SCORED)
+        self.assert_found({name + " of the family": ([],) for name in SCORED})
 
     def test_catalogues(self):
         self.assert_found(CATALOGUES)
