@@ -131,7 +131,7 @@ write_draft() {
   <draft_1>
     <app_path key="HKEY_LOCAL_MACHINE\Software\Halvane\Draft" name="InstallDir"/>
     <win_nt>
-      <files op_code="del_files">
+      <files op_code="del_files" minimum_score="1">
         <file path="app_path" name="draft.exe"/>
       </files>
       <folders op_code="del_folder">
