@@ -1,13 +1,12 @@
 #include "guard_rails.h"
 
 #include <algorithm>
-#include <iterator>
 
-#include <shlobj.h>
 #include <shlwapi.h>
 
 #include "common/path_join.h"
 #include "common/unique_reg_key.h"
+#include "forbidden_names.h"
 #include "forbidden_places.h"
 #include "key_name.h"
 #include "real_path.h"
@@ -19,28 +18,6 @@
 namespace prodsweep {
 
 namespace {
-
-constexpr const wchar_t* keyOfServices = L"SYSTEM\\CurrentControlSet\\Services\\";
-
-// Empty when the system knows no such folder.
-std::wstring ShellFolder(int number)
-{
-    wchar_t path[MAX_PATH]{};
-    return SHGetFolderPathW(nullptr, number, nullptr, SHGFP_TYPE_CURRENT, path) == S_OK ? path : L"";
-}
-
-std::wstring Joined(std::wstring folder, const wchar_t* below)
-{
-    return *below == L'\0' ? folder : PathJoin(folder, below);
-}
-
-// Empty when a variable in it is not set.
-std::wstring Expanded(const wchar_t* path)
-{
-    wchar_t expanded[MAX_PATH]{};
-    const DWORD length = ExpandEnvironmentStringsW(path, expanded, MAX_PATH);
-    return length == 0 || length > MAX_PATH || expanded[0] == L'%' ? L"" : expanded;
-}
 
 std::wstring FolderAbove(const std::wstring& path)
 {
@@ -54,53 +31,25 @@ bool IsRoot(const std::wstring& path)
     return isVolume || PathIsRootW(path.c_str()) || (path.size() == 2 && path[1] == L':');
 }
 
-bool IsAtOrAbove(const std::wstring& item, const std::wstring& place)
-{
-    return place.starts_with(item) &&
-           (place.size() == item.size() || item.back() == L'\\' || place[item.size()] == L'\\');
-}
-
 } // namespace
 
 CGuardRails::CGuardRails(const std::wstring& libraryFolder)
 {
-    AddShellFolders();
-    AddSystemFiles();
+    for (const ForbiddenPath& path : ForbiddenPaths())
+        AddPath(path.path, path.reason);
     AddProfiles();
     for (const ForbiddenFile& file : ForbiddenFilesOfLibrary())
-        AddPath(Joined(libraryFolder, file.name), file.reason);
+        AddPath(libraryFolder + file.name, file.reason);
     AddKeys();
     AddValues();
-}
-
-void CGuardRails::AddShellFolders()
-{
-    for (const ForbiddenFolder& folder : ForbiddenFolders())
-    {
-        if (folder.shellFolder == noShellFolder)
-            AddPath(Expanded(folder.below), folder.reason);
-        else if (const std::wstring path = ShellFolder(folder.shellFolder); !path.empty())
-            AddPath(Joined(path, folder.below), folder.reason);
-    }
-}
-
-void CGuardRails::AddSystemFiles()
-{
-    for (const int number : {CSIDL_SYSTEM, CSIDL_SYSTEMX86})
-    {
-        const std::wstring folder = ShellFolder(number);
-        for (const wchar_t* const file : ForbiddenSystemFiles())
-            AddPath(folder.empty() ? folder : Joined(folder, file), "a file that Windows and most programs stand on");
-    }
 }
 
 void CGuardRails::AddProfiles()
 {
     // All users' profiles lie side by side, whether they are logged on or not.
-    const std::wstring profiles = FolderAbove(ShellFolder(CSIDL_PROFILE));
-    if (profiles.size() <= 3)
+    const std::wstring profiles = ProfilesFolder();
+    if (profiles.empty())
         return;
-    AddPath(profiles, "the folder of all users' profiles");
     WIN32_FIND_DATAW entry{};
     auto* const find = FindFirstFileW((profiles + L"\\*").c_str(), &entry);
     if (find == INVALID_HANDLE_VALUE)
@@ -117,25 +66,13 @@ void CGuardRails::AddProfiles()
 void CGuardRails::AddProfile(const std::wstring& root)
 {
     for (const ForbiddenProfileFolder& folder : ForbiddenProfileFolders())
-        AddPath(Joined(root, folder.below), folder.reason);
+        AddPath(*folder.below == L'\0' ? root : root + L'\\' + folder.below, folder.reason);
 }
 
 void CGuardRails::AddKeys()
 {
-    const CSplitKeyPath hiveNames;
-    for (const ForbiddenKey& key : ForbiddenKeys())
-    {
-        std::wstring name = HiveName(key.hive);
-        if (*key.subkey != L'\0')
-            PathJoin(name, key.subkey);
-        keys.push_back({CanonicalKey(key.hive, key.subkey), {ToUtf8(name), key.reason}});
-    }
-    for (const CriticalName& service : CriticalServices())
-    {
-        const std::wstring subkey = std::wstring(keyOfServices) + service.name;
-        keys.push_back({CanonicalKey(HKEY_LOCAL_MACHINE, subkey),
-                        {ToUtf8(service.name), std::string("a service that must stay: ") + service.reason}});
-    }
+    for (const ForbiddenKeyName& key : ForbiddenKeyNames())
+        keys.push_back({key.canonical, {ToUtf8(key.name), key.reason}});
 }
 
 void CGuardRails::AddValues()

@@ -61,10 +61,8 @@ private:
     static bool FindIdentity(const std::wstring& path, Identity& identity);
     void AddPath(const std::wstring& path, const char* reason);
     void AddSpelling(const std::wstring& path, const ForbiddenPlace& place);
-    void AddShellFolders();
     void AddProfiles();
     void AddProfile(const std::wstring& root);
-    void AddSystemFiles();
     void AddKeys();
     void AddValues();
     const ForbiddenPlace* OfText(const std::wstring& path) const;

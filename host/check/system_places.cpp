@@ -1,15 +1,13 @@
 #include "check/system_places.h"
 
 #include <algorithm>
-#include <iterator>
 #include <vector>
 
-#include <shlobj.h>
 #include <shlwapi.h>
 
 #include "check/known_names.h"
-#include "common/path_join.h"
 #include "environment/special_folder.h"
+#include "forbidden_names.h"
 #include "forbidden_places.h"
 #include "interpreter/attribute_map.h"
 #include "key_name.h"
@@ -37,51 +35,20 @@ std::wstring PlainPath(std::wstring path)
     return ToLower(path);
 }
 
-// Both texts as PlainPath or CanonicalKey has them.
-bool IsAtOrAbove(const std::wstring& item, const std::wstring& place)
-{
-    return place.starts_with(item) &&
-           (place.size() == item.size() || item.ends_with(L'\\') || place[item.size()] == L'\\');
-}
-
-std::wstring ShellFolder(int number)
-{
-    wchar_t path[MAX_PATH]{};
-    return SHGetFolderPathW(nullptr, number, nullptr, SHGFP_TYPE_CURRENT, path) == S_OK ? path : L"";
-}
-
-// Empty when there is none.
-std::wstring FolderAbove(const std::wstring& path)
-{
-    const std::size_t separator = path.find_last_of(L'\\');
-    return separator == std::wstring::npos ? std::wstring() : path.substr(0, separator);
-}
-
 struct Place
 {
-    std::wstring path;
-    const char* what;
+    std::wstring text; // as PlainPath or CanonicalKey has it
+    std::string what;
 };
 
-std::vector<Place> ReadFolders()
+const std::vector<Place>& Paths()
 {
-    std::vector<Place> places{
-        {FolderAbove(PlainPath(ShellFolder(CSIDL_PROFILE))), "the folder of all users' profiles"}};
-    for (const ForbiddenFolder& row : ForbiddenFolders())
-    {
-        std::wstring path = row.shellFolder == noShellFolder ? std::wstring() : ShellFolder(row.shellFolder);
-        if (row.shellFolder == noShellFolder)
-        {
-            wchar_t expanded[MAX_PATH]{};
-            ExpandEnvironmentStringsW(row.below, expanded, MAX_PATH);
-            path = expanded;
-        }
-        else if (!path.empty() && *row.below != L'\0')
-            PathJoin(path, row.below);
-        // A variable that is not set stays as it is.
-        if (!path.empty() && !path.starts_with(L'%'))
-            places.push_back({PlainPath(path), row.reason});
-    }
+    static const std::vector<Place> places = [] {
+        std::vector<Place> all;
+        for (const ForbiddenPath& path : ForbiddenPaths())
+            all.push_back({PlainPath(path.path), path.reason});
+        return all;
+    }();
     return places;
 }
 
@@ -89,17 +56,17 @@ std::vector<Place> ReadFolders()
 const char* PlaceAtOrBelow(const std::wstring& item, const std::vector<Place>& places)
 {
     // The place itself says better what it is than one that lies below it.
-    auto found = std::find_if(places.begin(), places.end(), [&](const Place& place) { return place.path == item; });
+    auto found = std::find_if(places.begin(), places.end(), [&](const Place& place) { return place.text == item; });
     if (found == places.end())
         found = std::find_if(places.begin(), places.end(),
-                             [&](const Place& place) { return IsAtOrAbove(item, place.path); });
-    return found != places.end() ? found->what : nullptr;
+                             [&](const Place& place) { return IsAtOrAbove(item, place.text); });
+    return found != places.end() ? found->what.c_str() : nullptr;
 }
 
 // All users' profiles lie side by side; a user of that machine may be none of this one.
 const char* ProfileFolder(const std::wstring& path)
 {
-    static const std::wstring profiles = FolderAbove(PlainPath(ShellFolder(CSIDL_PROFILE)));
+    static const std::wstring profiles = PlainPath(ProfilesFolder());
     if (profiles.empty() || !IsAtOrAbove(profiles, path) || path.size() == profiles.size())
         return nullptr;
     const std::size_t user = path.find(L'\\', profiles.size() + 1);
@@ -119,23 +86,16 @@ const char* SystemFolder(const std::wstring& path)
     const std::wstring plain = PlainPath(path);
     if (PathIsRootW(plain.c_str()))
         return "a whole drive or share";
-    static const std::vector<Place> folders = ReadFolders();
-    const char* const what = PlaceAtOrBelow(plain, folders);
+    const char* const what = PlaceAtOrBelow(plain, Paths());
     return what != nullptr ? what : ProfileFolder(plain);
 }
 
 const char* SystemFile(const std::wstring& path)
 {
-    static const std::wstring folders[] = {PlainPath(ShellFolder(CSIDL_SYSTEM)),
-                                           PlainPath(ShellFolder(CSIDL_SYSTEMX86))};
     const std::wstring plain = PlainPath(path);
-    const std::wstring folder = FolderAbove(plain);
-    if (std::find(std::begin(folders), std::end(folders), folder) == std::end(folders))
-        return nullptr;
-    const auto files = ForbiddenSystemFiles();
-    const std::wstring name = plain.substr(folder.size() + 1);
-    const bool found = std::any_of(files.begin(), files.end(), [&](const wchar_t* file) { return name == file; });
-    return found ? "a file that Windows and most programs stand on" : nullptr;
+    const auto found =
+        std::find_if(Paths().begin(), Paths().end(), [&](const Place& place) { return place.text == plain; });
+    return found != Paths().end() ? found->what.c_str() : nullptr;
 }
 
 const char* SystemKey(const KeyText& key)
@@ -145,8 +105,8 @@ const char* SystemKey(const KeyText& key)
         return nullptr;
     static const std::vector<Place> keys = [] {
         std::vector<Place> places;
-        for (const ForbiddenKey& row : ForbiddenKeys())
-            places.push_back({CanonicalKey(row.hive, row.subkey), row.reason});
+        for (const ForbiddenKeyName& row : ForbiddenKeyNames())
+            places.push_back({row.canonical, row.reason});
         return places;
     }();
     return PlaceAtOrBelow(name, keys);
