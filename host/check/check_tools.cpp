@@ -27,26 +27,24 @@ void CheckPlace(const EntryPlace& place, const CFileReport& report)
                    Quoted(*name) + R"( is not a whole path, and there is no "path" beside it.)");
 }
 
-// The files and folders that a version deletes, by their paths in lower case.
+// The files and folders that the descriptor deletes, by their paths in lower case. What one version deletes goes behind
+// the tools of all.
 using Deletions = std::map<std::wstring, const EntryModel*>;
 
-Deletions DeletionsOf(const VersionModel& version)
+Deletions DeletionsOf(const DescriptorModel& model)
 {
     Deletions deletions;
-    for (const SectionModel& section : version.sections)
+    for (const auto& [all, version, section, entry] : ListedEntriesOf(model))
     {
-        for (const EntryModel& entry : section.entries)
-        {
-            std::wstring path;
-            if (entry.removed && section.Is(L"del_file"))
-                path = ComposeFile(entry.attributes, version.appPath).path;
-            if (entry.removed && section.Is(L"del_folder"))
-                path = ComposeFolder(entry.attributes, version.appPath).path;
-            while (path.ends_with(L'\\'))
-                path.pop_back();
-            if (!path.empty())
-                deletions.emplace(Lowered(path), &entry);
-        }
+        std::wstring path;
+        if (section.Is(L"del_file"))
+            path = ComposeFile(entry.attributes, version.appPath).path;
+        if (section.Is(L"del_folder"))
+            path = ComposeFolder(entry.attributes, version.appPath).path;
+        while (path.ends_with(L'\\'))
+            path.pop_back();
+        if (!path.empty())
+            deletions.emplace(Lowered(path), &entry);
     }
     return deletions;
 }
@@ -64,20 +62,16 @@ const EntryModel* DeletionOf(std::wstring path, const Deletions& deletions)
     return nullptr;
 }
 
-void CheckWaiting(const SectionModel& section, const VersionModel& version, const Deletions& deletions,
-                  const CFileReport& report)
+void CheckWaiting(const EntryPlace& place, const Deletions& deletions, const CFileReport& report)
 {
-    for (const EntryModel& entry : section.entries)
-    {
-        if (!entry.removed || entry.Find(L"module") || IsYes(entry.attributes, L"wait"))
-            continue;
-        const ToolEntry tool = ComposeTool(entry.attributes, version.appPath);
-        const EntryModel* deletion = tool.fault == EntryFault::None ? DeletionOf(tool.path, deletions) : nullptr;
-        if (deletion != nullptr)
-            report.Add("tool-not-waited-for", entry.node->at,
-                       "The entry in line " + std::to_string(deletion->node->at.line) +
-                           " deletes the tool, which may still be running.");
-    }
+    if (!place.section.Is(L"exec_tool") || place.entry.Find(L"module") || IsYes(place.entry.attributes, L"wait"))
+        return;
+    const ToolEntry tool = ComposeTool(place.entry.attributes, place.version.appPath);
+    const EntryModel* deletion = tool.fault == EntryFault::None ? DeletionOf(tool.path, deletions) : nullptr;
+    if (deletion != nullptr)
+        report.Add("tool-not-waited-for", place.entry.node->at,
+                   "The entry in line " + std::to_string(deletion->node->at.line) +
+                       " deletes the tool, which may still be running.");
 }
 
 void CheckProcess(const EntryPlace& place, const CFileReport& report)
@@ -108,15 +102,9 @@ constexpr EntryCheck entryChecks[] = {&CheckPlace, &CheckProcess, &CheckServices
 void CheckTools(const DescriptorModel& model, const CFileReport& report)
 {
     RunEntryChecks(entryChecks, model, report);
-    for (const VersionModel& version : model.versions)
-    {
-        const Deletions deletions = DeletionsOf(version);
-        for (const SectionModel& section : version.sections)
-        {
-            if (section.Is(L"exec_tool"))
-                CheckWaiting(section, version, deletions, report);
-        }
-    }
+    const Deletions deletions = DeletionsOf(model);
+    for (const EntryPlace& place : ListedEntriesOf(model))
+        CheckWaiting(place, deletions, report);
 }
 
 } // namespace prodsweep

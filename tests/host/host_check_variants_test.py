@@ -7,7 +7,10 @@ from windows import Installation, REPORTS
 import pyreport
 
 
-def descriptor(*sections, version='mandatory_sections="all"', place='<install_folder name="Harbor\\Ledger"/>', behind=""):
+FOLDER = '<install_folder name="Harbor\\Ledger"/>'
+
+
+def descriptor(*sections, version='mandatory_sections="all"', place=FOLDER, behind=""):
     return (f'<uninstall_information><version_list><a/></version_list><a {version}>{place}'
             f'<win_nt>{"".join(sections)}</win_nt></a>{behind}</uninstall_information>')
 
@@ -35,12 +38,14 @@ DESCRIPTORS = {
     "folder with doubled separators": (beside("del_folder", 'name="C:\\\\Windows"'), ["dangerous-folder"]),
     "folder with a dot behind it": (beside("del_folder", 'name="C:\\Windows."'), ["dangerous-folder"]),
     "folder as a device": (beside("del_folder", 'name="\\\\?\\C:\\Windows"'), ["dangerous-folder"]),
-    "folders for 32-bit programs": (beside("del_folder", 'name="C:\\Program Files (x86)"', 'name="C:\\Windows\\SysWOW64"'),
-                                    ["dangerous-folder"] * 2),
+    "folders for 32-bit programs": (
+        beside("del_folder", 'name="C:\\Program Files (x86)"', 'name="C:\\Windows\\SysWOW64"'),
+        ["dangerous-folder"] * 2),
     "another user's folder": (beside("del_folder", 'name="C:\\Users\\anna\\Documents"'), ["dangerous-folder"]),
     "whole share": (beside("del_folder", 'name="\\\\server\\share"'), ["dangerous-folder"]),
     "folder around the product's": (
-        descriptor(section("del_folder", 'path="app_path" name=".."'), place='<app_path key="HKLM\\Software\\H" name="p"/>'),
+        descriptor(section("del_folder", 'path="app_path" name=".."'),
+                   place='<app_path key="HKLM\\Software\\H" name="p"/>'),
         ["dangerous-folder"]),
     "folder in an entry that detection skips": (
         descriptor(PROBE, '<s op_code="del_folder"><e path="windows_folder">sleep</e></s>'),
@@ -50,11 +55,16 @@ DESCRIPTORS = {
     "folder of an empty keyword": (beside("del_folder", 'path=""'), ["missing-attribute"]),
     "folder with the marker": (beside("del_folder", 'path="app_data" name="#####Harbor"'), ["marker-without-path"]),
     "marker without a name": (beside("del_file", 'path="app_path" name="#####"'), ["empty-name"]),
-    "whole path behind a keyword": (beside("del_file", 'path="app_data" name="C:\\Harbor\\a.exe"'), ["impossible-path"]),
+    "whole path behind a keyword": (
+        beside("del_file", 'path="app_data" name="C:\\Harbor\\a.exe"'),
+        ["impossible-path"]),
     "pattern of folders": (beside("del_folder", 'path="app_data" name="Harbor?"'), ["impossible-path"]),
-    "tool behind a keyword": (beside("exec_tool", 'path="app_path" tool_name="C:\\u.exe" wait="yes"', attributes=NO_MINIMUM),
-                              ["impossible-path"]),
-    "whole path as install folder": (descriptor(PROBE, place='<install_folder name="C:\\Harbor"/>'), ["impossible-path"]),
+    "tool behind a keyword": (
+        beside("exec_tool", 'path="app_path" tool_name="C:\\u.exe" wait="yes"', attributes=NO_MINIMUM),
+        ["impossible-path"]),
+    "whole path as install folder": (
+        descriptor(PROBE, place='<install_folder name="C:\\Harbor"/>'),
+        ["impossible-path"]),
     "possible paths": (beside("del_file", 'name="C:\\Harbor\\a.exe"', 'path="app_path" name="a.txt:stream"',
                               'name="\\\\?\\C:\\Harbor\\b.exe"', 'path="app_path" name="#####c.exe"'), []),
     "system file with slashes": (beside("del_file", 'name="C:/Windows/System32/NTDLL.DLL"'), ["dangerous-file"]),
@@ -67,12 +77,14 @@ DESCRIPTORS = {
             for name in ("a", "a_2")) + "</uninstall_information>", []),
     "folder below another, with slashes": (beside("del_folder", 'name="C:/Harbor"', 'name="C:/Harbor/data"'), []),
     "version that is there twice": (
-        descriptor(PROBE, behind='<a mandatory_sections="all"><install_folder name="B"/><win_nt/></a>'), ["repeated-element"]),
+        descriptor(PROBE, behind='<a mandatory_sections="all"><install_folder name="B"/><win_nt/></a>'),
+        ["repeated-element"]),
     "version that is named product": (
         '<uninstall_information><version_list><product/></version_list><product mandatory_sections="all">'
         f'<install_folder name="H"/><win_nt>{PROBE}</win_nt></product></uninstall_information>', []),
-    "comment where all sections have to pass": (descriptor("<!-- x -->", section("kill_process", 'target_name="a.exe"')),
-                                                ["comment-between-sections"]),
+    "comment where all sections have to pass": (
+        descriptor("<!-- x -->", section("kill_process", 'target_name="a.exe"')),
+        ["comment-between-sections"]),
     "comment where one section is enough": (
         descriptor("<!-- x -->", section("kill_process", 'target_name="a.exe"'), version=ANY),
         ["always-installed", "comment-between-sections"]),
@@ -85,21 +97,30 @@ DESCRIPTORS = {
         descriptor('<s op_code="kill_process" minimum_score="1"><sleep target_name="a.exe"/></s>', version=ANY),
         ["always-installed", "sleep-element"]),
     "mandatory in another case": (descriptor(section("del_file", FILE + ' Mandatory="true"')), ["yes-value"]),
-    "numbers among blanks": (descriptor(section("del_file", FILE + ' score=" 2 "', attributes='minimum_score="\t+1 "')), []),
+    "numbers among blanks": (
+        descriptor(section("del_file", FILE + ' score=" 2 "', attributes='minimum_score="\t+1 "')),
+        []),
     "number that is too large": (descriptor(section("del_file", FILE + ' score="2147483648"')), ["number-value"]),
     "largest number": (descriptor(section("del_file", FILE + ' score="002147483647"')), []),
-    "entry twice where it counts nothing": (descriptor(section("del_file", FILE, *['path="app_path" name="b" score="0"'] * 2)), []),
-    "tool twice": (beside("exec_tool", *['path="app_path" tool_name="u.exe" wait="yes"'] * 2, attributes=NO_MINIMUM), []),
+    "entry twice where it counts nothing": (
+        descriptor(section("del_file", FILE, *['path="app_path" name="b" score="0"'] * 2)),
+        []),
+    "tool twice": (
+        beside("exec_tool", *['path="app_path" tool_name="u.exe" wait="yes"'] * 2, attributes=NO_MINIMUM),
+        []),
     "two stars": (beside("del_regvalue", VALUE + ' name="**"'), ["every-value"]),
     "three stars": (beside("del_regvalue", VALUE + ' name="***"'), ["star-inside"]),
     "two stars in front": (beside("del_regvalue", VALUE + ' name="**a"'), ["star-inside"]),
     "star behind a folder": (beside("del_regvalue", VALUE + ' rel_name="common_files" name="*"'), []),
-    "star in front behind a folder": (beside("del_regvalue", VALUE + ' rel_name="common_files" name="*.dll"'), ["star-inside"]),
+    "star in front behind a folder": (
+        beside("del_regvalue", VALUE + ' rel_name="common_files" name="*.dll"'),
+        ["star-inside"]),
     "pattern that takes a system's value along": (beside("del_regvalue", f'key_path="{ENVIRONMENT}" name="Pa*"'),
                                                   ["dangerous-value"]),
     "product's own variables": (beside("del_regvalue", f'key_path="{ENVIRONMENT}" name="HARBOR_*"'), []),
-    "keys of any user": (beside("del_regkey", 'name="HKU\\S-1-5-18\\Software"', 'name="HKU\\.DEFAULT\\Software\\Harbor"'),
-                         ["dangerous-key"]),
+    "keys of any user": (
+        beside("del_regkey", 'name="HKU\\S-1-5-18\\Software"', 'name="HKU\\.DEFAULT\\Software\\Harbor"'),
+        ["dangerous-key"]),
     "keys of the machine by other names": (
         beside("del_regkey", 'name="HKLM/SAM"', 'name="HKLM\\SYSTEM\\ControlSet001\\Services"', 'name="HKCR\\.exe"',
                'name="HKLM\\Software\\Classes\\WOW6432Node\\CLSID"', 'name="HKCU\\Software\\Clients"'),
@@ -107,10 +128,21 @@ DESCRIPTORS = {
     "critical processes in any case": (
         beside("kill_process", 'target_name="LSASS.EXE"', 'target_name="System"', 'target_name="explorer.exe"',
                attributes=NO_MINIMUM), ["dangerous-process"] * 2),
-    "process without an extension": (beside("kill_process", 'target_name="ledger"', attributes=NO_MINIMUM), ["process-name"]),
-    "critical services": (beside("disableandstop_driver", 'name="tcpip"', attributes=NO_MINIMUM), ["dangerous-service"]),
+    "process without an extension": (
+        beside("kill_process", 'target_name="ledger"', attributes=NO_MINIMUM),
+        ["process-name"]),
+    "critical services": (
+        beside("disableandstop_driver", 'name="tcpip"', attributes=NO_MINIMUM),
+        ["dangerous-service"]),
+    "tool that another version deletes": (
+        "<uninstall_information><version_list><a/><b/></version_list>" + "".join(
+            f'<{name} mandatory_sections="all">{FOLDER}<win_nt>{inner}</win_nt></{name}>' for name, inner in (
+                ("a", PROBE + section("exec_tool", 'path="app_path" tool_name="u.exe"', attributes=NO_MINIMUM)),
+                ("b", section("del_folder", 'path="app_path"')))) + "</uninstall_information>",
+        ["tool-not-waited-for"]),
     "redirection that is left on": (
-        beside("exec_tool", 'path="app_path" tool_name="u.exe" wait="yes" disable_wow64_redir="no"', attributes=NO_MINIMUM), []),
+        beside("exec_tool", 'path="app_path" tool_name="u.exe" wait="yes" disable_wow64_redir="no"',
+               attributes=NO_MINIMUM), []),
 }
 
 # Found in descriptors of other makers' products, and harmless in those of the family.
@@ -119,7 +151,9 @@ SCORED = {
                ["minimum-out-of-reach"] + ["number-value"] * 2),
     "mandatory": (descriptor(section("del_file", FILE + ' mandatory="1"')), ["yes-value"]),
     "mandatory_sections": (descriptor(PROBE, version='mandatory_sections="ALL"'), ["mandatory-sections-value"]),
-    "scores of tools": (beside("exec_tool", 'path="app_path" tool_name="u.exe" wait="yes" score="1"'), ["score-of-tool"] * 2),
+    "scores of tools": (
+        beside("exec_tool", 'path="app_path" tool_name="u.exe" wait="yes" score="1"'),
+        ["score-of-tool"] * 2),
     "tools in capitals": (beside("EXEC_TOOL", 'path="app_path" tool_name="u.exe" wait="yes"'), ["tool-section-scores"]),
     "text": (descriptor(PROBE, '<s op_code="del_file"><e name="C:\\H\\a.exe">sleep</e></s>'), ["sleep-text"]),
     "entry twice": (descriptor(section("del_file", FILE, FILE)), ["duplicate-entry"]),
@@ -129,16 +163,24 @@ CATALOGUES = {
     "display names that differ in case": (
         '<v name="1" prodName="Ledger"/><v name="2" prodName="LEDGER"/>', []),
     "one key by two names": (
-        '<v name="1" keypath="HKCU\\Software\\H" keyvalue="v"/><v name="2" keypath="HKEY_CURRENT_USER\\SOFTWARE\\H" keyvalue="V"/>',
+        '<v name="1" keypath="HKCU\\Software\\H" keyvalue="v"/>'
+        '<v name="2" keypath="HKEY_CURRENT_USER\\SOFTWARE\\H" keyvalue="V"/>',
         ["shared-mark"]),
-    "key path with a separator behind it": ('<v name="1" keypath="HKCU\\Software\\H\\" keyvalue="v"/>', ["key-separator"]),
+    "key path with a separator behind it": (
+        '<v name="1" keypath="HKCU\\Software\\H\\" keyvalue="v"/>',
+        ["key-separator"]),
     "update location with a separator behind it": (
-        '<v name="1" keypath="HKCU\\Software\\H\\UpdateLocation\\" keyvalue="v"/>', ["key-separator", "update-location-twice"]),
+        '<v name="1" keypath="HKCU\\Software\\H\\UpdateLocation\\" keyvalue="v"/>',
+        ["key-separator", "update-location-twice"]),
 }
 
 
 def product(file, name="Harbor", versions='<v name="1" keypath="HKCU\\Software\\Harbor" keyvalue="v"/>'):
     return f'<product name="{name}" file="{file}">{versions}</product>'
+
+
+def catalogue(*products):
+    return f"<uninstall_information>{''.join(products)}</uninstall_information>"
 
 
 UNINSTALL = "Microsoft\\Windows\\CurrentVersion\\Uninstall"
@@ -153,7 +195,8 @@ FOLDERS = {
         ["unknown-attribute", "unknown-attribute", "unknown-element", "version-list-missing"]),
     "display name of the 32-bit view": (
         [product("a.xml", versions='<v name="1" prodName="Ledger"/>')], [], {"intern/a.xml": descriptor(
-            PROBE, section("del_regkey", f'name="HKLM\\SOFTWARE\\WOW6432Node\\{UNINSTALL}\\Ledger"'))}, ["mark-in-other-view"]),
+            PROBE, section("del_regkey", f'name="HKLM\\SOFTWARE\\WOW6432Node\\{UNINSTALL}\\Ledger"'))},
+        ["mark-in-other-view"]),
     "key path of the 32-bit view": (
         [product("a.xml", versions='<v name="1" keypath="HKLM\\Software\\Harbor\\Ledger" keyvalue="v"/>')], [],
         {"intern/a.xml": descriptor(PROBE, section("del_regkey", 'name="HKLM\\Software\\WOW6432Node\\Harbor"'))},
@@ -193,12 +236,11 @@ class Variants(unittest.TestCase):
             paths[name] = cls.write(f"extern/{len(paths)}.xml", text)
             paths[name + " of the family"] = cls.write(f"intern/{len(paths)}.xml", text)
         for name, (text, _) in CATALOGUES.items():
-            paths[name] = cls.write(f"{len(paths)}/products.xml", f"<uninstall_information>{product('a.xml', versions=text)}"
-                                    "</uninstall_information>")
+            paths[name] = cls.write(f"{len(paths)}/products.xml", catalogue(product("a.xml", versions=text)))
         for name, (own, other, files, _) in FOLDERS.items():
             paths[name] = str(len(paths))
-            for catalogue, products in (("products.xml", own), ("detection.xml", other)):
-                cls.write(f"{paths[name]}/{catalogue}", f"<uninstall_information>{''.join(products)}</uninstall_information>")
+            for file, products in (("products.xml", own), ("detection.xml", other)):
+                cls.write(f"{paths[name]}/{file}", catalogue(*products))
             for file, text in files.items():
                 cls.write(f"{paths[name]}/{file}", text)
         ended = cls.host.run("check", "--format", "json", *paths.values(), cwd=cls.host.folder)
