@@ -90,7 +90,9 @@ void CheckViews(const XmlNode& product, const DescriptorModel& model, const CFil
         const XmlAttribute* mark = version.Find(L"id");
         for (const wchar_t* next : {L"prodName", L"keypath"})
             mark = mark != nullptr ? mark : version.Find(next);
-        const std::wstring place = mark != nullptr ? MarkOf(*mark) : std::wstring();
+        if (mark == nullptr)
+            continue;
+        const std::wstring place = MarkOf(*mark);
         if (!place.empty() && Touch(keys.narrow, place) && !Touch(keys.wide, place))
             report.Add("mark-in-other-view", mark->at,
                        "The descriptor names the key of " + Quoted(mark->value) + " in the 32-bit view, and not here.");

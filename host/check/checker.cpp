@@ -75,6 +75,32 @@ void CheckDescriptor(const SourceFile& descriptor, const CFileReport& report)
         check(model, report);
 }
 
+struct NamedDescriptor
+{
+    const SourceFile* catalogue;
+    const XmlNode* product;
+    std::wstring path;
+};
+
+// Each once, whether it is there or not.
+std::vector<NamedDescriptor> DescriptorsOf(const CatalogueFolder& folder)
+{
+    std::set<std::wstring> seen;
+    std::vector<NamedDescriptor> named;
+    for (const SourceFile* catalogue : folder.catalogues)
+    {
+        for (const XmlNode& product : catalogue->root.children)
+        {
+            const XmlAttribute* name = product.name == L"product" ? product.Find(L"file") : nullptr;
+            const std::wstring path =
+                name != nullptr ? DescriptorPath(folder, *catalogue, name->value) : std::wstring();
+            if (!path.empty() && seen.insert(Lowered(path)).second)
+                named.push_back({catalogue, &product, path});
+        }
+    }
+    return named;
+}
+
 } // namespace
 
 void CChecker::Check(const std::string& path)
@@ -144,26 +170,16 @@ void CChecker::CheckFolderOfCatalogues(const std::string& path)
 
 void CChecker::CheckDescriptors(const CatalogueFolder& folder, const std::string& shownFolder)
 {
-    std::set<std::wstring> seen;
     std::vector<DescriptorModel> models;
-    for (const SourceFile* catalogue : folder.catalogues)
+    for (const NamedDescriptor& named : DescriptorsOf(folder))
     {
-        for (const XmlNode& product : catalogue->root.children)
-        {
-            const XmlAttribute* name = product.name == L"product" ? product.Find(L"file") : nullptr;
-            if (name == nullptr)
-                continue;
-            const std::wstring path = DescriptorPath(folder, *catalogue, name->value);
-            const std::string shown = Join(shownFolder, ToUtf8(path.substr(folder.path.size() + 1)));
-            if (!seen.insert(Lowered(path)).second || !IsFile(shown))
-                continue;
-            if (const SourceFile* file = CheckFile(shown, catalogue->owner); file != nullptr && !file->isCatalogue)
-            {
-                models.push_back(ModelOf(*file));
-                if (catalogue->owner == Owner::Own)
-                    CheckViews(product, models.back(), CFileReport(findings, catalogue->shown));
-            }
-        }
+        const std::string shown = Join(shownFolder, ToUtf8(named.path.substr(folder.path.size() + 1)));
+        const SourceFile* file = IsFile(shown) ? CheckFile(shown, named.catalogue->owner) : nullptr;
+        if (file == nullptr || file->isCatalogue)
+            continue;
+        models.push_back(ModelOf(*file));
+        if (named.catalogue->owner == Owner::Own)
+            CheckViews(*named.product, models.back(), CFileReport(findings, named.catalogue->shown));
     }
     CheckShared(models, findings);
 }
