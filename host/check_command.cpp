@@ -46,6 +46,14 @@ std::string AsFormat(const CheckReport& report, const std::string& format)
     return format == "sarif" ? CheckAsSarif(report, CurrentFolder()) : CheckAsText(report);
 }
 
+std::string RulesAsFormat(const std::string& format)
+{
+    if (format == "json")
+        return RulesAsJson();
+    // A run without results: its tool has the rules.
+    return format == "sarif" ? CheckAsSarif({}, CurrentFolder()) : RulesAsText();
+}
+
 } // namespace
 
 CCheckCommand::CCheckCommand(CCommandLine& commandLine)
@@ -60,7 +68,7 @@ CCheckCommand::CCheckCommand(CCommandLine& commandLine)
 int CCheckCommand::Run(const COutput& out)
 {
     if (rules)
-        return out.Write(format == "json" ? RulesAsJson() : RulesAsText()) ? exitDone : exitNotWritten;
+        return out.Write(RulesAsFormat(format)) ? exitDone : exitNotWritten;
     if (paths.empty())
         throw CFailure(exitBadArguments, "check needs a PATH: a file, or a folder with catalogues.");
     CChecker checker;

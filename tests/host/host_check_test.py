@@ -227,6 +227,11 @@ wrong.xml:1:122: error: "del_fiel" is no op_code. Is "del_file" meant? [unknown-
         self.assertEqual((ended.code, ended.err), (0, b""))
         self.assertRegex(ended.out_text(), r"(?m)^unknown-op-code +error +an op_code that does not exist$")
 
+    def test_rules_are_listed_in_each_format(self):
+        named = [rule["name"] for rule in json.loads(self.check("--rules", "--format", "json").out)["rules"]]
+        run, = json.loads(self.check("--rules", "--format", "sarif").out)["runs"]
+        self.assertEqual(([rule["id"] for rule in run["tool"]["driver"]["rules"]], run["results"]), (named, []))
+
     def test_samples_of_the_demo_are_clean(self):
         shutil.copytree(windows.ROOT / "samples/catalogue", self.host.folder / "catalogue")
         ended = self.check("--strict", "catalogue")
