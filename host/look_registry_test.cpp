@@ -1,5 +1,7 @@
 #include "look.h"
 
+#include <utility>
+
 #include <gtest/gtest.h>
 
 #include <windows.h>
@@ -19,7 +21,7 @@ namespace {
 class LockedKey
 {
 public:
-    explicit LockedKey(const std::wstring& keyPath, bool mayBeRead = true) : path(keyPath)
+    explicit LockedKey(std::wstring keyPath, bool mayBeRead = true) : path(std::move(keyPath))
     {
         Grant(mayBeRead ? L"D:P(A;;KRRCWD;;;WD)" : L"D:P(A;;RCWD;;;WD)");
     }

@@ -39,9 +39,9 @@ using ByteVector = std::vector<BYTE>;
 // Reads whatever the bytes hold: what can't be an entry is told as a fault, and the rest is read.
 PendingList ReadPendingList(const ByteVector& data);
 
-// The value without these entries of it. All others keep their bytes and their order; behind a whole entry the list gets
-// its end mark, should that be missing, since the system may pass over an entry that has none behind it. Empty when no
-// entry is left.
+// The value without these entries of it. All others keep their bytes and their order; behind a whole entry the list
+// gets its end mark, should that be missing, since the system may pass over an entry that has none behind it. Empty
+// when no entry is left.
 ByteVector WithoutEntries(const ByteVector& data, const std::vector<PendingEntry>& entries);
 
 } // namespace prodsweep

@@ -53,7 +53,7 @@ class CurrentFolderTest : public testing::Test
 {
 protected:
     CurrentFolderTest() { GetCurrentDirectoryW(MAX_PATH, before); }
-    ~CurrentFolderTest() override { SetCurrentDirectoryW(before); }
+    void TearDown() override { SetCurrentDirectoryW(before); }
 
 private:
     wchar_t before[MAX_PATH]{};
