@@ -65,12 +65,14 @@ void CheckValueName(const EntryPlace& place, const CFileReport& report)
     const Position at = place.entry.At(L"name");
     const KeyText key = SplitKeyText(entry.key);
     const CValuePattern pattern(name);
-    const char* const what = key.hiveKnown && !pattern.IsRefused() ? SystemValue(key, name) : nullptr;
-    if (what != nullptr)
+    const bool takesAll = !pattern.IsPlain() && pattern.Matches(L"");
+    const char* const value = key.hiveKnown && !pattern.IsRefused() ? SystemValue(key, name) : nullptr;
+    const char* const whole = key.hiveKnown && takesAll ? SystemKey(key) : nullptr;
+    if (const char* const what = whole != nullptr ? whole : value)
         report.Add("dangerous-value", at, "The entry means " + std::string(what) + '.');
     if (pattern.IsPlain())
         return;
-    if (pattern.Matches(L""))
+    if (takesAll)
         report.Add("every-value", at, Quoted(name) + " matches every value of the key.");
     else if (pattern.IsRefused() || name.find(L'*', 1) < name.size() - 1)
         report.Add("star-inside", at, Quoted(name) + " has a star that is neither its first nor its last character.");
