@@ -51,7 +51,7 @@ void CheckDescriptorFiles(const CatalogueFolder& folder, CFindings& findings)
         if (!IsFile(path))
             report.Add("descriptor-missing", naming.attribute->at,
                        "There is no file " + Quoted(path.substr(folder.path.size() + 1)) + '.');
-        else if (const auto [other, isFirst] = first.emplace(Lowered(path), naming); !isFirst)
+        else if (const auto [other, isFirst] = first.emplace(Lowered(AbsolutePath(path)), naming); !isFirst)
             report.Add("descriptor-shared", naming.attribute->at,
                        "The product in line " + std::to_string(other->second.product->at.line) +
                            " has the same descriptor.");

@@ -68,23 +68,11 @@ std::string PercentEncoded(const std::string& utf8)
     return encoded;
 }
 
-std::wstring FullPath(const std::wstring& path)
-{
-    std::wstring full(MAX_PATH, L'\0');
-    DWORD length = GetFullPathNameW(path.c_str(), MAX_PATH, full.data(), nullptr);
-    full.resize(length);
-    // The first answer was the size that is needed.
-    if (length > MAX_PATH)
-        length = GetFullPathNameW(path.c_str(), length, full.data(), nullptr);
-    full.resize(length);
-    return full;
-}
-
 } // namespace
 
 std::string UriOf(const std::wstring& path, const std::wstring& currentFolder)
 {
-    const std::wstring full = FullPath(path);
+    const std::wstring full = AbsolutePath(path);
     std::wstring folder = currentFolder;
     if (!folder.ends_with(L'\\'))
         folder += L'\\';

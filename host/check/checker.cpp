@@ -94,7 +94,7 @@ std::vector<NamedDescriptor> DescriptorsOf(const CatalogueFolder& folder)
             const XmlAttribute* name = product.name == L"product" ? product.Find(L"file") : nullptr;
             const std::wstring path =
                 name != nullptr ? DescriptorPath(folder, *catalogue, name->value) : std::wstring();
-            if (!path.empty() && seen.insert(Lowered(path)).second)
+            if (!path.empty() && seen.insert(Lowered(AbsolutePath(path))).second)
                 named.push_back({catalogue, &product, path});
         }
     }

@@ -21,6 +21,18 @@ bool SameName(std::wstring_view left, std::wstring_view right)
                                 static_cast<int>(right.size()), TRUE) == CSTR_EQUAL;
 }
 
+std::wstring AbsolutePath(const std::wstring& path)
+{
+    std::wstring absolute(MAX_PATH, L'\0');
+    DWORD length = GetFullPathNameW(path.c_str(), MAX_PATH, absolute.data(), nullptr);
+    absolute.resize(length);
+    // The first answer was the size that is needed.
+    if (length > MAX_PATH)
+        length = GetFullPathNameW(path.c_str(), length, absolute.data(), nullptr);
+    absolute.resize(length);
+    return length == 0 ? path : absolute;
+}
+
 std::wstring_view NameOf(std::wstring_view path)
 {
     const std::size_t separator = path.find_last_of(L"\\/");

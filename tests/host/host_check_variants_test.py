@@ -117,6 +117,9 @@ DESCRIPTORS = {
         ["star-inside"]),
     "pattern that takes a system's value along": (beside("del_regvalue", f'key_path="{ENVIRONMENT}" name="Pa*"'),
                                                   ["dangerous-value"]),
+    "all values of a key that belongs to all": (
+        beside("del_regvalue", 'key_path="HKLM\\Software\\Microsoft\\Windows\\CurrentVersion\\Run" name="*"'),
+        ["dangerous-value", "every-value"]),
     "product's own variables": (beside("del_regvalue", f'key_path="{ENVIRONMENT}" name="HARBOR_*"'), []),
     "keys of any user": (
         beside("del_regkey", 'name="HKU\\S-1-5-18\\Software"', 'name="HKU\\.DEFAULT\\Software\\Harbor"'),
@@ -190,6 +193,10 @@ FOLDERS = {
     "descriptors whose names differ in case": (
         [product("a.xml"), product("A.XML", "Reader", '<v name="1" id="R"/>')], [], {"intern/a.xml": descriptor(PROBE)},
         ["descriptor-shared"]),
+    "descriptor by several ways": (
+        [product("s\\a.xml"), product("s/a.xml", "B", '<v name="1" id="B"/>'),
+         product("..\\intern\\s\\a.xml", "C", '<v name="1" id="C"/>')], [],
+        {"intern/s/a.xml": descriptor(section("del_fiel", FILE))}, ["descriptor-shared"] * 2 + ["unknown-op-code"]),
     "catalogue where a descriptor should be": (
         [], [product("a.xml")], {"extern/a.xml": f"<uninstall_information>{product('b.xml')}</uninstall_information>"},
         ["unknown-attribute", "unknown-attribute", "unknown-element", "version-list-missing"]),
