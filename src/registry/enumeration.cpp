@@ -35,6 +35,11 @@ int CRegKeyHelper::GetValues(HKEY key, std::vector<RegValueRecord>& values)
 int CRegKeyHelper::GetValues(HKEY key, WideStringList& names)
 {
     KeyMaxima maxima;
+    return GetValues(key, names, maxima);
+}
+
+int CRegKeyHelper::GetValues(HKEY key, WideStringList& names, KeyMaxima& maxima)
+{
     LSTATUS status = QueryMaxima(key, maxima);
     if (status != ERROR_SUCCESS)
     {

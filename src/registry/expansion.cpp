@@ -3,6 +3,7 @@
 #include "common/path_join.h"
 #include "environment/log.h"
 #include "registry/key_access.h"
+#include "registry/key_circle.h"
 #include "registry/split_key_path.h"
 #include "registry/value_pattern.h"
 
@@ -60,6 +61,11 @@ int CRegKeyHelper::ExpandKey(HKEY hive, const std::wstring& subkey, bool x32view
     names.clear();
     if (const int result = GetSubKeys(key.get(), names); result != _ERROR_SUCCESS)
         LOG(LogError, L"GetSubKeys failed %s", ResultCodeName(result));
+    if (!names.empty() && LeadsBack(key.get(), hive, subkey, x32view))
+    {
+        LOG(LogWarning, L"\"%s\" leads back to a key around it", subkey.c_str());
+        return _ERROR_SUCCESS;
+    }
     for (const std::wstring& name : names)
     {
         const std::wstring child = (subkey + L"\\").append(name);

@@ -4,6 +4,8 @@
 #include "environment/log.h"
 #include "environment/wow64.h"
 #include "registry/key_access.h"
+#include "registry/key_circle.h"
+#include "registry/key_enumerator.h"
 #include "registry/key_in_use.h"
 #include "registry/split_key_path.h"
 
@@ -53,11 +55,7 @@ int CRegKeyHelper::DeleteKey(HKEY hive, const std::wstring& subkey, bool x32view
         LOG(LogError, L"RegOpenKeyEx \"%s\" failed 0x%x", subkey.c_str(), status);
         return _ERROR_NOT_FOUND;
     }
-    // The values go first: those of a key that stays for the sake of a subkey are gone, unless they are in
-    // use themselves.
-    const bool valueStays = DeleteKey(key.get(), needed);
-    const bool subkeyStays = DeleteKey(key.get(), hive, subkey, x32view, used);
-    stays = valueStays || subkeyStays;
+    stays = DeleteKey(key.get(), needed, hive, subkey, x32view, used);
     key.reset();
     if (stays)
         return _ERROR_SUCCESS;
@@ -71,12 +69,9 @@ int CRegKeyHelper::DeleteKey(HKEY hive, const std::wstring& subkey, bool x32view
 // Each list is complete before anything is deleted; what could be read of it is gone through even if the
 // rest could not.
 
-bool CRegKeyHelper::DeleteKey(HKEY key, const CKeyInUse& needed)
+bool CRegKeyHelper::DeleteKey(HKEY key, const WideStringList& names, const CKeyInUse& needed)
 {
     bool stays = false;
-    WideStringList names;
-    if (const int result = GetValues(key, names); result != _ERROR_SUCCESS)
-        LOG(LogError, L"GetValues failed %s", ResultCodeName(result));
     for (const std::wstring& name : names)
     {
         if (needed.Value(name))
@@ -87,10 +82,23 @@ bool CRegKeyHelper::DeleteKey(HKEY key, const CKeyInUse& needed)
     return stays;
 }
 
-bool CRegKeyHelper::DeleteKey(HKEY key, HKEY hive, const std::wstring& subkey, bool x32view, IUsed* used)
+bool CRegKeyHelper::DeleteKey(HKEY key, const CKeyInUse& needed, HKEY hive, const std::wstring& subkey, bool x32view,
+                              IUsed* used)
 {
-    bool stays = false;
     WideStringList names;
+    KeyMaxima maxima;
+    if (const int result = GetValues(key, names, maxima); result != _ERROR_SUCCESS)
+        LOG(LogError, L"GetValues failed %s", ResultCodeName(result));
+    if (maxima.subkeyName != 0 && LeadsBack(key, hive, subkey, x32view))
+    {
+        // What is in it goes, or stays, by the names that it has on the way to the link.
+        LOG(LogWarning, L"\"%s\" leads back to a key around it", subkey.c_str());
+        return false;
+    }
+    // The values go first: those of a key that stays for the sake of a subkey are gone, unless they are in
+    // use themselves.
+    bool stays = DeleteKey(key, names, needed);
+    names.clear();
     if (const int result = GetSubKeys(key, names); result != _ERROR_SUCCESS)
         LOG(LogError, L"GetSubKeys failed %s", ResultCodeName(result));
     for (const std::wstring& name : names)

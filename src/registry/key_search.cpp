@@ -10,6 +10,7 @@
 
 #include "environment/log.h"
 #include "registry/key_access.h"
+#include "registry/key_circle.h"
 #include "registry/key_enumerator.h"
 #include "registry/split_key_path.h"
 
@@ -90,6 +91,11 @@ int CRegKeyHelper::DelKeySearch(HKEY hive, const std::wstring& subkey, const Wid
         LOG(LogError, L"GetSubKeys failed 0x%x", result);
         return result;
     }
+    if (!names.empty() && LeadsBack(key.get(), hive, subkey, x32view))
+    {
+        LOG(LogWarning, L"\"%s\" leads back to a key around it", subkey.c_str());
+        return _ERROR_SUCCESS;
+    }
     int kept = _ERROR_SUCCESS;
     for (const std::wstring& name : names)
     {
@@ -149,6 +155,11 @@ int CRegKeyHelper::CheckKeySearch(HKEY hive, const std::wstring& subkey, const W
             LOG(LogError, L"RegEnumValue \"%s\" failed 0x%x", subkey.c_str(), status);
             return _ERROR_UNKNOWN;
         }
+    }
+    if (maxima.subkeyName != 0 && LeadsBack(key.get(), hive, subkey, x32view))
+    {
+        LOG(LogWarning, L"\"%s\" leads back to a key around it", subkey.c_str());
+        return _ERROR_SUCCESS;
     }
     CSubkeyEnumerator child(key.get(), maxima);
     while ((status = child.Next()) != ERROR_NO_MORE_ITEMS)
@@ -218,6 +229,11 @@ int CRegKeyHelper::ExpandKeySearch(HKEY hive, const std::wstring& subkey, const 
     {
         LOG(LogError, L"RegEnumValue \"%s\" failed 0x%x", subkey.c_str(), status);
         return _ERROR_UNKNOWN;
+    }
+    if (maxima.subkeyName != 0 && LeadsBack(key.get(), hive, subkey, x32view))
+    {
+        LOG(LogWarning, L"\"%s\" leads back to a key around it", subkey.c_str());
+        return _ERROR_SUCCESS;
     }
     CSubkeyEnumerator child(key.get(), maxima);
     while ((status = ExpandKeySearch(child)) == ERROR_SUCCESS)

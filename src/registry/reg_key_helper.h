@@ -89,9 +89,12 @@ public:
 
 private:
     // Steps of the operations of the same names; a log record carries the name of the function it stands in.
-    // The values of a key, and its subkeys. True when one stays, as it is in use.
-    static bool DeleteKey(HKEY key, const CKeyInUse& needed);
-    static bool DeleteKey(HKEY key, HKEY hive, const std::wstring& subkey, bool x32view, IUsed* used);
+    // What is in a key, and of that the values. True when something stays, as it is in use.
+    static bool DeleteKey(HKEY key, const CKeyInUse& needed, HKEY hive, const std::wstring& subkey, bool x32view,
+                          IUsed* used);
+    static bool DeleteKey(HKEY key, const WideStringList& names, const CKeyInUse& needed);
+    // Tells also what it learnt about the key.
+    static int GetValues(HKEY key, WideStringList& names, KeyMaxima& maxima);
     // The values that match.
     static int DeleteValue(HKEY key, const CValuePattern& pattern, const CKeyInUse& needed, bool& stays);
     // Looks through the values: ERROR_SUCCESS for a hit, ERROR_NO_MORE_ITEMS for none.

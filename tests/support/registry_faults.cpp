@@ -62,11 +62,19 @@ int RegistryFaults::Count(const std::wstring& call) const
     return static_cast<int>(std::count(calls.begin(), calls.end(), call));
 }
 
+std::ptrdiff_t RegistryFaults::Opens() const
+{
+    return std::count_if(calls.begin(), calls.end(),
+                         [](const std::wstring& call) { return call.starts_with(L"open "); });
+}
+
 LSTATUS WINAPI RegistryFaults::Open(HKEY key, const wchar_t* subkey, DWORD options, REGSAM access, HKEY* opened)
 {
     current->calls.push_back(std::wstring(L"open ") + subkey + L" " + Hex(access));
     if (const LSTATUS refusal = Refusal(current->opens, std::wstring(subkey)); refusal != ERROR_SUCCESS)
         return refusal;
+    if (--current->opensLeft < 0)
+        return ERROR_NOT_ENOUGH_MEMORY;
     const LSTATUS status = current->openPatch.Original<decltype(RegOpenKeyExW)>()(key, subkey, options, access, opened);
     if (status == ERROR_SUCCESS)
         current->openKeys[*opened] = subkey;

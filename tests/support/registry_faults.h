@@ -4,7 +4,9 @@
 
 #include <windows.h>
 
+#include <cstddef>
 #include <deque>
+#include <limits>
 #include <map>
 #include <string>
 #include <vector>
@@ -24,6 +26,8 @@ public:
 
     // These answer the error instead of doing their work.
     void RefuseOpen(const std::wstring& subkey, LSTATUS error) { opens[subkey] = error; }
+    // After so many all fail: what would go on without end ends.
+    void AllowOpens(int most) { opensLeft = most; }
     void RefuseQuery(LSTATUS error) { query = error; }
     void RefuseValueAt(DWORD index, LSTATUS error) { values[index] = error; }
     void RefuseSubkeyAt(DWORD index, LSTATUS error) { subkeys[index] = error; }
@@ -47,6 +51,7 @@ public:
     //   "subkey INDEX name=SIZE"  "delete value NAME"  "delete key SUBKEY"
     [[nodiscard]] const std::vector<std::wstring>& Calls() const { return calls; }
     [[nodiscard]] int Count(const std::wstring& call) const;
+    [[nodiscard]] std::ptrdiff_t Opens() const;
     // Keys that were deleted while a handle of them was open.
     [[nodiscard]] const std::vector<std::wstring>& DeletedWhileOpen() const { return deletedWhileOpen; }
 
@@ -72,6 +77,7 @@ private:
     static RegistryFaults* current;
 
     std::map<std::wstring, LSTATUS> opens;
+    int opensLeft = std::numeric_limits<int>::max();
     LSTATUS query = ERROR_SUCCESS;
     std::map<DWORD, LSTATUS> values;
     std::map<DWORD, LSTATUS> subkeys;
