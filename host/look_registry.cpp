@@ -4,6 +4,7 @@
 
 #include "common/path_join.h"
 #include "common/unique_reg_key.h"
+#include "registry/key_circle.h"
 #include "registry/reg_key_helper.h"
 #include "registry/split_key_path.h"
 #include "registry/value_pattern.h"
@@ -66,20 +67,21 @@ public:
     // True: it stays, for itself or for what is below it.
     bool Run(const KeyPlace& place);
     std::string Mark() { return digest.Text(); }
-    // A key stays only since access to it is denied.
-    bool MetRefusal() const { return refused; }
+    // Why a key stays that is not in use; else null.
+    const char* Obstacle() const { return obstacle; }
 
 private:
     bool RunValues(const KeyPlace& place, HKEY key);
     bool RunSubkeys(const KeyPlace& place, HKEY key);
     void Keep(PlannedPart::Kind kind, const std::wstring& name, const std::string& user);
+    void Fail(const KeyPlace& place, const char* why);
 
     PlannedItem& item;
     bool view;
     const LookContext& context;
     CDigest digest;
     std::uint64_t things = 0;
-    bool refused = false;
+    const char* obstacle = nullptr;
 };
 
 void CKeyLook::Keep(PlannedPart::Kind kind, const std::wstring& name, const std::string& user)
@@ -87,6 +89,13 @@ void CKeyLook::Keep(PlannedPart::Kind kind, const std::wstring& name, const std:
     ++item.contents.inUse;
     AddPart(item, {kind, ToUtf8(name), ItemState::InUse, user, {}});
     digest.Add(std::wstring_view(L"in use"));
+}
+
+void CKeyLook::Fail(const KeyPlace& place, const char* why)
+{
+    AddPart(item, {PlannedPart::Kind::Key, ToUtf8(place.full), ItemState::Fails, {}, {}});
+    digest.Add(std::wstring_view(L"stays"));
+    obstacle = why;
 }
 
 bool CKeyLook::RunValues(const KeyPlace& place, HKEY key)
@@ -145,15 +154,18 @@ bool CKeyLook::Run(const KeyPlace& place)
     const LSTATUS status = Open(place, KEY_ALL_ACCESS, key);
     if (status == ERROR_ACCESS_DENIED)
     {
-        AddPart(item, {PlannedPart::Kind::Key, ToUtf8(place.full), ItemState::Fails, {}, {}});
-        digest.Add(std::wstring_view(L"denied"));
-        refused = true;
+        Fail(place, "access to a key in it is denied");
         return true;
     }
     if (status != ERROR_SUCCESS)
     {
         item.contents.complete = false;
         return false;
+    }
+    if (LeadsBack(key.get(), place.hive, place.subkey, view))
+    {
+        Fail(place, "a link in it leads back to a key around it");
+        return true;
     }
     digest.Add(LastWrite(key.get()));
     // Deliberate in the deletion: values go first, also those of a key that then stays for the sake of one below it.
@@ -172,11 +184,11 @@ void LookInto(PlannedItem& item, const KeyPlace& place, bool x32view, const Look
         context.WarnOnce(item.name, "The installed product \"" + user + "\" uses this key as well, and is not asked.");
     CKeyLook look(item, x32view, context);
     const bool stays = look.Run(place);
-    if (look.MetRefusal())
+    if (look.Obstacle() != nullptr)
     {
         item.state = ItemState::Fails;
-        item.reason = "access to a key in it is denied: that one stays, and so do the keys around it, without their "
-                      "values; the rest goes";
+        item.reason = look.Obstacle();
+        item.reason += ": that one stays, and so do the keys around it, without their values; the rest goes";
     }
     else if (stays)
         item.state = item.contents.keys + item.contents.values == 0 ? ItemState::InUse : ItemState::PartlyInUse;

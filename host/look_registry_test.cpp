@@ -10,6 +10,7 @@
 
 #include "common/unique_reg_key.h"
 #include "registry/reg_key_helper.h"
+#include "support/key_link.h"
 #include "support/registry_fixture.h"
 #include "text.h"
 
@@ -98,6 +99,25 @@ TEST_F(LookRegistryTest, KeyThatMayNotBeChangedStaysWithTheKeysAroundIt)
     EXPECT_FALSE(box.HasKey(L"a\\free"));
     EXPECT_FALSE(box.HasValue(L"a", L"Path"));
     EXPECT_TRUE(box.HasValue(L"a\\locked\\deep", L"Path"));
+}
+
+TEST_F(LookRegistryTest, LinkThatLeadsBackStaysWithTheKeysAroundIt)
+{
+    const test::KeyLink link(HKEY_CURRENT_USER, box.Subkey(L"a\\locked\\link"), box.Subkey(L"a"));
+    PlannedItem item;
+    LookAtKey(item, {box.Path(L"a"), {}, false, false}, context);
+    EXPECT_EQ(ItemState::Fails, item.state);
+    EXPECT_NE(std::string::npos, item.reason.find("a link in it leads back to a key around it")) << item.reason;
+    ASSERT_EQ(1u, item.parts.size());
+    EXPECT_EQ(ToUtf8(box.Path(L"a\\locked\\link")), item.parts[0].name);
+    // The numbers, and what the removal does.
+    EXPECT_EQ(2u, item.contents.keys);
+    EXPECT_EQ(3u, item.contents.values);
+    EXPECT_NE(_ERROR_SUCCESS, CRegKeyHelper::DeleteKey(box.Path(L"a").c_str(), false, nullptr));
+    EXPECT_FALSE(box.HasKey(L"a\\free"));
+    EXPECT_FALSE(box.HasKey(L"a\\locked\\deep"));
+    EXPECT_FALSE(box.HasValue(L"a", L"Path"));
+    EXPECT_TRUE(box.HasKey(L"a\\locked\\link"));
 }
 
 TEST_F(LookRegistryTest, SearchThatFindsAKeyAroundALockedOneFails)
