@@ -159,7 +159,7 @@ std::string ProductsDrift(const Json& before, const Json& after)
         }
         const std::string drift = ProductDrift(before[i], after[i]);
         if (!drift.empty())
-            return "of " + name + ", " + drift;
+            return ("of " + name).append(", ").append(drift);
     }
     return {};
 }

@@ -55,6 +55,22 @@ void Tell(const std::string& sentence)
     static_cast<void>(StandardError().Write("prodsweep: " + Printable(sentence) + '\n'));
 }
 
+// Throws CFailure unless the answer is yes.
+void Ask(const std::vector<Product>& products, const COutput& out)
+{
+    std::string question = "These products will be removed:\n";
+    for (const Product& product : products)
+        question += "  " + Printable(product.name) + "\n";
+    if (!out.Write(question + "Remove them? [y/N] "))
+        throw CFailure(exitNotWritten, "the question cannot be written.");
+    const std::optional<bool> answer = ReadYesOrNo();
+    if (!answer)
+        throw CFailure(exitBadArguments,
+                       "standard input is no console to answer on; say --yes to remove without asking.");
+    if (!*answer)
+        throw CFailure(exitDeclined, "declined; nothing was removed.");
+}
+
 RemovalResult SweepCatalogue(const CLibrary& library, const PlanSelection& selection, IRemovalWatcher* watcher)
 {
     const int kind = FlagsOf(selection);
@@ -165,21 +181,6 @@ Plan CUninstallCommand::Prepare(const CLibrary& library, RemovalReport& report) 
     return plan;
 }
 
-void CUninstallCommand::Ask(const std::vector<Product>& products, const COutput& out) const
-{
-    std::string question = "These products will be removed:\n";
-    for (const Product& product : products)
-        question += "  " + Printable(product.name) + "\n";
-    if (!out.Write(question + "Remove them? [y/N] "))
-        throw CFailure(exitNotWritten, "the question cannot be written.");
-    const std::optional<bool> answer = ReadYesOrNo();
-    if (!answer)
-        throw CFailure(exitBadArguments,
-                       "standard input is no console to answer on; say --yes to remove without asking.");
-    if (!*answer)
-        throw CFailure(exitDeclined, "declined; nothing was removed.");
-}
-
 RemovalReport CUninstallCommand::Remove(const CLibrary& library, const std::vector<Product>& products,
                                         const COutput& out) const
 {
@@ -211,6 +212,7 @@ std::vector<RemovalResult> CUninstallCommand::Sweep(const CLibrary& library, con
     if (IsWholeCatalogue(selection))
         return std::vector(products.size(), SweepCatalogue(library, selection, bar.get()));
     std::vector<RemovalResult> results;
+    results.reserve(products.size());
     for (const Product& product : products)
         results.push_back(SweepProduct(library, selection, product, bar.get()));
     return results;

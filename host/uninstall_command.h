@@ -32,7 +32,6 @@ private:
     PlanSelection Selection();
     // Plans, and throws CFailure when something keeps the removal from being started. Tells what it lets pass.
     Plan Prepare(const CLibrary& library, RemovalReport& report) const;
-    void Ask(const std::vector<Product>& products, const COutput& out) const;
     // From the lock to the second look. Throws CFailure.
     RemovalReport Remove(const CLibrary& library, const std::vector<Product>& products, const COutput& out) const;
     // One result for each product.
