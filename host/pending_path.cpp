@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 #include <string_view>
+#include <utility>
 
 #include <windows.h>
 
@@ -50,6 +51,15 @@ std::wstring WithoutTrailingSeparators(std::wstring path)
     return path;
 }
 
+// Newer systems may put a star and a number before a path.
+std::wstring_view WithoutMark(std::wstring_view entry)
+{
+    if (!entry.starts_with(L'*'))
+        return entry;
+    const std::size_t end = entry.find_first_not_of(L"0123456789", 1);
+    return end != std::wstring_view::npos && end > 1 && entry[end] == L'\\' ? entry.substr(end) : entry;
+}
+
 // The system's long name of an existing path on a drive; empty when there is none.
 std::wstring LongNameOf(const std::wstring& path)
 {
@@ -66,9 +76,10 @@ std::wstring LongNameOf(const std::wstring& path)
 
 std::wstring PathOfEntry(const std::wstring& entry)
 {
-    const Prefix* prefix = PrefixOf(entry);
-    return WithoutTrailingSeparators(
-        prefix == nullptr ? entry : std::wstring(prefix->plain) + entry.substr(prefix->native.size()));
+    std::wstring path(WithoutMark(entry));
+    if (const Prefix* prefix = PrefixOf(path); prefix != nullptr)
+        path.replace(0, prefix->native.size(), prefix->plain);
+    return WithoutTrailingSeparators(std::move(path));
 }
 
 std::wstring FullPathOf(const std::wstring& typed)
