@@ -85,7 +85,7 @@ std::wstring RealPath(const std::wstring& path)
         return WithoutTrailingSeparator(std::move(final));
     // After the prefix went, dots and slashes are looked at anew: in "\\?\C:\x\.." the two dots are a name to Windows,
     // and so it would find nothing there. Taking them for what they look like errs on the safe side.
-    const std::wstring full = WithoutTrailingDots(Full(WithoutDevicePrefix(IsDrive(path) ? path + L'\\' : Full(path))));
+    std::wstring full = WithoutTrailingDots(Full(WithoutDevicePrefix(IsDrive(path) ? path + L'\\' : Full(path))));
     std::wstring existing = full;
     for (;;)
     {

@@ -53,8 +53,8 @@ void Hear(int32_t event, int32_t code, const void* value)
 
 const char* StageName(int event)
 {
-    const auto row = std::find_if(std::begin(stageRows), std::end(stageRows),
-                                  [&](const StageRow& candidate) { return candidate.event == event; });
+    const auto* const row = std::find_if(std::begin(stageRows), std::end(stageRows),
+                                         [&](const StageRow& candidate) { return candidate.event == event; });
     return row == std::end(stageRows) ? nullptr : row->name;
 }
 

@@ -30,6 +30,7 @@ void AddObjection(std::vector<std::string>& objections, std::optional<std::uint6
 std::vector<std::string> FindObjections(const Plan& plan, const GuardLimits& limits)
 {
     std::vector<std::string> objections;
+    objections.reserve(plan.dangers.size());
     for (const PlanDanger& danger : plan.dangers)
         objections.push_back(Objection(danger));
     AddObjection(objections, limits.maxFiles, plan.total.files, plan.total.complete, "files", "--max-files");
