@@ -64,7 +64,7 @@ TEST_F(GuidArraysTest, WithoutADetectedVersionThereAreNoGuids)
 TEST_F(GuidArraysTest, WithoutADetectedVersionTheExtendedFormWritesNothing)
 {
     const VersionList versions{Version(registry.Path(L"none")), Version(L"")};
-    SAFEARRAY* const before = reinterpret_cast<SAFEARRAY*>(1);
+    auto* const before = reinterpret_cast<SAFEARRAY*>(1);
     SAFEARRAY* untouched = before;
 
     EXPECT_TRUE(GetInstalledGuidsEx(versions, &untouched));

@@ -11,7 +11,7 @@ namespace {
 class Array
 {
 public:
-    Array(ULONG count, ULONG elementSize = sizeof(ProductEntry), LONG first = 0)
+    explicit Array(ULONG count, ULONG elementSize = sizeof(ProductEntry), LONG first = 0)
     {
         EXPECT_EQ(S_OK, SafeArrayAllocDescriptor(1, &array));
         array->cbElements = elementSize;
@@ -39,7 +39,7 @@ public:
         int32_t kind;
         int32_t force;
     };
-    explicit Entries(std::initializer_list<Row> rows)
+    Entries(std::initializer_list<Row> rows)
     {
         for (const Row& row : rows)
             entries.push_back({SysAllocString(row.name), nullptr, row.kind, 0, nullptr, row.force, 0});

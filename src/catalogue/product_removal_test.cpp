@@ -34,9 +34,10 @@ WideStringList Split(const std::wstring& text)
 // of the section can't be reached: only the registry makes a product count as installed, for both kinds.
 class ProductRemovalTest : public testing::Test
 {
-protected:
+public:
     ~ProductRemovalTest() override { EXPECT_TRUE(tree.CanariesIntact()); }
 
+protected:
     // installed: an entry of the machine's uninstall list speaks for it. entries: more for its descriptor.
     void Add(const std::wstring& name, bool installed, const std::string& entries = {})
     {
@@ -81,8 +82,10 @@ protected:
         const std::vector<test::LogRecord> records = log.Records();
         auto record = std::find_if(records.begin(), records.end(),
                                    [](const test::LogRecord& line) { return line.text == L"CHECK LIST : "; });
+        if (record != records.end())
+            ++record;
         std::wstring names;
-        while (record != records.end() && ++record != records.end() && record->function == function)
+        for (; record != records.end() && record->function == function; ++record)
         {
             for (const CProduct& product : products.products)
                 names += record->text == L"\"" + product.file + L"\"" ? product.name + L";" : L"";

@@ -224,7 +224,7 @@ TEST_F(ProductTest, CopyStandsAlone)
 
     CProduct copy = product;
     copy.name += L"!";
-    copy.versions[0].ChildValues[L"c"].push_back(L"more");
+    copy.versions[0].ChildValues[L"c"].emplace_back(L"more");
     copy.versions.push_back({});
 
     EXPECT_EQ(L"A", product.name);

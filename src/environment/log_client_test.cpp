@@ -69,7 +69,7 @@ constexpr char probeLine[] = "LogWrite 0 0x10 CProbe::Log CProbe::Log: ->\"name\
 // Without the reference that the test program holds, so that each test starts where a process does.
 class LogClientTest : public testing::Test
 {
-protected:
+public:
     LogClientTest()
     {
         LogRelease();
@@ -90,6 +90,7 @@ protected:
         LogAcquire();
     }
 
+protected:
     int evaluated = 0;
 
 private:

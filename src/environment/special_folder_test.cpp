@@ -69,10 +69,11 @@ std::wstring Upper(std::wstring text)
 
 class CSpecialFolderTest : public testing::Test
 {
-protected:
+public:
     CSpecialFolderTest() { Table::Clear(); }
     ~CSpecialFolderTest() override { Table::Clear(); }
 
+protected:
     test::LogRecorder log;
     std::wstring folder = L"before";
 };

@@ -71,7 +71,7 @@ BOOL WINAPI Fail(HANDLE, BOOL* answer)
 
 class CWow64Test : public testing::Test
 {
-protected:
+public:
     CWow64Test() : lookUp(nullptr, "GetProcAddress", GiveStandIns)
     {
         realGetProcAddress = lookUp.Original<FARPROC WINAPI(HMODULE, const char*)>();
@@ -83,6 +83,7 @@ protected:
     }
     ~CWow64Test() override { CWow64::Cleanup(); }
 
+protected:
     const test::LogRecorder log;
 
 private:

@@ -71,7 +71,7 @@ TEST_F(RecordingTest, FileInUseIsRecordedAllTheSame)
 
 class MarkedFileTest : public RecordingTest
 {
-protected:
+public:
     // A file of this test's own below a folder that has a keyword.
     MarkedFileTest()
     {
@@ -82,6 +82,8 @@ protected:
         entry = "<e path='common_app_data' name='#####" + Narrow(name) + "'/>";
     }
     ~MarkedFileTest() override { DeleteFileW(path.c_str()); }
+
+protected:
     void MakeFile() const
     {
         CloseHandle(CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr));

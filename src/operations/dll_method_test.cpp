@@ -29,7 +29,7 @@ int WINAPI ConvertNothing(UINT, DWORD, const wchar_t*, int, char*, int, const ch
 
 class ExecDllMethodTest : public testing::Test
 {
-protected:
+public:
     ExecDllMethodTest() { SetEnvironmentVariableW(traceVariable, nullptr); }
     ~ExecDllMethodTest() override
     {
@@ -37,6 +37,7 @@ protected:
         SetEnvironmentVariableW(traceVariable, nullptr);
     }
 
+protected:
     int Call(const wchar_t* method) { return operations.ExecDllMethod(module.c_str(), method); }
     // What the library went through.
     std::wstring Trace() const

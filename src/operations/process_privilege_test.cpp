@@ -169,7 +169,7 @@ private:
 
 class KillProcessPrivilegeTest : public testing::Test
 {
-protected:
+public:
     KillProcessPrivilegeTest() { SetDebugPrivilege(token.get(), 0); }
     ~KillProcessPrivilegeTest() override
     {
@@ -177,6 +177,7 @@ protected:
         SetDebugPrivilege(token.get(), 0);
     }
 
+protected:
     bool Enabled() const { return IsEnabled(token.get(), DebugPrivilege()); }
 
     const UniqueHandle token = TokenOfProcess();

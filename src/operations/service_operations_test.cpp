@@ -45,10 +45,11 @@ LSTATUS WINAPI RefuseToSet(HKEY, const wchar_t*, DWORD, DWORD, const BYTE*, DWOR
 
 class ServiceRegistryTest : public testing::Test
 {
-protected:
+public:
     ServiceRegistryTest() { KnowHives(); }
     ~ServiceRegistryTest() override { KnowHives(); }
 
+protected:
     static void KnowHives() { (void)CSplitKeyPath(); }
 
     test::LogRecorder log;

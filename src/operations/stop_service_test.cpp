@@ -116,10 +116,11 @@ private:
 
 class StopServiceTest : public testing::Test
 {
-protected:
+public:
     // Whatever happens, the caller says it.
     ~StopServiceTest() override { EXPECT_TRUE(log.Records().empty()); }
 
+protected:
     test::LogRecorder log;
     COperations operations;
 };

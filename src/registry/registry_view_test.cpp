@@ -83,7 +83,7 @@ HMODULE WINAPI FindNoModule(const wchar_t* name)
 // A 32-bit process whose Advapi32.dll has a recording RegDeleteKeyExW.
 class DeleteKeyExTest : public test::RegistryFixture
 {
-protected:
+public:
     DeleteKeyExTest()
     {
         binding = &bound;
@@ -92,6 +92,7 @@ protected:
     }
     ~DeleteKeyExTest() override { binding = nullptr; }
 
+protected:
     LSTATUS DeleteKeyEx() { return CRegKeyHelper::DeleteKeyEx(HKEY_CURRENT_USER, box.Subkey(L"key").c_str(), 0xF023F); }
 
     Binding bound;

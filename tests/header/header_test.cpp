@@ -78,7 +78,7 @@ SAFEARRAY* NewStrings(unsigned count)
 
 class ProdsweepFreeTest : public testing::Test
 {
-protected:
+public:
     ProdsweepFreeTest()
         : freeing(nullptr, "SysFreeString", FreeString), destroying(nullptr, "SafeArrayDestroy", Destroy)
     {
@@ -93,6 +93,7 @@ protected:
         EXPECT_EQ(0u, arrays.size()) << "arrays are left";
     }
 
+protected:
     ProductEntry* NewProducts(unsigned count)
     {
         ProductEntry* const entries = NewArray<ProductEntry>(&products, count);
