@@ -405,8 +405,10 @@ TEST_F(LogClientTest, LockIsFreeWhileTheWriterRuns)
 TEST_F(LogClientTest, ThreadsThatBindAndUnbindAtOnceLeaveNothingBehind)
 {
     variant = L"log_complete";
+    constexpr int threadCount = 16;
     std::vector<std::thread> threads;
-    for (int i = 0; i < 16; ++i)
+    threads.reserve(threadCount);
+    for (int i = 0; i < threadCount; ++i)
     {
         threads.emplace_back([] {
             for (int round = 0; round < 50; ++round)

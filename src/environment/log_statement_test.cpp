@@ -37,7 +37,7 @@ public:
     }
 };
 
-void FreeFunction() { LOG(LogError, L"free"); }
+static void FreeFunction() { LOG(LogError, L"free"); }
 
 namespace {
 
@@ -165,6 +165,7 @@ TEST(LogStatementTest, SixteenThreadsAtOnceLoseNothingAndNeverUnbind)
             lowest = std::min(lowest.load(), log_state::references.load());
     });
     std::vector<std::thread> threads;
+    threads.reserve(threadCount);
     for (int i = 0; i < threadCount; ++i)
         threads.emplace_back(LogTheRecordsOf, i);
     for (std::thread& thread : threads)
@@ -179,8 +180,8 @@ TEST(LogStatementTest, SixteenThreadsAtOnceLoseNothingAndNeverUnbind)
     for (int i = 0; i < threadCount * recordsEach; ++i)
     {
         const std::wstring number = std::to_wstring(i % recordsEach);
-        const std::wstring text =
-            L"thread " + std::to_wstring(i / recordsEach) + L" record " + number + L" \"" + number + L"\"";
+        std::wstring text = L"thread " + std::to_wstring(i / recordsEach);
+        text.append(L" record ").append(number).append(L" \"").append(number).append(L"\"");
         EXPECT_EQ(1u, texts.count(text)) << test::Narrow(text);
     }
     EXPECT_GE(lowest, 2) << "this test's reference and the test program's stand throughout";

@@ -251,6 +251,7 @@ TEST_F(CWow64Test, ThreadsThatAskAtOnceWaitForTheOneObject)
     const test::ImportPatch patch(nullptr, "Sleep", CountWait);
     std::vector<CWow64*> objects(16);
     std::vector<std::thread> threads;
+    threads.reserve(objects.size());
     for (CWow64*& object : objects)
         threads.emplace_back([&object] { object = &CWow64::Instance(); });
     for (std::thread& thread : threads)

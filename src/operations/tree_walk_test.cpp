@@ -148,6 +148,7 @@ TEST_F(OddTreeTest, FolderOf20000FilesIsExpandedAndGoes)
     log.Pause();
     constexpr int count = 20000;
     std::vector<std::wstring> names;
+    names.reserve(count);
     for (int i = 0; i < count; ++i)
         names.push_back(std::to_wstring(i));
     ASSERT_TRUE(test::MakeManyFiles(root, names));

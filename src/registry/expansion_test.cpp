@@ -34,6 +34,7 @@ protected:
     static WideStringList Paths(const UsedRegItemList& items)
     {
         WideStringList paths;
+        paths.reserve(items.size());
         for (const UsedRegItem& item : items)
             paths.push_back(item.path);
         return paths;
@@ -213,8 +214,8 @@ TEST_F(ExpandKeyTest, DeletionAsksInTheVeryTextsOfTheExpansion)
     // By the long name the top is asked about too, but not listed.
     asked.erase(std::find(asked.begin(), asked.end(), box.Path(L"key")));
     WideStringList listed = Paths(keys);
-    for (const std::wstring& path : Paths(values))
-        listed.push_back(path);
+    const WideStringList valuePaths = Paths(values);
+    listed.insert(listed.end(), valuePaths.begin(), valuePaths.end());
     EXPECT_THAT(asked, testing::UnorderedElementsAreArray(listed));
 }
 

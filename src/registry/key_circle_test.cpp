@@ -20,6 +20,7 @@ using testing::UnorderedElementsAre;
 std::vector<std::wstring> Paths(const UsedRegItemList& items)
 {
     std::vector<std::wstring> paths;
+    paths.reserve(items.size());
     for (const UsedRegItem& item : items)
         paths.push_back(item.path);
     return paths;

@@ -40,6 +40,7 @@ protected:
     static WideStringList Paths(const UsedRegItemList& items)
     {
         WideStringList paths;
+        paths.reserve(items.size());
         for (const UsedRegItem& item : items)
             paths.push_back(item.path);
         return paths;

@@ -60,10 +60,13 @@ TEST_F(DllSharingTest, ManyThreadsWriteWholeLinesAndLoseNone)
 {
     log.Settings("enabled = yes\npath = a.log\nlevels = all\nmax_size = 8\nkeep = 99\n");
     log.Load();
-    std::vector<std::string> names;
-    std::vector<std::thread> threads;
+    constexpr int writers = 8;
     constexpr int count = 200;
-    for (int i = 0; i < 8; ++i)
+    std::vector<std::string> names;
+    names.reserve(writers);
+    std::vector<std::thread> threads;
+    threads.reserve(writers);
+    for (int i = 0; i < writers; ++i)
     {
         names.push_back("thread" + std::to_string(i));
         threads.emplace_back([this, i] {
@@ -87,6 +90,7 @@ TEST_F(DllSharingTest, SeveralProcessesWriteWholeLinesAndLoseNone)
     const HANDLE gate = CreateEventW(nullptr, TRUE, FALSE, gateName.c_str());
     const HANDLE ready = CreateSemaphoreW(nullptr, 0, 3, (gateName + L"ready").c_str());
     std::vector<std::thread> runs;
+    runs.reserve(names.size());
     for (const std::string& name : names)
         runs.emplace_back([&] { EXPECT_EQ(0u, RunWriter(log, name, count, gateName).exitCode); });
     for (const std::string& name : names)

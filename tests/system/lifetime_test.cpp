@@ -97,6 +97,7 @@ TEST_F(LifetimeTest, SixteenThreadsMayListAtOnceFromTheFirstCallOn)
     std::atomic<int> good{0};
     std::atomic<int> withoutCom{0};
     std::vector<std::thread> threads;
+    threads.reserve(threadCount);
     for (int i = 0; i < threadCount; ++i)
         threads.emplace_back([&] {
             --waiting;

@@ -186,8 +186,10 @@ TEST_F(RemovalCallbackTest, SixteenThreadsPollWithoutDisturbing)
     std::atomic<bool> done{false};
     std::atomic<int> outside{0};
     std::atomic<int> polling{0};
+    constexpr int pollers = 16;
     std::vector<std::thread> threads;
-    for (int i = 0; i < 16; ++i)
+    threads.reserve(pollers);
+    for (int i = 0; i < pollers; ++i)
     {
         threads.emplace_back([&] {
             ++polling;
@@ -199,7 +201,7 @@ TEST_F(RemovalCallbackTest, SixteenThreadsPollWithoutDisturbing)
             }
         });
     }
-    while (polling < 16)
+    while (polling < pollers)
         Sleep(1);
 
     EXPECT_TRUE(library.UninstallAllInstalled(Other, &restart, &NoteProgress));
