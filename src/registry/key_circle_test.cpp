@@ -180,7 +180,7 @@ protected:
     LeadsBackTest() { box.AddKey(L"key\\sub"); }
 
     // The answer for a subkey that is opened as it is spelt.
-    bool LeadsBack(HKEY hive, const std::wstring& subkey)
+    static bool LeadsBack(HKEY hive, const std::wstring& subkey)
     {
         UniqueRegKey key;
         EXPECT_EQ(ERROR_SUCCESS, OpenKey(hive, subkey, KEY_QUERY_VALUE, key));

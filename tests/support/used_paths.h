@@ -19,12 +19,12 @@ public:
     bool IsUsedFile(const wchar_t* path) override
     {
         asked.push_back(std::wstring(L"file ") + path);
-        return files.count(path) != 0;
+        return files.contains(path);
     }
     bool IsUsedFolder(const wchar_t* path) override
     {
         asked.push_back(std::wstring(L"folder ") + path);
-        return folders.count(path) != 0;
+        return folders.contains(path);
     }
     bool IsUsedRegKey(const wchar_t*, bool) override { return false; }
     bool IsUsedRegValue(const wchar_t*, const wchar_t*, bool) override { return false; }

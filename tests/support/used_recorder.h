@@ -43,7 +43,7 @@ private:
         asked.push_back(question);
         if (whenAsked)
             whenAsked(question);
-        return claimed.count(question) != 0;
+        return claimed.contains(question);
     }
 
     std::set<std::wstring> claimed;
