@@ -2,8 +2,8 @@
 
 #include <array>
 
+#include "common/unique_handle.h"
 #include "failure.h"
-#include "unique_handle.h"
 
 namespace prodsweep {
 

@@ -5,6 +5,7 @@
 #include <shlwapi.h>
 
 #include "common/path_join.h"
+#include "common/unique_handle.h"
 #include "common/unique_reg_key.h"
 #include "forbidden_names.h"
 #include "forbidden_places.h"
@@ -13,7 +14,6 @@
 #include "registry/split_key_path.h"
 #include "registry/value_pattern.h"
 #include "text.h"
-#include "unique_handle.h"
 
 namespace prodsweep {
 

@@ -6,6 +6,7 @@
 
 #include <shlwapi.h>
 
+#include "common/unique_handle.h"
 #include "common/unique_reg_key.h"
 #include "entry_fault.h"
 #include "forbidden_places.h"
@@ -14,7 +15,6 @@
 #include "module_path.h"
 #include "running_programs.h"
 #include "text.h"
-#include "unique_handle.h"
 
 namespace prodsweep {
 

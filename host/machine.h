@@ -1,7 +1,7 @@
 // What a removal needs of the machine besides the library.
 #pragma once
 
-#include "unique_handle.h"
+#include "common/unique_handle.h"
 
 namespace prodsweep {
 

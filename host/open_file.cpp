@@ -1,6 +1,6 @@
 #include "open_file.h"
 
-#include "unique_handle.h"
+#include "common/unique_handle.h"
 
 namespace prodsweep {
 

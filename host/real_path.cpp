@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "common/unique_handle.h"
 #include "text.h"
-#include "unique_handle.h"
 
 namespace prodsweep {
 

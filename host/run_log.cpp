@@ -3,13 +3,13 @@
 #include <algorithm>
 #include <iterator>
 
+#include "common/unique_handle.h"
 #include "environment/log.h"
 #include "exit_codes.h"
 #include "failure.h"
 #include "module_path.h"
 #include "prodsweep/log.h"
 #include "text.h"
-#include "unique_handle.h"
 
 namespace prodsweep {
 

@@ -2,7 +2,7 @@
 
 #include <tlhelp32.h>
 
-#include "unique_handle.h"
+#include "common/unique_handle.h"
 
 namespace prodsweep {
 

@@ -4,12 +4,12 @@
 
 #include <windows.h>
 
+#include "common/unique_handle.h"
 #include "exit_codes.h"
 #include "failure.h"
 #include "module_path.h"
 #include "plan_report.h"
 #include "text.h"
-#include "unique_handle.h"
 #include "whole_file.h"
 
 namespace prodsweep {

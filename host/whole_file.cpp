@@ -4,11 +4,11 @@
 
 #include <windows.h>
 
+#include "common/unique_handle.h"
 #include "exit_codes.h"
 #include "failure.h"
 #include "module_path.h"
 #include "text.h"
-#include "unique_handle.h"
 
 namespace prodsweep {
 

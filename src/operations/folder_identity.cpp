@@ -1,6 +1,6 @@
 #include "operations/folder_identity.h"
 
-#include "operations/unique_handle.h"
+#include "common/unique_handle.h"
 
 namespace prodsweep {
 namespace {
@@ -13,14 +13,11 @@ constexpr ULONGLONG unspeakableIndex = ~ULONGLONG{0};
 
 std::optional<FolderIdentity> IdentityOf(const std::wstring& folder)
 {
-    const HANDLE opened =
-        CreateFileW(folder.c_str(), FILE_READ_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                    nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
-    if (opened == INVALID_HANDLE_VALUE)
-        return std::nullopt;
-    const UniqueHandle owned(opened);
+    const UniqueHandle opened = OwnHandle(CreateFileW(folder.c_str(), FILE_READ_ATTRIBUTES,
+                                                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                                      OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
     BY_HANDLE_FILE_INFORMATION information{};
-    if (!GetFileInformationByHandle(opened, &information))
+    if (opened == nullptr || !GetFileInformationByHandle(opened.get(), &information))
         return std::nullopt;
     const ULONGLONG index = (ULONGLONG{information.nFileIndexHigh} << 32) | information.nFileIndexLow;
     if (index == noIndex || index == unspeakableIndex)

@@ -1,7 +1,7 @@
 #include "operations/operations.h"
 
+#include "common/unique_handle.h"
 #include "environment/log.h"
-#include "operations/unique_handle.h"
 
 #include <tlhelp32.h>
 

@@ -1,9 +1,8 @@
-// Owner of a kernel handle.
 #pragma once
 
-#include <memory>
-
 #include <windows.h>
+
+#include <memory>
 
 namespace prodsweep {
 
@@ -11,6 +10,8 @@ struct HandleCloser
 {
     void operator()(HANDLE handle) const noexcept { CloseHandle(handle); }
 };
+
+// Owner of a kernel handle.
 using UniqueHandle = std::unique_ptr<void, HandleCloser>;
 
 // Files and snapshots that could not be opened come as INVALID_HANDLE_VALUE; here as null.
