@@ -1,5 +1,6 @@
 // What the settings file and the functions that set something do to the built log.dll.
 #include "log/built_log.h"
+#include "support/handle_count.h"
 
 #include <gmock/gmock.h>
 
@@ -42,12 +43,9 @@ TEST_F(DllSettingsTest, WithoutASettingsFileNothingIsWritten)
 TEST_F(DllSettingsTest, ItDoesNotEvenHoldItsMutexWhileItIsOff)
 {
     log.Load();
-    DWORD before = 0;
-    GetProcessHandleCount(GetCurrentProcess(), &before);
+    const HandleCount handles;
     WriteEachLevel();
-    DWORD after = 0;
-    GetProcessHandleCount(GetCurrentProcess(), &after);
-    EXPECT_EQ(before, after);
+    EXPECT_TRUE(handles.Unchanged());
 }
 
 TEST_F(DllSettingsTest, SettingsFileTurnsItOn)
