@@ -5,7 +5,6 @@
 #include <shlwapi.h>
 
 #include "common/path_join.h"
-#include "common/unique_handle.h"
 #include "common/unique_reg_key.h"
 #include "forbidden_names.h"
 #include "forbidden_places.h"
@@ -86,19 +85,6 @@ void CGuardRails::AddValues()
     }
 }
 
-bool CGuardRails::FindIdentity(const std::wstring& path, Identity& identity)
-{
-    const UniqueHandle file = OwnHandle(CreateFileW(path.c_str(), FILE_READ_ATTRIBUTES,
-                                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                                    OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
-    BY_HANDLE_FILE_INFORMATION information{};
-    if (file == nullptr || !GetFileInformationByHandle(file.get(), &information))
-        return false;
-    identity = {information.dwVolumeSerialNumber,
-                (static_cast<unsigned long long>(information.nFileIndexHigh) << 32) | information.nFileIndexLow};
-    return true;
-}
-
 void CGuardRails::AddPath(const std::wstring& path, const char* reason)
 {
     if (path.empty())
@@ -119,9 +105,9 @@ void CGuardRails::AddSpelling(const std::wstring& path, const ForbiddenPlace& pl
     for (std::wstring folder = path; !folder.empty();)
     {
         const auto [known, isNew] = asked.try_emplace(ToLower(folder));
-        if (Identity identity; isNew && FindIdentity(folder, identity))
-            known->second = identity;
-        if (const std::optional<Identity>& reached = known->second; reached)
+        if (isNew)
+            known->second = IdentityOf(folder);
+        if (const std::optional<FolderIdentity>& reached = known->second; reached)
             added.identities.insert(*reached);
         const std::wstring above = FolderAbove(folder);
         folder = above == folder || above.size() >= folder.size() ? L"" : above;
@@ -156,11 +142,12 @@ const ForbiddenPlace* CGuardRails::OfPath(const std::wstring& path) const
     }
     for (const std::wstring& text : {path, real})
     {
-        Identity identity;
-        if (!FindIdentity(text, identity))
+        const std::optional<FolderIdentity> identity = IdentityOf(text);
+        if (!identity)
             continue;
-        const auto found = std::find_if(paths.begin(), paths.end(),
-                                        [&](const Path& candidate) { return candidate.identities.contains(identity); });
+        const auto found = std::find_if(paths.begin(), paths.end(), [&](const Path& candidate) {
+            return candidate.identities.contains(*identity);
+        });
         if (found != paths.end())
             return &found->place;
     }

@@ -5,10 +5,11 @@
 #include <optional>
 #include <set>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include <windows.h>
+
+#include "operations/folder_identity.h"
 
 namespace prodsweep {
 
@@ -38,11 +39,10 @@ public:
     const ForbiddenPlace* OfService(const std::wstring& name) const;
 
 private:
-    using Identity = std::pair<DWORD, unsigned long long>; // of a volume, and of a folder on it
     struct Path
     {
         std::wstring lower;
-        std::set<Identity> identities; // its own, and those of all folders above it
+        std::set<FolderIdentity> identities; // its own, and those of all folders above it
         ForbiddenPlace place;
     };
     struct Key
@@ -58,7 +58,6 @@ private:
         ForbiddenPlace place;
     };
 
-    static bool FindIdentity(const std::wstring& path, Identity& identity);
     void AddPath(const std::wstring& path, const char* reason);
     void AddSpelling(const std::wstring& path, const ForbiddenPlace& place);
     void AddProfiles();
@@ -67,7 +66,7 @@ private:
     void AddValues();
     const ForbiddenPlace* OfText(const std::wstring& path) const;
 
-    std::map<std::wstring, std::optional<Identity>> asked; // folders above the places, in lower case
+    std::map<std::wstring, std::optional<FolderIdentity>> asked; // folders above the places, in lower case
     std::vector<Path> paths;
     std::vector<Key> keys;
     std::vector<Value> values;

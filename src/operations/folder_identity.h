@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <compare>
 #include <optional>
 #include <string>
 
@@ -13,7 +14,7 @@ struct FolderIdentity
     DWORD volume;
     ULONGLONG index; // on that volume
 
-    bool operator==(const FolderIdentity&) const = default;
+    auto operator<=>(const FolderIdentity&) const = default;
 };
 
 // Follows links. Nothing when the folder can't be opened, or its file system tells none folder from another.
