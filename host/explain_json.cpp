@@ -1,5 +1,7 @@
 #include "explain_report.h"
 
+#include <nlohmann/json.hpp>
+
 #include "json.h"
 #include "product.h"
 

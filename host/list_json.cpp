@@ -1,5 +1,7 @@
 #include "list_report.h"
 
+#include <nlohmann/json.hpp>
+
 #include "json.h"
 
 namespace prodsweep {

@@ -1,5 +1,7 @@
 #include "pending_report.h"
 
+#include <nlohmann/json.hpp>
+
 #include "json.h"
 #include "text.h"
 

@@ -1,5 +1,7 @@
 #include "plan_report.h"
 
+#include <nlohmann/json.hpp>
+
 #include "product.h"
 
 namespace prodsweep {

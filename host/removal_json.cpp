@@ -1,5 +1,7 @@
 #include "removal_report.h"
 
+#include <nlohmann/json.hpp>
+
 #include "exit_codes.h"
 #include "json.h"
 

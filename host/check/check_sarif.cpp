@@ -1,5 +1,6 @@
 #include "check/check_report.h"
 
+#include <nlohmann/json.hpp>
 #include <windows.h>
 
 #include "check/source_file.h"
