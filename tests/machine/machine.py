@@ -18,7 +18,7 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 BUILD = pathlib.Path(os.environ.get("PRODSWEEP_BUILD", ROOT / "build" / "mingw-release"))
 REPORTS = BUILD / "tests"
 MAPPED = pathlib.Path(os.environ.get("PRODSWEEP_BUILD_ROOT", ROOT / "build"))
-PREFIX = "machine"
+PREFIX = os.environ.get("PRODSWEEP_MACHINE", "machine_1")
 BASE = MAPPED / "wine" / PREFIX
 DRIVE = BASE / "prefix" / "drive_c"
 HIVES = {"system.reg": "HKLM", "user.reg": "HKCU", "userdef.reg": "HKU/.Default"}
@@ -163,7 +163,7 @@ def _copy(source, target):
 
 
 class Machine:
-    """The one machine. Whoever makes this object has it alone until the process ends."""
+    """One of the machines. Whoever makes this object has it alone until the process ends."""
 
     def __init__(self):
         BASE.parent.mkdir(parents=True, exist_ok=True)
