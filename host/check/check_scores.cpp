@@ -74,6 +74,10 @@ void CheckVersion(const VersionModel& version, const CFileReport& report)
         if (!section.IsSkippedByDetection())
             evaluated.push_back(&section);
     }
+    // What has no win_nt, or a node in it that fails, is told of for that.
+    if (evaluated.empty() && version.node->Child(L"win_nt") != nullptr && !version.hasStrayNode)
+        report.Add("never-installed", version.node->at,
+                   Quoted(version.node->name) + " has no section that detection looks at.");
     const auto passes = [](const SectionModel* section) { return AlwaysPasses(*section); };
     const bool certain = version.allSections ? std::all_of(evaluated.begin(), evaluated.end(), passes)
                                              : std::any_of(evaluated.begin(), evaluated.end(), passes);

@@ -21,8 +21,7 @@ constexpr Rule rules[] = {
      "Name the root element uninstall_information."},
     {"document-type", Warning, "a document type",
      "A use of an entity counts as a node of its own, and ends the section that it stands in; the library may fetch "
-     "what "
-     "lies elsewhere.",
+     "what lies elsewhere.",
      "Take it out, and write the texts of its entities where they are used."},
     {"unknown-element", Warning, "an element that nothing reads", "It is passed over without a word.",
      "Correct its name, or take it out."},
@@ -31,8 +30,7 @@ constexpr Rule rules[] = {
      "Correct its name, or take it out."},
     {"missing-attribute", Error, "an attribute is missing without which nothing works",
      "A catalogue with such a product fails to load; an entry or a folder without it fails, and what it means is "
-     "neither "
-     "found nor removed.",
+     "neither found nor removed.",
      "Add the attribute."},
     {"repeated-element", Warning, "an element stands a second time where only the first is read",
      "The second one is passed over without a word.", "Merge it into the first, or give the version another name."},
@@ -149,6 +147,9 @@ constexpr Rule rules[] = {
     {"always-installed", Error, "a version that detection finds on every machine",
      "The product always counts as installed: removing all that is installed carries its descriptor out everywhere.",
      "Ask for a minimum_score that only the product's own things reach."},
+    {"never-installed", Warning, "a version with nothing that detection looks at",
+     "It has no section but exec_tool, which detection skips: this version is never found.",
+     "Add a section that tells the product."},
     {"negative-score", Warning, "a negative score or minimum that works against itself",
      "A negative minimum is passed with nothing found; what must be found, or always is, lowers every sum.",
      "Take the sign off, or the entry out."},

@@ -52,8 +52,8 @@ std::vector<Behaviour> CountedBehaviour()
         {"section-without-op-code", [] { ExpectOperations("section-without-op-code", 0, 1); }},
         {"unknown-op-code", [] { ExpectOperations("unknown-op-code", 0, 1); }},
         {"sleep-element", [] { ExpectOperations("sleep-element", 1, 2); }},
-        {"os-never", [] { ExpectOperations("os-never", 0, 1); }},
-        {"os-value", [] { ExpectOperations("os-value", 1, 1); }},
+        {"os-never", [] { ExpectOperations("os-never", 1, 2); }},
+        {"os-value", [] { ExpectOperations("os-value", 2, 2); }},
         {"unknown-keyword", [] { ExpectOperations("unknown-keyword", 0, 1); }},
         {"app-path-case", [] { ExpectOperations("app-path-case", 0, 1); }},
         {"pruned-folder", [] { ExpectOperations("pruned-folder", 1, 2); }},
@@ -90,6 +90,7 @@ std::vector<Behaviour> DetectedBehaviour()
         {"number-value", [] { ExpectDetected("number-value", false, true); }},
         {"minimum-out-of-reach", [] { ExpectDetected("minimum-out-of-reach", false, true); }},
         {"always-installed", [] { ExpectDetected("always-installed", true, false); }},
+        {"never-installed", [] { ExpectDetected("never-installed", false, true); }},
         {"negative-score", [] { ExpectDetected("negative-score", false, true); }},
         // The tool that must be found is not there.
         {"score-of-tool", [] { ExpectDetected("score-of-tool", true, true); }},

@@ -158,6 +158,10 @@ SCORED = {
         beside("exec_tool", 'path="app_path" tool_name="u.exe" wait="yes" score="1"'),
         ["score-of-tool"] * 2),
     "tools in capitals": (beside("EXEC_TOOL", 'path="app_path" tool_name="u.exe" wait="yes"'), ["tool-section-scores"]),
+    "tools alone": (
+        descriptor(section("exec_tool", 'path="app_path" tool_name="u.exe" wait="yes"', attributes=NO_MINIMUM)),
+        ["never-installed"]),
+    "no sections": (descriptor(), ["never-installed"]),
     "text": (descriptor(PROBE, '<s op_code="del_file"><e name="C:\\H\\a.exe">sleep</e></s>'), ["sleep-text"]),
     "entry twice": (descriptor(section("del_file", FILE, FILE)), ["duplicate-entry"]),
 }
