@@ -118,6 +118,7 @@ bool GetInstalledGuidsEx(const VersionList& versions, SAFEARRAY** guids)
     auto* entry = static_cast<GuidEntry*>(data);
     for (std::size_t i = 0; entry != nullptr && i < found.size(); ++i)
         FillGuid(entry[i], *found[i]);
+    // Also without data, when memory was short: the caller gets no array that is locked.
     SafeArrayUnaccessData(*guids);
     return true;
 }

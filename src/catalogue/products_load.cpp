@@ -89,8 +89,8 @@ bool CProducts::Load(IXMLDOMDocument* document, UniqueXmlNodeList& children, lon
 bool CProducts::Load(IXMLDOMNodeList* children, long index, int kind)
 {
     UniqueXmlNode child;
-    // A catalogue may be long, and MSXML finds a child by its index by counting from the first: of a
-    // hundred thousand products that alone would take a minute. The list's own walk gives the same.
+    // A catalogue may be long, and a parser may find a child by its index by counting from the first, as Wine's
+    // does: a hundred thousand products then take minutes. The list's own walk gives the same.
     if (const HRESULT result = CXMLHelper::NextChild(children, child); FAILED(result) || child == nullptr)
     {
         LOG(LogError, L"failed load Root child %d, err = 0x%x", index, result);

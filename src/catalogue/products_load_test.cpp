@@ -42,7 +42,7 @@ protected:
 
     const test::ComScope com;
     test::TempTree tree;
-    const test::LogRecorder log;
+    test::LogRecorder log;
     const CallbackRecorder callback;
     std::wstring path;
     CProducts products;
@@ -58,6 +58,22 @@ TEST_F(ProductsLoadTest, ProductsAreListedInDocumentOrder)
     EXPECT_TRUE(log.Has(LogTrace, function, L"->file : \"" + path + L"\""));
     EXPECT_TRUE(log.Has(LogTrace, function, L"<-success \"" + path + L"\""));
     EXPECT_TRUE(log.HasNoneAt(LogError));
+}
+
+const test::LogRecorder* logOfThisTest = nullptr;
+std::size_t linesAtTheCall = 0;
+
+void CountLines(std::int32_t, std::int32_t, const void*) { linesAtTheCall = logOfThisTest->Records().size(); }
+
+TEST_F(ProductsLoadTest, CallbackHearsOfASuccessBeforeTheLogDoes)
+{
+    ASSERT_TRUE(Load("<uninstall_information/>"));
+    log.Clear();
+    logOfThisTest = &log;
+
+    EXPECT_TRUE(products.Load(path.c_str(), ProductKindOwn, &CountLines));
+
+    EXPECT_EQ(linesAtTheCall, log.PlaceOf(L"<-success \"" + path + L"\""));
 }
 
 TEST_F(ProductsLoadTest, EmptyCatalogueIsASuccessWithoutProducts)

@@ -109,6 +109,19 @@ TEST_F(LogClientTest, LibraryIsInitialisedAndWrittenToAndTakenDownInOrder)
     EXPECT_EQ((Events{"attach", "LogInit", probeLine, "LogDeinit", "LogUninitDeskMetrics", "detach"}), events);
 }
 
+TEST_F(LogClientTest, BindingThatNobodyCountsAnyMoreIsTakenDownBeforeTheNext)
+{
+    variant = L"log_complete";
+    LogAcquire();
+    log_state::references = 0;
+
+    LogAcquire();
+    EXPECT_EQ((Events{"attach", "LogInit", "LogDeinit", "LogUninitDeskMetrics", "detach", "attach", "LogInit"}),
+              events);
+
+    LogRelease();
+}
+
 TEST_F(LogClientTest, LibraryWithoutDeinitIsUnloadedWithoutIt)
 {
     variant = L"log_without_deinit";

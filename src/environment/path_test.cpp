@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <cwchar>
+
 namespace prodsweep {
 namespace {
 
@@ -19,6 +21,16 @@ DWORD WINAPI FailToNameTheModule(HMODULE, wchar_t*, DWORD)
 DWORD WINAPI NameWithoutBackslash(HMODULE, wchar_t* name, DWORD size)
 {
     return static_cast<DWORD>(wcslen(wcsncpy(name, L"prodsweep.dll", size)));
+}
+
+// As systems do that leave no room for a terminator.
+DWORD WINAPI NameThatFillsTheBuffer(HMODULE, wchar_t* name, DWORD size)
+{
+    EXPECT_EQ(DWORD{MAX_PATH}, size);
+    std::wmemset(name, L'a', size);
+    std::wmemcpy(name, L"C:\\", 3);
+    name[size - 1] = L'\\';
+    return size;
 }
 
 TEST(CPathTest, CurrentPathIsTheModulesFolderWithItsTrailingBackslash)
@@ -51,6 +63,16 @@ TEST(CPathTest, ModuleNameWithoutABackslashIsLoggedAndFails)
 
     EXPECT_EQ(L"before", folder);
     EXPECT_TRUE(log.Has(LogError, "CPath::GetCurrentPath", L"path \"prodsweep.dll\" ???"));
+}
+
+TEST(CPathTest, ModuleNameThatFillsTheBufferLosesItsLastCharacter)
+{
+    const test::ImportPatch patch(nullptr, "GetModuleFileNameW", NameThatFillsTheBuffer);
+    std::wstring folder;
+
+    ASSERT_TRUE(CPath::GetCurrentPath(folder));
+
+    EXPECT_EQ(L"C:\\", folder);
 }
 
 TEST(CPathTest, CanonicaliseFoldsDots)

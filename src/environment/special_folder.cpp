@@ -51,8 +51,7 @@ std::map<std::wstring, int> CSpecialFolder::folders;
 
 CSpecialFolder::CSpecialFolder(std::wstring installFolder) : appPath(std::move(installFolder))
 {
-    // Products are detected on several threads at once, and one that finds the table half filled would
-    // not know a folder.
+    // Callers may list on several threads, and one that finds the table half filled would not know a folder.
     static constinit SRWLOCK filling = SRWLOCK_INIT;
     const SrwGuard guard(filling);
     if (folders.empty())

@@ -277,7 +277,7 @@ LSTATUS WINAPI GiveData(HKEY, const wchar_t* value, DWORD*, DWORD*, BYTE* buffer
 {
     EXPECT_STREQ(L"CommonFilesDir", value);
     EXPECT_EQ(0x208u, *size);
-    const DWORD needed = static_cast<DWORD>(data.size() * sizeof(wchar_t));
+    const auto needed = static_cast<DWORD>(data.size() * sizeof(wchar_t));
     if (needed > *size)
         return ERROR_MORE_DATA;
     std::copy(data.begin(), data.end(), reinterpret_cast<wchar_t*>(buffer));

@@ -62,6 +62,21 @@ private:
 
 // Attributes
 
+TEST_F(CXMLHelperTest, DocumentKeepsTheSettingsThatItIsMadeWith)
+{
+    UniqueXmlDocument fresh;
+    ASSERT_EQ(S_OK, CXMLHelper::CreateDocument(fresh));
+    for (const auto get : {&IXMLDOMDocument::get_async, &IXMLDOMDocument::get_validateOnParse,
+                           &IXMLDOMDocument::get_resolveExternals, &IXMLDOMDocument::get_preserveWhiteSpace})
+    {
+        VARIANT_BOOL used = VARIANT_FALSE;
+        VARIANT_BOOL original = VARIANT_TRUE;
+        EXPECT_EQ(S_OK, (document.get()->*get)(&used));
+        EXPECT_EQ(S_OK, (fresh.get()->*get)(&original));
+        EXPECT_EQ(original, used);
+    }
+}
+
 TEST_F(CXMLHelperTest, AttributeIsRead)
 {
     EXPECT_TRUE(CXMLHelper::GetNodeAttribute(root.get(), L"name", text));

@@ -57,6 +57,20 @@ std::vector<LogRecord> LogRecorder::Records() const
     return records;
 }
 
+int LogRecorder::Bindings() const
+{
+    const auto bindings = Recording<int (*)()>("RecordingBindings");
+    return bindings != nullptr ? bindings() : 0;
+}
+
+std::size_t LogRecorder::PlaceOf(const std::wstring& text) const
+{
+    const std::vector<LogRecord> records = Records();
+    const auto found =
+        std::find_if(records.begin(), records.end(), [&](const LogRecord& record) { return record.text == text; });
+    return static_cast<std::size_t>(found - records.begin());
+}
+
 int LogRecorder::Count(int level, const std::string& function, const std::wstring& text) const
 {
     const std::vector<LogRecord> records = Records();

@@ -25,6 +25,10 @@ public:
     void Pause();
 
     [[nodiscard]] std::vector<LogRecord> Records() const;
+    // How many modules of this process are bound to the log, with the test program itself.
+    [[nodiscard]] int Bindings() const;
+    // Where the first line of this text stands among the records; behind all of them if it was not written.
+    [[nodiscard]] std::size_t PlaceOf(const std::wstring& text) const;
     [[nodiscard]] int Count(int level, const std::string& function, const std::wstring& text) const;
 
     // Was this very line written? The answer shows what was written instead.

@@ -20,11 +20,30 @@ struct Record
 std::mutex guard;
 std::vector<Record> records;
 bool paused = false;
+int bindings = 0;
 
 } // namespace
 
 extern "C"
 {
+    __declspec(dllexport) void LogInit()
+    {
+        const std::lock_guard lock(guard);
+        ++bindings;
+    }
+
+    __declspec(dllexport) void LogDeinit()
+    {
+        const std::lock_guard lock(guard);
+        --bindings;
+    }
+
+    __declspec(dllexport) int RecordingBindings()
+    {
+        const std::lock_guard lock(guard);
+        return bindings;
+    }
+
     __declspec(dllexport) int LogWrite(unsigned short, const int* level, const char* function,
                                        const wchar_t* functionWide, const wchar_t* format, va_list arguments)
     {

@@ -62,6 +62,22 @@ TEST_P(FailureTest, FirstCatalogueMissingFailsTheCallAndTheSecondIsStillReadButN
         EXPECT_NE("CProduct::IsInstalled", record.function);
 }
 
+TEST_P(FailureTest, FirstCatalogueIsReadAndExaminedBeforeTheSecond)
+{
+    library.WriteOwn(ProductText(L"own"));
+    library.WriteOther(ProductText(L"other"));
+    ASSERT_TRUE(Call(Both));
+
+    const std::size_t own = log.PlaceOf(L"<-success \"" + library.Path(L"products.xml") + L"\"");
+    const std::size_t other = log.PlaceOf(L"<-success \"" + library.Path(L"detection.xml") + L"\"");
+    EXPECT_LT(own, other);
+    EXPECT_LT(other, log.Records().size());
+    if (GetParam().call != &Library::GetProducts)
+    {
+        EXPECT_LT(log.PlaceOf(L"\"own\" is installed : false"), other);
+    }
+}
+
 TEST_P(FailureTest, SecondCatalogueMissingFailsTheCall)
 {
     library.WriteOwn(ProductText(L"own"));
