@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <sstream>
 
 namespace prodsweep {
 namespace {
@@ -156,15 +157,14 @@ TEST_F(DescriptorInputTest, ThousandsOfVersionsThatAreNotListedAreNotWalked)
 TEST_F(DescriptorInputTest, HundredsOfVersionsAreWalkedEachByItsName)
 {
     log.Pause();
-    std::string list;
-    std::string versions;
+    std::ostringstream list;
+    std::ostringstream versions;
     for (int i = 0; i < 500; ++i)
     {
-        const std::string name = "v" + std::to_string(i);
-        list = "<" + name + "/>" + list;
-        versions += "<" + name + "><win_nt><s op_code='del_file'><e name='" + name + "'/></s></win_nt></" + name + ">";
+        list << "<v" << 499 - i << "/>";
+        versions << "<v" << i << "><win_nt><s op_code='del_file'><e name='v" << i << "'/></s></win_nt></v" << i << '>';
     }
-    EXPECT_TRUE(Walk("<uninstall_information><version_list>" + list + "</version_list>" + versions +
+    EXPECT_TRUE(Walk("<uninstall_information><version_list>" + list.str() + "</version_list>" + versions.str() +
                      "</uninstall_information>"));
     ASSERT_EQ(500u, operations.size());
     EXPECT_EQ("del_file v499", operations.front());

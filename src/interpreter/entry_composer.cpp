@@ -62,9 +62,9 @@ FileEntry ComposeFile(const AttributeMap& attributes, const std::wstring& appPat
     FileEntry entry;
     const std::wstring* name = FindAttribute(attributes, L"name");
     const std::wstring* keyword = FindFilledAttribute(attributes, L"path");
-    // An empty name is a name below a keyword only. Alone it would be canonicalised to the root of
-    // the current drive.
-    if (name == nullptr || (name->empty() && keyword == nullptr))
+    // Deliberate: an empty name is a name. Without a keyword it is canonicalised to the root of the current drive,
+    // which is found, and which no deletion of a file takes.
+    if (name == nullptr)
     {
         entry.fault = EntryFault::NoName;
         return entry;

@@ -45,7 +45,8 @@ INSTANTIATE_TEST_SUITE_P(
         PathCase{"OnlyFiveCharactersCut", {{L"path", L"app_path"}, {L"name", L"######a"}}, L"C:\\App\\#a"},
         PathCase{"FourCharactersAreNoMarker", {{L"path", L"app_path"}, {L"name", L"####a"}}, L"C:\\App\\####a"},
         PathCase{"MarkerInTheMiddleIsNone", {{L"path", L"app_path"}, {L"name", L"a#####b"}}, L"C:\\App\\a#####b"},
-        PathCase{"EmptyNameGivesTheFolder", {{L"path", L"app_path"}, {L"name", L""}}, L"C:\\App\\"}),
+        PathCase{"EmptyNameGivesTheFolder", {{L"path", L"app_path"}, {L"name", L""}}, L"C:\\App\\"},
+        PathCase{"EmptyNameAloneGivesTheRootOfTheDrive", {{L"name", L""}}, L"\\"}),
     NameOf);
 
 TEST(ComposeFileTest, MarkerIsReportedBelowAKeywordOnly)
@@ -100,6 +101,7 @@ TEST(ComposeFolderTest, NothingToNameTheFolderIsAFault)
     EXPECT_EQ(EntryFault::NoNameNoPath, ComposeFolder({}, app).fault);
     // An empty text would canonicalise to the root of the current drive.
     EXPECT_EQ(EntryFault::NoNameNoPath, ComposeFolder({{L"path", L""}}, app).fault);
+    EXPECT_EQ(EntryFault::NoNameNoPath, ComposeFolder({{L"name", L""}}, app).fault);
 }
 
 TEST(ComposeFolderTest, UnknownFolderIsNamed)

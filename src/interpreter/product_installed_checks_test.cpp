@@ -53,6 +53,12 @@ TEST_F(FileChecksTest, MarkerIsNoPartOfTheNameBelowAKeyword)
     EXPECT_FALSE(File({{L"name", L"#####" + file}}));
 }
 
+TEST_F(FileChecksTest, EmptyNameAloneIsTheRootOfTheDriveAndAHit)
+{
+    EXPECT_TRUE(File({{L"name", L""}}));
+    EXPECT_FALSE(Folder({{L"name", L""}})) << "a removal would take all of the drive";
+}
+
 TEST_F(FileChecksTest, FileWithoutANameIsLogged)
 {
     EXPECT_FALSE(File({{L"path", L"app_path"}}));

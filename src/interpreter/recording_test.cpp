@@ -312,7 +312,6 @@ INSTANTIATE_TEST_SUITE_P(
     Rows, RecordingFaultTest,
     testing::Values(
         FaultRow{"FileWithoutName", "del_file", "<e path='app_path'/>", "ProcessDelFile", L"no name"},
-        FaultRow{"FileWithEmptyNameIsNotTheRootOfTheDrive", "del_file", "<e name=''/>", "ProcessDelFile", L"no name"},
         FaultRow{"FolderWithEmptyNameIsNotTheRootOfTheDrive", "del_folder", "<e path='' name=''/>", "ProcessDelFolder",
                  L"no name, no path"},
         FaultRow{"FileBelowUnknownFolder", "del_file", "<e path='x' name='a'/>", "ProcessDelFile",
