@@ -125,7 +125,7 @@ class ProcessVersionTest : public VersionLookupTest
 {
 protected:
     // The app path that the one entry of a version was given.
-    std::wstring WalkedWith(const std::wstring& lookup)
+    static std::wstring WalkedWith(const std::wstring& lookup)
     {
         const test::DomText text(L"<v1>" + lookup + L"<win_nt><s op_code='del_file'><e name='a'/></s></win_nt></v1>");
         test::RecordingPass pass;

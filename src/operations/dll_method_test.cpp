@@ -17,6 +17,8 @@ constexpr wchar_t traceVariable[] = L"PRODSWEEP_METHOD_TRACE";
 UINT codePage = 0;
 const test::ImportPatch* conversion = nullptr;
 
+// Both have the parameters of WideCharToMultiByte.
+// NOLINTBEGIN(readability-function-size)
 int WINAPI WatchCodePage(UINT page, DWORD flags, const wchar_t* wide, int length, char* narrow, int size,
                          const char* fallback, BOOL* usedFallback)
 {
@@ -26,6 +28,7 @@ int WINAPI WatchCodePage(UINT page, DWORD flags, const wchar_t* wide, int length
 }
 
 int WINAPI ConvertNothing(UINT, DWORD, const wchar_t*, int, char*, int, const char*, BOOL*) { return 0; }
+// NOLINTEND(readability-function-size)
 
 class ExecDllMethodTest : public testing::Test
 {
@@ -40,7 +43,7 @@ public:
 protected:
     int Call(const wchar_t* method) { return operations.ExecDllMethod(module.c_str(), method); }
     // What the library went through.
-    std::wstring Trace() const
+    static std::wstring Trace()
     {
         wchar_t text[1024] = {};
         GetEnvironmentVariableW(traceVariable, text, 1024);
