@@ -36,6 +36,7 @@ enum class LinkStep
     SingleFile, // the path is no folder, and is taken as one file, whatever it links to
     Gone,
     Unlisted,   // DWORD Error()
+    Circle,     // a link that leads back to a folder around it; it is passed by
     Entered,    // a folder; its links follow
     Unreadable, // HRESULT Failure()
     Match,      // a link to the target
@@ -82,8 +83,7 @@ LinkStep CShortcutWalk::Next()
         case WalkStep::End:
             return LinkStep::End;
         case WalkStep::Circle:
-            LOG(LogWarning, L"\"%s\" leads back to a folder around it", walk.Path());
-            break;
+            return LinkStep::Circle;
         case WalkStep::File:
             if (!IsLink(walk.Name()))
                 break;
@@ -170,6 +170,9 @@ int COperations::DelShortcutRec(const wchar_t* path, const wchar_t* target, bool
             LOG(LogError, L"FindFirstFile \"%s\" failed 0x%x", walk.Path(), walk.Error());
             result = _ERROR_UNKNOWN;
             break;
+        case LinkStep::Circle:
+            LOG(LogWarning, L"\"%s\" leads back to a folder around it", walk.Path());
+            break;
         case LinkStep::Unreadable:
             LOG(LogError, L"GetLinkInfo \"%s\" failed 0x%x", walk.Path(), walk.Failure());
             break;
@@ -205,6 +208,9 @@ int COperations::CheckShortcutRec(const wchar_t* path, const wchar_t* target, bo
             LOG(LogError, L"FindFirstFile \"%s\" failed 0x%x", walk.Path(), walk.Error());
             result = _ERROR_UNKNOWN;
             break;
+        case LinkStep::Circle:
+            LOG(LogWarning, L"\"%s\" leads back to a folder around it", walk.Path());
+            break;
         case LinkStep::Unreadable:
             LOG(LogError, L"GetLinkInfo \"%s\" failed 0x%x", walk.Path(), walk.Failure());
             break;
@@ -236,6 +242,9 @@ int COperations::ExpandShortcutRec(const wchar_t* path, const wchar_t* target, b
         case LinkStep::Unlisted:
             LOG(LogError, L"FindFirstFile \"%s\" failed 0x%x", walk.Path(), walk.Error());
             result = _ERROR_UNKNOWN;
+            break;
+        case LinkStep::Circle:
+            LOG(LogWarning, L"\"%s\" leads back to a folder around it", walk.Path());
             break;
         case LinkStep::Unreadable:
             LOG(LogError, L"GetLinkInfo \"%s\" failed 0x%x", walk.Path(), walk.Failure());
