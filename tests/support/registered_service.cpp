@@ -39,25 +39,36 @@ DWORD ReadStartType(const std::wstring& name, DWORD* valueType)
     return start;
 }
 
-// Ends the service's process, whatever it is at. The system no longer knows the process of one that is stopped.
-void EndProcess(SC_HANDLE service, const std::wstring& name)
+// Null when the service is stopped: the system no longer knows its process then.
+HANDLE OpenProcessOf(SC_HANDLE service)
 {
-    if (const HANDLE end = OpenEventW(EVENT_MODIFY_STATE, FALSE, TestServiceEndEvent(name).c_str()); end != nullptr)
-    {
-        SetEvent(end);
-        CloseHandle(end);
-    }
     SERVICE_STATUS_PROCESS status{};
     DWORD needed = 0;
     if (!QueryServiceStatusEx(service, SC_STATUS_PROCESS_INFO, reinterpret_cast<BYTE*>(&status), sizeof(status),
                               &needed) ||
         status.dwProcessId == 0)
-        return;
-    const HANDLE process = OpenProcess(PROCESS_TERMINATE | SYNCHRONIZE, FALSE, status.dwProcessId);
+        return nullptr;
+    return OpenProcess(PROCESS_TERMINATE | SYNCHRONIZE, FALSE, status.dwProcessId);
+}
+
+// Lets the service's process end, or ends it when it doesn't. It is opened before it may end: afterwards
+// its id may be another program's.
+void EndProcess(SC_HANDLE service, const std::wstring& name)
+{
+    constexpr DWORD patience = 10000;
+    const HANDLE process = OpenProcessOf(service);
+    if (const HANDLE end = OpenEventW(EVENT_MODIFY_STATE, FALSE, TestServiceEndEvent(name).c_str()); end != nullptr)
+    {
+        SetEvent(end);
+        CloseHandle(end);
+    }
     if (process == nullptr)
         return;
-    TerminateProcess(process, 0);
-    WaitForSingleObject(process, 10000);
+    if (WaitForSingleObject(process, patience) != WAIT_OBJECT_0)
+    {
+        TerminateProcess(process, 0);
+        WaitForSingleObject(process, patience);
+    }
     CloseHandle(process);
 }
 
