@@ -2,16 +2,24 @@
 
 #include "environment/log.h"
 #include "operations/operations.h"
+#include "support/com_scope.h"
+#include "support/file_faults.h"
+#include "support/import_patch.h"
 #include "support/log_recorder.h"
+#include "support/shortcut_maker.h"
 #include "support/temp_tree.h"
 #include "support/wow64_mode.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 
 namespace prodsweep {
 namespace {
+
+using testing::IsEmpty;
+using testing::IsSupersetOf;
 
 using Calls = std::vector<std::string>;
 
@@ -76,25 +84,53 @@ struct Operation
     int (*run)(COperations& operations, const wchar_t* path);
     int found;   // its result for a folder with one link in it
     int missing; // its result for a path where nothing is
+    Calls calls; // by which it works on that folder
 };
 void PrintTo(const Operation& operation, std::ostream* out) { *out << operation.name; }
 
 WideStringList ignored;
+constexpr wchar_t target[] = L"app.exe";
 
 const Operation bracketed[] = {
-    {"DelFile", [](COperations& o, const wchar_t* path) { return o.DelFile(path, nullptr, nullptr); }, 2, 1},
-    {"DelFolder", [](COperations& o, const wchar_t* path) { return o.DelFolder(path, nullptr); }, 0, 1},
-    {"CheckFile", [](COperations& o, const wchar_t* path) { return o.CheckFile(path); }, 0, 1},
-    {"CheckFolder", [](COperations& o, const wchar_t* path) { return o.CheckFolder(path); }, 0, 1},
-    {"ExpandFolder", [](COperations& o, const wchar_t* path) { return o.ExpandFolder(path, ignored, ignored); }, 0, 1},
-    {"DelShortcut", [](COperations& o, const wchar_t* path) { return o.DelShortcut(path, L"", true, nullptr); }, 0, 1},
-    {"CheckShortcut", [](COperations& o, const wchar_t* path) { return o.CheckShortcut(path, L"", true); }, 0, 1},
-    {"ExpandShortcut", [](COperations& o, const wchar_t* path) { return o.ExpandShortcut(path, L"", true, ignored); },
-     0, 0},
+    {"DelFile",
+     [](COperations& o, const wchar_t* path) { return o.DelFile(path, nullptr, nullptr); },
+     2,
+     1,
+     {"SetFileAttributesW", "DeleteFileW"}},
+    {"DelFolder",
+     [](COperations& o, const wchar_t* path) { return o.DelFolder(path, nullptr); },
+     0,
+     1,
+     {"SetFileAttributesW", "PathIsDirectoryW", "FindFirstFileW", "DeleteFileW", "RemoveDirectoryW"}},
+    {"CheckFile", [](COperations& o, const wchar_t* path) { return o.CheckFile(path); }, 0, 1, {"_wstat64"}},
+    {"CheckFolder", [](COperations& o, const wchar_t* path) { return o.CheckFolder(path); }, 0, 1, {"_wstat64"}},
+    {"ExpandFolder",
+     [](COperations& o, const wchar_t* path) { return o.ExpandFolder(path, ignored, ignored); },
+     0,
+     1,
+     {"SetFileAttributesW", "PathIsDirectoryW", "FindFirstFileW"}},
+    {"DelShortcut",
+     [](COperations& o, const wchar_t* path) { return o.DelShortcut(path, target, false, nullptr); },
+     0,
+     1,
+     {"PathIsDirectoryW", "FindFirstFileW", "DeleteFileW"}},
+    {"CheckShortcut",
+     [](COperations& o, const wchar_t* path) { return o.CheckShortcut(path, target, false); },
+     0,
+     1,
+     {"PathIsDirectoryW", "FindFirstFileW", "_wstat64"}},
+    {"ExpandShortcut",
+     [](COperations& o, const wchar_t* path) { return o.ExpandShortcut(path, target, false, ignored); },
+     0,
+     0,
+     {"PathIsDirectoryW", "FindFirstFileW"}},
 };
 
 struct BracketedOperationTest : testing::TestWithParam<Operation>
 {
+    BracketedOperationTest() { test::MakeShortcut(folder + L"\\app.lnk", tree.AddFile(target)); }
+
+    const test::ComScope com;
     test::TempTree tree;
     const std::wstring folder = tree.AddFolder(L"folder");
     const std::wstring missing = tree.Path(L"missing");
@@ -104,14 +140,70 @@ struct BracketedOperationTest : testing::TestWithParam<Operation>
     const std::string function = std::string("COperations::") + GetParam().name;
 };
 
+// Puts the calls that look at the file system or change it into the order of the brackets.
+class NotedCalls
+{
+public:
+    explicit NotedCalls(test::Wow64Mode& mode)
+        : status(nullptr, "_wstat64", Status), isFolder(nullptr, "PathIsDirectoryW", IsFolder)
+    {
+        faults.whenCalled = [&mode](const std::string& call) { mode.Note(call); };
+        current = this;
+    }
+    ~NotedCalls() { current = nullptr; }
+    NotedCalls(const NotedCalls&) = delete;
+    NotedCalls& operator=(const NotedCalls&) = delete;
+
+private:
+    static int Status(const wchar_t* path, struct _stat64* answer)
+    {
+        current->faults.whenCalled("_wstat64");
+        return current->status.Original<decltype(Status)>()(path, answer);
+    }
+    static BOOL WINAPI IsFolder(const wchar_t* path)
+    {
+        current->faults.whenCalled("PathIsDirectoryW");
+        return current->isFolder.Original<decltype(IsFolder)>()(path);
+    }
+
+    static NotedCalls* current;
+
+    test::FileFaults faults; // which fails none here
+    test::ImportPatch status;
+    test::ImportPatch isFolder;
+};
+NotedCalls* NotedCalls::current = nullptr;
+
+// The noted calls, by whether a bracket was open.
+struct SortedCalls
+{
+    explicit SortedCalls(const Calls& calls)
+    {
+        int open = 0;
+        for (const std::string& call : calls)
+        {
+            if (call == "disable")
+                ++open;
+            else if (call == "revert")
+                --open;
+            else
+                (open > 0 ? inside : outside).push_back(call);
+        }
+    }
+    Calls inside;
+    Calls outside;
+};
+
 TEST_P(BracketedOperationTest, RunsInsideItsBracket)
 {
+    const NotedCalls noted(mode);
+
     EXPECT_EQ(GetParam().found, GetParam().run(operations, folder.c_str()));
 
     EXPECT_TRUE(mode.Balanced());
-    ASSERT_FALSE(mode.Calls().empty());
-    EXPECT_EQ("disable", mode.Calls().front());
-    EXPECT_EQ("revert", mode.Calls().back());
+    const SortedCalls sorted(mode.Calls());
+    EXPECT_THAT(sorted.inside, IsSupersetOf(GetParam().calls));
+    EXPECT_THAT(sorted.outside, IsEmpty());
 }
 
 TEST_P(BracketedOperationTest, ClosesItsBracketWhenNothingIsThere)

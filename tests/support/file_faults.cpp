@@ -32,6 +32,8 @@ bool FileFaults::Passes(const char* call, const wchar_t* path)
 {
     ++counts[{call, path}];
     order.emplace_back(call);
+    if (whenCalled)
+        whenCalled(call);
     const auto fault = faults.find({call, path});
     if (fault == faults.end())
         return true;

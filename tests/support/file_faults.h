@@ -5,6 +5,7 @@
 #include <windows.h>
 
 #include <cstddef>
+#include <functional>
 #include <limits>
 #include <map>
 #include <string>
@@ -29,6 +30,9 @@ public:
 
     // From so many calls on, FindFirstFileW fails always: what would go on without end ends.
     void AllowListings(int most) { listingsLeft = most; }
+
+    // Called with the name of each call before it is made.
+    std::function<void(const std::string& call)> whenCalled;
 
     // How often the call was made with this very path, failing or not.
     [[nodiscard]] int Count(const std::string& call, const std::wstring& path) const;
