@@ -224,9 +224,11 @@ INSTANTIATE_TEST_SUITE_P(All, NativeDeletionTest,
 std::wstring nativeName;
 OBJECT_ATTRIBUTES nativeAttributes;
 NTSTATUS nativeStatus = 0;
+std::vector<std::string> nativeSteps;
 
 NTSTATUS NTAPI NoteAttributes(OBJECT_ATTRIBUTES* attributes)
 {
+    nativeSteps.emplace_back("delete");
     nativeAttributes = *attributes;
     nativeName.assign(attributes->ObjectName->Buffer, attributes->ObjectName->Length / sizeof(wchar_t));
     return nativeStatus;
@@ -236,18 +238,48 @@ BOOLEAN NTAPI RefuseToCopy(UNICODE_STRING*, const wchar_t*) { return FALSE; }
 
 BOOLEAN NTAPI RefuseToConvert(const wchar_t*, UNICODE_STRING*, wchar_t**, void*) { return FALSE; }
 
+// Give out a text that stays, and take it back.
+
+wchar_t givenText[] = L"given";
+
+BOOLEAN NTAPI GiveCopy(UNICODE_STRING* name, const wchar_t*)
+{
+    nativeSteps.emplace_back("copy");
+    *name = {sizeof(givenText) - sizeof(wchar_t), sizeof(givenText), givenText};
+    return TRUE;
+}
+
+BOOLEAN NTAPI GiveConversion(const wchar_t*, UNICODE_STRING* name, wchar_t** lastPart, void* folder)
+{
+    nativeSteps.emplace_back(lastPart == nullptr && folder == nullptr ? "convert" : "convert and tell more");
+    *name = {sizeof(givenText) - sizeof(wchar_t), sizeof(givenText), givenText};
+    return TRUE;
+}
+
+void NTAPI TakeBack(UNICODE_STRING* name)
+{
+    nativeSteps.emplace_back(name->Buffer == givenText ? "free" : "free another");
+}
+
 struct NativeCallTest : ForceDelFileTest
 {
     NativeCallTest()
     {
         nativeStatus = 0;
         nativeName.clear();
+        nativeSteps.clear();
         loader.PutInPlace("NtDeleteFile", NoteAttributes);
     }
     int Delete(const wchar_t* path)
     {
         EXPECT_EQ(_ERROR_SUCCESS, native.Init());
         return native.Delete(path);
+    }
+    void GiveAndTakeBack()
+    {
+        loader.PutInPlace("RtlDosPathNameToNtPathName_U", GiveConversion);
+        loader.PutInPlace("RtlCreateUnicodeString", GiveCopy);
+        loader.PutInPlace("RtlFreeUnicodeString", TakeBack);
     }
     Loader loader;
 };
@@ -305,6 +337,34 @@ TEST_F(NativeCallTest, AttributesHoldNothingButTheName)
     EXPECT_EQ(0u, nativeAttributes.Attributes);
     EXPECT_EQ(nullptr, nativeAttributes.SecurityDescriptor);
     EXPECT_EQ(nullptr, nativeAttributes.SecurityQualityOfService);
+}
+
+TEST_F(NativeCallTest, ConvertedNameIsFreedOnceAfterTheDeletion)
+{
+    GiveAndTakeBack();
+
+    Delete(L"C:\\a.txt");
+
+    EXPECT_EQ((std::vector<std::string>{"convert", "delete", "free"}), nativeSteps);
+}
+
+TEST_F(NativeCallTest, CopiedNameIsFreedOnceAfterTheDeletion)
+{
+    GiveAndTakeBack();
+
+    Delete(L"\\??\\C:\\a.txt");
+
+    EXPECT_EQ((std::vector<std::string>{"copy", "delete", "free"}), nativeSteps);
+}
+
+TEST_F(NativeCallTest, NameIsFreedAlsoWhenTheDeletionFails)
+{
+    GiveAndTakeBack();
+    nativeStatus = static_cast<NTSTATUS>(0xC0000034);
+
+    Delete(L"C:\\a.txt");
+
+    EXPECT_EQ("free", nativeSteps.back());
 }
 
 TEST_F(NativeCallTest, AnyStatusButZeroIsAFailure)

@@ -6,6 +6,7 @@
 #include "support/import_patch.h"
 #include "support/log_recorder.h"
 #include "support/registered_service.h"
+#include "support/wow64_mode.h"
 
 #include <gtest/gtest.h>
 
@@ -127,6 +128,19 @@ TEST_F(ServiceRegistryTest, KeyIsOpenedForAllAccessInTheDefaultView)
         EXPECT_EQ(HKEY_LOCAL_MACHINE, openedKey.hive);
         EXPECT_EQ(absentKey, openedKey.subkey);
         EXPECT_EQ(0u, openedKey.options);
+        EXPECT_EQ(0xF003Fu, openedKey.access);
+    }
+}
+
+// Both views share the services' part of the registry.
+TEST_F(ServiceRegistryTest, KeyIsOpenedWithoutAViewAlsoInA32BitProcess)
+{
+    const test::Wow64Mode mode;
+    const test::ImportPatch patch(nullptr, "RegOpenKeyExW", RefuseToOpen);
+    for (const auto operation : {&COperations::DisableService, &COperations::CheckService})
+    {
+        openedKey = {};
+        operation(absentName);
         EXPECT_EQ(0xF003Fu, openedKey.access);
     }
 }

@@ -262,6 +262,17 @@ TEST_F(ShortcutTest, LinkInUseStaysAndThatIsASuccess)
     EXPECT_EQ((std::vector<std::wstring>{L"file " + link}), used.asked);
 }
 
+TEST_F(ShortcutTest, LinkInUseThatIsNamedByItselfStaysAndThatIsASuccess)
+{
+    const std::wstring link = AddLink(L"app.lnk", target);
+    used.files.insert(link);
+
+    EXPECT_EQ(_ERROR_SUCCESS, operations.DelShortcut(link.c_str(), target.c_str(), true, &used));
+
+    EXPECT_TRUE(Exists(link));
+    EXPECT_EQ((std::vector<std::wstring>{L"file " + link}), used.asked);
+}
+
 TEST_F(ShortcutTest, LockedLinkFailsAndIsListedOnce)
 {
     const std::wstring link = AddLink(L"app.lnk", target);
