@@ -532,6 +532,15 @@ TEST_F(ExpandKeySearchTest, TopWithAMatchIsListedByTheLongHiveName)
     EXPECT_TRUE(values[1].x32view);
 }
 
+TEST_F(ExpandKeySearchTest, KeyWithAMatchIsClosedBeforeItIsExpanded)
+{
+    box.AddText(L"key", L"value", L"needle");
+    const RegistryFaults faults;
+    EXPECT_EQ(_ERROR_SUCCESS, Expand());
+    EXPECT_EQ(2, faults.Count(L"open " + box.Subkey(L"key") + L" 0xf003f"));
+    EXPECT_THAT(faults.OpenedWhileOpen(), IsEmpty());
+}
+
 TEST_F(ExpandKeySearchTest, EntryAndExitAreTraced)
 {
     box.AddKey(L"key");

@@ -68,6 +68,11 @@ std::ptrdiff_t RegistryFaults::Opens() const
                          [](const std::wstring& call) { return call.starts_with(L"open "); });
 }
 
+bool RegistryFaults::IsOpen(const wchar_t* subkey) const
+{
+    return std::any_of(openKeys.begin(), openKeys.end(), [&](const auto& open) { return open.second == subkey; });
+}
+
 LSTATUS WINAPI RegistryFaults::Open(HKEY key, const wchar_t* subkey, DWORD options, REGSAM access, HKEY* opened)
 {
     current->calls.push_back(std::wstring(L"open ") + subkey + L" " + Hex(access));
@@ -75,6 +80,8 @@ LSTATUS WINAPI RegistryFaults::Open(HKEY key, const wchar_t* subkey, DWORD optio
         return refusal;
     if (--current->opensLeft < 0)
         return ERROR_NOT_ENOUGH_MEMORY;
+    if (current->IsOpen(subkey))
+        current->openedWhileOpen.emplace_back(subkey);
     const LSTATUS status = current->openPatch.Original<decltype(RegOpenKeyExW)>()(key, subkey, options, access, opened);
     if (status == ERROR_SUCCESS)
         current->openKeys[*opened] = subkey;
@@ -157,11 +164,8 @@ LSTATUS WINAPI RegistryFaults::DeleteValue(HKEY key, const wchar_t* name)
 LSTATUS WINAPI RegistryFaults::DeleteKey(HKEY key, const wchar_t* subkey)
 {
     current->calls.push_back(std::wstring(L"delete key ") + subkey);
-    for (const auto& open : current->openKeys)
-    {
-        if (open.second == subkey)
-            current->deletedWhileOpen.push_back(subkey);
-    }
+    if (current->IsOpen(subkey))
+        current->deletedWhileOpen.emplace_back(subkey);
     if (const LSTATUS refusal = Refusal(current->keyDeletions, std::wstring(subkey)); refusal != ERROR_SUCCESS)
         return refusal;
     return current->deleteKeyPatch.Original<decltype(RegDeleteKeyW)>()(key, subkey);

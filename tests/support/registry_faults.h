@@ -52,8 +52,9 @@ public:
     [[nodiscard]] const std::vector<std::wstring>& Calls() const { return calls; }
     [[nodiscard]] int Count(const std::wstring& call) const;
     [[nodiscard]] std::ptrdiff_t Opens() const;
-    // Keys that were deleted while a handle of them was open.
+    // Keys that were deleted, or opened once more, while a handle of them was open.
     [[nodiscard]] const std::vector<std::wstring>& DeletedWhileOpen() const { return deletedWhileOpen; }
+    [[nodiscard]] const std::vector<std::wstring>& OpenedWhileOpen() const { return openedWhileOpen; }
 
 private:
     struct Lengths
@@ -74,6 +75,8 @@ private:
     static LSTATUS WINAPI DeleteValue(HKEY key, const wchar_t* name);
     static LSTATUS WINAPI DeleteKey(HKEY key, const wchar_t* subkey);
 
+    [[nodiscard]] bool IsOpen(const wchar_t* subkey) const;
+
     static RegistryFaults* current;
 
     std::map<std::wstring, LSTATUS> opens;
@@ -90,6 +93,7 @@ private:
     std::vector<std::wstring> calls;
     std::map<HKEY, std::wstring> openKeys;
     std::vector<std::wstring> deletedWhileOpen;
+    std::vector<std::wstring> openedWhileOpen;
 
     ImportPatch openPatch;
     ImportPatch closePatch;
