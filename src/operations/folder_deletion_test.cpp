@@ -2,6 +2,7 @@
 
 #include "environment/log.h"
 #include "support/file_faults.h"
+#include "support/folder_turned_file.h"
 #include "support/handle_count.h"
 #include "support/locked_path.h"
 #include "support/log_recorder.h"
@@ -332,6 +333,20 @@ TEST_F(DelFolderTest, SubfolderInWhichNothingIsFoundIsNotListedForTheRestart)
     EXPECT_EQ(_ERROR_SUCCESS, operations.DelFolder(root.c_str(), nullptr));
 
     EXPECT_EQ(WideStringList{root}, restartList);
+}
+
+TEST_F(DelFolderTest, SubfolderThatIsNoneAnyMoreIsPassedByAndNotListedForTheRestart)
+{
+    const std::wstring turned = tree.AddFolder(L"a");
+    tree.AddFile(L"b\\a.txt");
+    const test::FolderTurnedFile meanwhile(turned);
+
+    EXPECT_EQ(_ERROR_SUCCESS, operations.DelFolder(root.c_str(), nullptr));
+
+    EXPECT_FALSE(Exists(tree.Path(L"b")));
+    EXPECT_TRUE(Exists(turned));
+    EXPECT_EQ(WideStringList{root}, restartList); // it isn't empty, what keeps it is not listed
+    EXPECT_TRUE(log.Has(LogWarning, "COperations::DelFolderRec", L"\"" + turned + L"\" path isn't a directory"));
 }
 
 TEST_F(DelFolderTest, RefusedAttributesAreLoggedAtBothPlacesAndTheFolderGoes)

@@ -1,7 +1,9 @@
 #include "operations/operations.h"
 
 #include "environment/log.h"
+#include "operations/tree_walk.h"
 #include "support/file_faults.h"
+#include "support/folder_turned_file.h"
 #include "support/handle_count.h"
 #include "support/locked_path.h"
 #include "support/log_recorder.h"
@@ -50,6 +52,26 @@ TEST_F(ExpandFolderTest, FolderStandsAheadOfAllFoldersBelowIt)
     Expand(root);
 
     EXPECT_EQ((WideStringList{root, tree.Path(L"a"), tree.Path(L"a\\b"), tree.Path(L"a\\b\\c")}), folders);
+}
+
+// Neither by name nor level by level: by name "a.txt" stands ahead of "a\1.txt".
+TEST_F(ExpandFolderTest, FilesStandInTheOrderOfTheWalk)
+{
+    for (const wchar_t* const name : {L"a\\1.txt", L"a\\b\\2.txt", L"a\\z.txt", L"a.txt", L"c.txt"})
+        tree.AddFile(name);
+    WideStringList walked;
+    walked.reserve(5);
+    CTreeWalk walk(root.c_str());
+    for (WalkStep step = walk.Next(); step != WalkStep::End; step = walk.Next())
+    {
+        if (step == WalkStep::File)
+            walked.emplace_back(walk.Path());
+    }
+
+    Expand(root);
+
+    EXPECT_EQ(5u, walked.size());
+    EXPECT_EQ(walked, files);
 }
 
 TEST_F(ExpandFolderTest, ListsAreAppendedTo)
@@ -164,6 +186,20 @@ TEST_F(ExpandFolderTest, SubfolderThatCannotBeExpandedIsToldAndTheRestIsCollecte
         log.Has(LogWarning, "COperations::ExpandFolderRec", L"error _ERROR_UNKNOWN expand folder \"" + denied + L"\""));
     EXPECT_TRUE(
         log.Has(LogWarning, "COperations::ExpandFolderRec", L"error _ERROR_NOT_FOUND expand folder \"" + gone + L"\""));
+}
+
+TEST_F(ExpandFolderTest, SubfolderThatIsNoneAnyMoreIsToldAndTheRestIsCollected)
+{
+    const std::wstring turned = tree.AddFolder(L"a");
+    const std::wstring file = tree.AddFile(L"b\\a.txt");
+    const test::FolderTurnedFile meanwhile(turned);
+
+    EXPECT_EQ(_ERROR_SUCCESS, Expand(root));
+
+    EXPECT_THAT(folders, UnorderedElementsAre(root, turned, tree.Path(L"b")));
+    EXPECT_EQ(WideStringList{file}, files);
+    EXPECT_TRUE(log.Has(LogWarning, "COperations::ExpandFolderRec",
+                        L"error _ERROR_NOT_FOUND expand folder \"" + turned + L"\""));
 }
 
 TEST_F(ExpandFolderTest, FileLockedByAnotherProcessIsCollected)

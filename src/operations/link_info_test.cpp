@@ -127,38 +127,71 @@ TEST_F(GetLinkInfoTest, LinkObjectThatCannotBeMadeFailsTheLinkAndNotTheWalk)
     EXPECT_TRUE(log.Has(LogError, "COperations::DelShortcutRec", L"GetLinkInfo \"" + link + L"\" failed 0x80040154"));
 }
 
-// An object in the place of the shell's, which writes down what is done with it and fails on demand.
+// Objects in the place of the shell's, which write down what is done with them and fail on demand.
 
 #ifdef __GNUC__
 // Interfaces of COM have no virtual destructor; their objects are not deleted through them.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
 #endif
-class LinkStandIn final : public IShellLinkW, public IPersistFile
+class FileStandIn final : public IPersistFile
 {
 public:
-    HRESULT queryResult = S_OK;
+    FileStandIn(std::vector<std::wstring>& callList, std::vector<std::wstring>& releaseList)
+        : calls(callList), released(releaseList)
+    {}
     HRESULT loadResult = S_OK;
-    HRESULT pathResult = S_OK;
     int references = 0;
-    std::vector<std::wstring> calls;
 
-    STDMETHOD(QueryInterface)(REFIID id, void** object) override
-    {
-        calls.push_back(id == IID_IPersistFile ? L"query file" : L"query other");
-        *object = nullptr;
-        if (FAILED(queryResult))
-            return queryResult;
-        *object = static_cast<IPersistFile*>(this);
-        ++references;
-        return S_OK;
-    }
+    STDMETHOD(QueryInterface)(REFIID, void**) override { return E_NOTIMPL; }
     STDMETHOD_(ULONG, AddRef)() override { return static_cast<ULONG>(++references); }
-    STDMETHOD_(ULONG, Release)() override { return static_cast<ULONG>(--references); }
+    STDMETHOD_(ULONG, Release)() override
+    {
+        released.emplace_back(L"file");
+        return static_cast<ULONG>(--references);
+    }
     STDMETHOD(Load)(const wchar_t* path, DWORD mode) override
     {
         calls.push_back(L"load " + std::wstring(path) + L" " + std::to_wstring(mode));
         return loadResult;
+    }
+
+    STDMETHOD(GetClassID)(CLSID*) override { return E_NOTIMPL; }
+    STDMETHOD(IsDirty)() override { return E_NOTIMPL; }
+    STDMETHOD(Save)(const wchar_t*, BOOL) override { return E_NOTIMPL; }
+    STDMETHOD(SaveCompleted)(const wchar_t*) override { return E_NOTIMPL; }
+    STDMETHOD(GetCurFile)(wchar_t**) override { return E_NOTIMPL; }
+
+private:
+    std::vector<std::wstring>& calls;
+    std::vector<std::wstring>& released;
+};
+
+class LinkStandIn final : public IShellLinkW
+{
+public:
+    std::vector<std::wstring> calls; // of the file too, as are the releases
+    std::vector<std::wstring> released;
+    FileStandIn file{calls, released};
+    HRESULT queryResult = S_OK;
+    HRESULT pathResult = S_OK;
+    int references = 0;
+
+    STDMETHOD(QueryInterface)(REFIID id, void** object) override
+    {
+        calls.emplace_back(id == IID_IPersistFile ? L"query file" : L"query other");
+        *object = nullptr;
+        if (FAILED(queryResult))
+            return queryResult;
+        file.AddRef();
+        *object = &file;
+        return S_OK;
+    }
+    STDMETHOD_(ULONG, AddRef)() override { return static_cast<ULONG>(++references); }
+    STDMETHOD_(ULONG, Release)() override
+    {
+        released.emplace_back(L"link");
+        return static_cast<ULONG>(--references);
     }
     STDMETHOD(GetPath)(wchar_t* path, int size, WIN32_FIND_DATAW* found, DWORD flags) override
     {
@@ -169,11 +202,6 @@ public:
         return pathResult;
     }
 
-    STDMETHOD(GetClassID)(CLSID*) override { return E_NOTIMPL; }
-    STDMETHOD(IsDirty)() override { return E_NOTIMPL; }
-    STDMETHOD(Save)(const wchar_t*, BOOL) override { return E_NOTIMPL; }
-    STDMETHOD(SaveCompleted)(const wchar_t*) override { return E_NOTIMPL; }
-    STDMETHOD(GetCurFile)(wchar_t**) override { return E_NOTIMPL; }
     STDMETHOD(GetIDList)(ITEMIDLIST_ABSOLUTE**) override { return E_NOTIMPL; }
     STDMETHOD(SetIDList)(const ITEMIDLIST_ABSOLUTE*) override { return E_NOTIMPL; }
     STDMETHOD(GetDescription)(wchar_t*, int) override { return E_NOTIMPL; }
@@ -211,7 +239,11 @@ HRESULT WINAPI GiveStandIn(const CLSID& id, IUnknown* outer, DWORD context, cons
 struct LinkObjectTest : GetLinkInfoTest
 {
     LinkObjectTest() { standIn = &object; }
-    ~LinkObjectTest() override { EXPECT_EQ(0, object.references) << "not every interface was released"; }
+    ~LinkObjectTest() override
+    {
+        EXPECT_EQ(0, object.references) << "the link was not released";
+        EXPECT_EQ(0, object.file.references) << "the link's file was not released";
+    }
 
     LinkStandIn object;
     const test::ImportPatch patch{nullptr, "CoCreateInstance", GiveStandIn};
@@ -226,6 +258,13 @@ TEST_F(LinkObjectTest, FileIsLoadedAndItsPathAskedFor)
     EXPECT_STREQ(L"C:\\App\\app.exe", read);
 }
 
+TEST_F(LinkObjectTest, FileIsReleasedBeforeItsLink)
+{
+    operations.GetLinkInfo(L"C:\\a.lnk", read);
+
+    EXPECT_EQ((std::vector<std::wstring>{L"file", L"link"}), object.released);
+}
+
 TEST_F(LinkObjectTest, ObjectThatIsNoFileFails)
 {
     object.queryResult = E_NOINTERFACE;
@@ -238,7 +277,7 @@ TEST_F(LinkObjectTest, ObjectThatIsNoFileFails)
 
 TEST_F(LinkObjectTest, FileThatCannotBeLoadedIsNotAskedForItsPath)
 {
-    object.loadResult = STG_E_FILENOTFOUND;
+    object.file.loadResult = STG_E_FILENOTFOUND;
 
     EXPECT_EQ(STG_E_FILENOTFOUND, operations.GetLinkInfo(L"C:\\a.lnk", read));
 
