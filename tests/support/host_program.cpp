@@ -43,10 +43,13 @@ bool RunOnHost(const std::wstring& program, const std::wstring& arguments, const
     PROCESS_INFORMATION made{};
     if (!CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &made))
         return false;
-    if (made.hThread != nullptr)
-        CloseHandle(made.hThread);
+    // Of a program of the host Wine knows no process, and what it says of the thread is chance: closed, that
+    // may be any handle of ours.
     if (made.hProcess != nullptr)
+    {
+        CloseHandle(made.hThread);
         CloseHandle(made.hProcess);
+    }
     for (int i = 0; i < 6000 && !done(); ++i)
         Sleep(10);
     return done();
