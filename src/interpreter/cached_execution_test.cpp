@@ -305,6 +305,18 @@ TEST_F(CachedExecutionTest, ShortcutsGoByTheirTarget)
     EXPECT_THAT(StageRecorder::Lines(), ElementsAre("4:0 at 70%"));
 }
 
+TEST_F(CachedExecutionTest, ShortcutInUseIsLeftAloneAndThatIsASuccess)
+{
+    const std::wstring shared = tree.AddFolder(L"links") + L"\\shared.lnk";
+    test::MakeShortcut(shared, L"C:\\App\\app.exe");
+    checkList.push_back(
+        test::Staying("<s op_code='del_shortcut'><e path='" + test::Narrow(shared) + "' target_name='app.exe'/></s>"));
+    pass.cachedShortcuts.push_back({tree.Path(L"links"), L"app.exe", false});
+    pass.ExecuteCachedOperations();
+    EXPECT_TRUE(test::Exists(shared));
+    EXPECT_THAT(StageRecorder::Lines(), ElementsAre("4:0 at 70%"));
+}
+
 TEST_F(CachedExecutionTest, ShortcutThatIsNotThereFailsItsStage)
 {
     pass.cachedShortcuts.push_back({tree.Path(L"absent"), L"a.exe", false});
