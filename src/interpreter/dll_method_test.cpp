@@ -13,6 +13,10 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <string>
+#include <string_view>
+#include <vector>
+
 namespace prodsweep {
 namespace {
 
@@ -62,6 +66,14 @@ TEST_F(RemovalDllMethodTest, PathKeywordLeadsToTheModule)
     EXPECT_TRUE(pass.ProcessExecDllMethod(
         {{L"module", L"method_dll.dll"}, {L"method_name", L"Succeed"}, {L"path", L"app_path"}}, folder));
     EXPECT_EQ(L"attach;Succeed;detach;", Trace());
+}
+
+TEST_F(RemovalDllMethodTest, EmptyModuleLeavesTheFolderWithoutASeparator)
+{
+    EXPECT_FALSE(pass.ProcessExecDllMethod({{L"module", L""}, {L"method_name", L"m"}, {L"path", L"app_path"}},
+                                           L"C:\\prodsweep-none"));
+    EXPECT_TRUE(log.Has(LogWarning, "CProductUninstall::ProcessExecDllMethod",
+                        L"failed _ERROR_NOT_FOUND, \"C:\\prodsweep-none\" \"m\""));
 }
 
 TEST_F(RemovalDllMethodTest, RelativeModuleLiesBelowTheLibrary)
@@ -132,16 +144,60 @@ TEST_F(RemovalDllMethodTest, MethodInUseIsLeftAloneAndThatIsASuccess)
     EXPECT_TRUE(log.Has(LogTrace, "CProductUninstall::ProcessExecDllMethod", L"in use"));
 }
 
-TEST_F(RemovalDllMethodTest, RedirectionIsOffAroundCallAndSleepWhenAskedFor)
+// The steps of a call as the system sees them; the method runs between the loading of its library and
+// the unloading.
+test::Wow64Mode* bracket = nullptr;
+const test::ImportPatch* loading = nullptr;
+const test::ImportPatch* unloading = nullptr;
+HMODULE library = nullptr;
+
+HMODULE WINAPI NoteLoad(const wchar_t* name)
 {
-    const AttributeMap attributes{{L"module", module},
-                                  {L"method_name", L"Succeed"},
-                                  {L"sleep_after_exec", L"0"},
-                                  {L"disable_wow64_redir", L"YES"}};
+    const HMODULE loaded = loading->Original<decltype(NoteLoad)>()(name);
+    if (std::wstring_view(name).ends_with(L"method_dll.dll"))
+    {
+        library = loaded;
+        bracket->Note("load");
+    }
+    return loaded;
+}
+
+BOOL WINAPI NoteUnload(HMODULE module)
+{
+    if (module == library)
+        bracket->Note("unload");
+    return unloading->Original<decltype(NoteUnload)>()(module);
+}
+
+void WINAPI NoteSleepStep(DWORD milliseconds) { bracket->Note("sleep " + std::to_string(milliseconds)); }
+
+TEST_F(RemovalDllMethodTest, CallAndSleepLieWithoutRedirectionWhenAskedFor)
+{
+    test::Wow64Mode wow64;
+    bracket = &wow64;
+    const test::ImportPatch load(nullptr, "LoadLibraryW", NoteLoad);
+    loading = &load;
+    const test::ImportPatch unload(nullptr, "FreeLibrary", NoteUnload);
+    unloading = &unload;
+    const test::ImportPatch sleep(nullptr, "Sleep", NoteSleepStep);
+    EXPECT_TRUE(pass.ProcessExecDllMethod({{L"module", module},
+                                           {L"method_name", L"Succeed"},
+                                           {L"sleep_after_exec", L"25"},
+                                           {L"disable_wow64_redir", L"yes"}},
+                                          L""));
+    EXPECT_EQ(L"attach;Succeed;detach;", Trace());
+    EXPECT_THAT(wow64.Calls(), ElementsAre("disable", "load", "unload", "sleep 25", "revert"));
+    EXPECT_TRUE(wow64.Balanced());
+}
+
+TEST_F(RemovalDllMethodTest, RedirectionThatCannotBeSwitchedIsToldOfAndNoFailure)
+{
     test::Wow64Mode wow64;
     wow64.FailDisable(5);
     wow64.FailRevert(6);
-    EXPECT_TRUE(pass.ProcessExecDllMethod(attributes, L""));
+    EXPECT_TRUE(pass.ProcessExecDllMethod(
+        {{L"module", module}, {L"method_name", L"Succeed"}, {L"disable_wow64_redir", L"YES"}}, L""));
+    EXPECT_EQ(L"attach;Succeed;detach;", Trace());
     EXPECT_THAT(wow64.Calls(), ElementsAre("disable", "revert"));
     EXPECT_TRUE(
         log.Has(LogWarning, "CProductUninstall::ProcessExecDllMethod", L"Wow64DisableWow64FsRedirection failed 0x5"));

@@ -11,6 +11,9 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <string>
+#include <vector>
+
 namespace prodsweep {
 namespace {
 
@@ -106,7 +109,7 @@ TEST_F(RestartDeletionTest, RefusedRegistrationFailsTheWholeAndTheNextIsTried)
     EXPECT_TRUE(log.Has(LogWarning, "CProductUninstall::DeleteAtRestart", L"MoveFileEx \"C:\\refused\" failed 0x5"));
 }
 
-TEST_F(RestartDeletionTest, RedirectionIsOffForTheWholeOfIt)
+TEST_F(RestartDeletionTest, RedirectionThatCannotBeSwitchedIsToldOfAndNoFailure)
 {
     test::Wow64Mode wow64;
     wow64.FailDisable(0x10);
@@ -117,6 +120,79 @@ TEST_F(RestartDeletionTest, RedirectionIsOffForTheWholeOfIt)
         log.Has(LogWarning, "CProductUninstall::DeleteAtRestart", L"Wow64DisableWow64FsRedirection failed 0x10"));
     EXPECT_TRUE(
         log.Has(LogWarning, "CProductUninstall::DeleteAtRestart", L"Wow64RevertWow64FsRedirection failed 0x11"));
+}
+
+// The calls of two paths, among the calls that switch the redirection or among the lines of the log.
+class RestartOrderTest : public RestartDeletionTest
+{
+public:
+    RestartOrderTest()
+    {
+        pass.AddRestartDel(L"C:\\b");
+        pass.AddRestartDel(L"C:\\a");
+        log.Clear();
+    }
+
+protected:
+    [[nodiscard]] WideStringList Lines() const
+    {
+        const std::vector<test::LogRecord> records = log.Records();
+        WideStringList lines;
+        lines.reserve(records.size());
+        for (const test::LogRecord& record : records)
+            lines.push_back(record.text);
+        return lines;
+    }
+};
+
+test::Wow64Mode* bracket = nullptr;
+
+BOOL WINAPI NoteAttributesStep(const wchar_t*, DWORD)
+{
+    bracket->Note("attributes");
+    return TRUE;
+}
+
+BOOL WINAPI NoteMoveStep(const wchar_t*, const wchar_t*, DWORD)
+{
+    bracket->Note("move");
+    return TRUE;
+}
+
+TEST_F(RestartOrderTest, AttributesAndMovesLieWithoutRedirection)
+{
+    test::Wow64Mode wow64;
+    bracket = &wow64;
+    const test::ImportPatch attributes(nullptr, "SetFileAttributesW", NoteAttributesStep);
+    const test::ImportPatch move(nullptr, "MoveFileExW", NoteMoveStep);
+    EXPECT_TRUE(pass.DeleteAtRestart());
+    EXPECT_THAT(wow64.Calls(), ElementsAre("disable", "attributes", "move", "attributes", "move", "revert"));
+    EXPECT_TRUE(wow64.Balanced());
+}
+
+BOOL WINAPI LogAttributes(const wchar_t* path, DWORD)
+{
+    LOG(LogTrace, L"attributes of %s", path);
+    return TRUE;
+}
+
+BOOL WINAPI LogMove(const wchar_t* path, const wchar_t*, DWORD)
+{
+    LOG(LogTrace, L"move of %s", path);
+    return TRUE;
+}
+
+TEST_F(RestartOrderTest, HeadingAndAllPathsAreLoggedBeforeAnyIsRegistered)
+{
+    test::Wow64Mode wow64;
+    wow64.FailDisable(0x10);
+    wow64.FailRevert(0x11);
+    const test::ImportPatch attributes(nullptr, "SetFileAttributesW", LogAttributes);
+    const test::ImportPatch move(nullptr, "MoveFileExW", LogMove);
+    EXPECT_TRUE(pass.DeleteAtRestart());
+    EXPECT_THAT(Lines(), ElementsAre(L"Wow64DisableWow64FsRedirection failed 0x10", L"RESTART DELETE :", L"\"C:\\b\"",
+                                     L"\"C:\\a\"", L"attributes of C:\\b", L"move of C:\\b", L"attributes of C:\\a",
+                                     L"move of C:\\a", L"Wow64RevertWow64FsRedirection failed 0x11"));
 }
 
 } // namespace
