@@ -10,7 +10,10 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <windows.h>
 
+#include <cerrno>
 #include <memory>
 
 namespace prodsweep {
@@ -109,6 +112,22 @@ TEST_F(MarkedFileTest, AbsentOneIsNotRecorded)
     const RemovalPass& removal = Walk("del_file", entry);
     EXPECT_THAT(removal.restartDeleteList, IsEmpty());
     EXPECT_TRUE(log.Has(LogTrace, "CProductUninstall::ProcessDelFile", L"##### \"" + path + L"\" ERROR_NOT_FOUND"));
+}
+
+// As for a file that may not be looked at.
+int DenyStatus(const wchar_t*, struct _stat64*)
+{
+    errno = EACCES;
+    SetLastError(ERROR_ACCESS_DENIED);
+    return -1;
+}
+
+TEST_F(MarkedFileTest, OneThatCannotBeCheckedIsPutOffAllTheSame)
+{
+    MakeFile();
+    const test::ImportPatch patch(nullptr, "_wstat64", DenyStatus);
+    EXPECT_THAT(Walk("del_file", entry).restartDeleteList, ElementsAre(path));
+    EXPECT_TRUE(log.Has(LogError, "COperations::CheckFile", L"_tstat for \"" + path + L"\" failed 0x5, errno=0xd"));
 }
 
 TEST_F(MarkedFileTest, OneInUseIsNotRecorded)
