@@ -6,8 +6,10 @@
 #include "support/registered_service.h"
 #include "support/registry_sandbox.h"
 #include "support/temp_tree.h"
+#include "support/wow64_mode.h"
 
 #include <gtest/gtest.h>
+#include <windows.h>
 
 namespace prodsweep {
 namespace {
@@ -228,6 +230,35 @@ TEST_F(RegistryChecksTest, MissingNameIsLoggedBeforeMissingKeyPath)
     ASSERT_EQ(2u, log.Records().size());
     EXPECT_EQ(L"no key value name", log.Records()[0].text);
     EXPECT_EQ(L"no key path", log.Records()[1].text);
+}
+
+// In a 32-bit process, where the registry has two views; the sandbox lies in one of them.
+class ViewChecksTest : public ChecksTest
+{
+protected:
+    ViewChecksTest() { box.AddText(L"a", L"value", L"text"); }
+    [[nodiscard]] std::wstring Path() const { return L"HKLM\\" + box.Subkey(L"a"); }
+
+    const test::RegistrySandbox box{HKEY_LOCAL_MACHINE, KEY_WOW64_32KEY};
+    const test::Wow64Mode wow64;
+};
+
+TEST_F(ViewChecksTest, KeyIsLookedForInItsView)
+{
+    EXPECT_TRUE(pass.ProcessDelRegKey({{L"name", Path()}, {L"x32view", L"1"}}, L""));
+    EXPECT_FALSE(pass.ProcessDelRegKey({{L"name", Path()}}, L""));
+}
+
+TEST_F(ViewChecksTest, SearchLooksIntoItsView)
+{
+    EXPECT_TRUE(pass.ProcessDelRegKey({{L"name", Path()}, {L"data_str", L"text;"}, {L"x32view", L"1"}}, L""));
+    EXPECT_FALSE(pass.ProcessDelRegKey({{L"name", Path()}, {L"data_str", L"text;"}}, L""));
+}
+
+TEST_F(ViewChecksTest, ValueIsLookedForInItsView)
+{
+    EXPECT_TRUE(pass.ProcessDelRegVal({{L"key_path", Path()}, {L"name", L"value"}, {L"x32view", L"1"}}, L""));
+    EXPECT_FALSE(pass.ProcessDelRegVal({{L"key_path", Path()}, {L"name", L"value"}}, L""));
 }
 
 TEST_F(ChecksTest, ServiceThatExistsIsAHitThoughItDoesNotRun)
