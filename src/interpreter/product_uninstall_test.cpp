@@ -4,7 +4,6 @@
 #include "environment/log.h"
 #include "support/callback_recorder.h"
 #include "support/com_scope.h"
-#include "support/dom_fault.h"
 #include "support/handle_count.h"
 #include "support/import_patch.h"
 #include "support/locked_path.h"
@@ -248,48 +247,6 @@ TEST_F(ProductUninstallTest, WrongRootSendsTheCataloguesEventAndFails)
     EXPECT_TRUE(log.Has(LogError, "CProductUninstall::Process", L"failed load \"uninstall_information\" node 0x1"));
     EXPECT_TRUE(log.Has(LogError, "CProductUninstall::Process", L"failed \"" + descriptor.Path() + L"\""));
 }
-
-TEST_F(ProductUninstallTest, DescriptorWhoseDocumentHasNoNodeIsNamed)
-{
-    const test::DescriptorFile descriptor(OneVersion(""));
-    const test::DomFault fault(test::DomMethod::DocumentQueryNode, E_FAIL, 1);
-    EXPECT_FALSE(RunFile(descriptor.Path()));
-    EXPECT_TRUE(log.Has(LogError, "CProductUninstall::Process", L"failed \"" + descriptor.Path() + L"\""));
-}
-
-struct DomRow
-{
-    const char* name;
-    test::DomMethod method;
-    int call;
-    const char* function;
-    const wchar_t* text;
-    bool result;
-};
-
-class RemovalDomFaultTest : public ProductUninstallTest, public testing::WithParamInterface<DomRow>
-{};
-
-TEST_P(RemovalDomFaultTest, IsLoggedByTheRemoval)
-{
-    const test::DescriptorFile descriptor(OneVersion("<s op_code='del_file'/>"));
-    const test::DomFault fault(GetParam().method, E_FAIL, GetParam().call);
-    EXPECT_EQ(GetParam().result, RunFile(descriptor.Path()));
-    EXPECT_TRUE(fault.Happened());
-    EXPECT_TRUE(log.Has(LogError, std::string("CProductUninstall::") + GetParam().function, GetParam().text));
-}
-
-INSTANTIATE_TEST_SUITE_P(Rows, RemovalDomFaultTest,
-                         testing::Values(DomRow{"NoNodeOfTheDocument", test::DomMethod::DocumentQueryNode, 1, "Process",
-                                                L"failed load RootElement 0x80004005", false},
-                                         DomRow{"NoChildrenOfWinNt", test::DomMethod::ElementChildren, 2,
-                                                "ProcessNTVersion", L"failed load \"win_nt\" childs nodes 0x80004005",
-                                                true},
-                                         DomRow{"NoCountOfWinNt", test::DomMethod::ListLength, 2, "ProcessNTVersion",
-                                                L"failed load \"win_nt\" childs count 0x80004005", true},
-                                         DomRow{"NoSection", test::DomMethod::ListItem, 2, "ProcessNTVersion",
-                                                L"failed load child 0 for \"win_nt\", err = 0x80004005", true}),
-                         [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(ProductUninstallTest, MarkedFileRequiresARestartThroughItsListAlone)
 {

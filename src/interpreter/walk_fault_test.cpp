@@ -104,57 +104,100 @@ INSTANTIATE_TEST_SUITE_P(
     NameOf);
 
 INSTANTIATE_TEST_SUITE_P(
-    Version, WalkFaultRows,
-    testing::Values(
-        WalkFault{"VersionRefused", DomMethod::ElementSelect, E_FAIL, 2, "", nullptr, true, "del_file d"},
-        WalkFault{"AppPathRefused", DomMethod::ElementSelect, E_FAIL, 3, "CProductConfig::GetAppPath",
-                  L"can't load \"app_path\" node 0x80004005", true, everything},
-        WalkFault{"InstallFolderRefused", DomMethod::ElementSelect, E_FAIL, 4, "CProductConfig::GetInstallFolder",
-                  L"can't load \"install_folder\" node", true, everything},
-        WalkFault{"WinNtRefused", DomMethod::ElementSelect, E_FAIL, 5, "CProductConfig::ProcessNTVersion",
-                  L"can't load \"win_nt\" node 0x80004005", true, "del_file d"},
-        WalkFault{"SectionsRefused", DomMethod::ElementChildren, E_FAIL, 2, "CProductConfig::ProcessNTVersion",
-                  L"failed load \"win_nt\" childs nodes 0x80004005", true, "del_file d"},
-        WalkFault{"SectionsNull", DomMethod::ElementChildren, S_OK, 2, "CProductConfig::ProcessNTVersion",
-                  L"failed load \"win_nt\" childs nodes 0x0", true, "del_file d"},
-        WalkFault{"CountRefused", DomMethod::ListLength, E_FAIL, 2, "CProductConfig::ProcessNTVersion",
-                  L"failed load \"win_nt\" childs count 0x80004005", true, "del_file d"},
-        WalkFault{"SectionRefused", DomMethod::ListItem, E_FAIL, 3, "CProductConfig::ProcessNTVersion",
-                  L"failed load child 0 for \"win_nt\", err = 0x80004005", true, "del_file d"},
-        // The list's items come as v, w, the first section, its two entries, the second section.
-        WalkFault{"LaterSectionNull", DomMethod::ListItem, S_FALSE, 6, "CProductConfig::ProcessNTVersion",
-                  L"failed load child 1 for \"win_nt\", err = 0x1", true, "del_file a, del_file b, del_file d"}),
+    BeforeWinNt, WalkFaultRows,
+    testing::Values(WalkFault{"VersionRefused", DomMethod::ElementSelect, E_FAIL, 2, "", nullptr, true, "del_file d"},
+                    WalkFault{"AppPathRefused", DomMethod::ElementSelect, E_FAIL, 3, "CProductConfig::GetAppPath",
+                              L"can't load \"app_path\" node 0x80004005", true, everything},
+                    WalkFault{"InstallFolderRefused", DomMethod::ElementSelect, E_FAIL, 4,
+                              "CProductConfig::GetInstallFolder", L"can't load \"install_folder\" node", true,
+                              everything}),
     NameOf);
 
-INSTANTIATE_TEST_SUITE_P(
-    Section, WalkFaultRows,
-    testing::Values(
-        WalkFault{"EntriesRefused", DomMethod::ElementChildren, E_FAIL, 3, "CProductConfig::ProcessSection",
-                  L"failed load child nodes 0x80004005", true, "del_folder c, del_file d"},
-        WalkFault{"EntriesNull", DomMethod::ElementChildren, S_OK, 3, "CProductConfig::ProcessSection",
-                  L"failed load child nodes 0x0", true, "del_folder c, del_file d"},
-        WalkFault{"CountRefused", DomMethod::ListLength, E_FAIL, 3, "CProductConfig::ProcessSection",
-                  L"failed load \"win_nt\" children count 0x80004005", true, "del_folder c, del_file d"},
-        WalkFault{"EntryRefused", DomMethod::ListItem, E_FAIL, 4, "CProductConfig::ProcessSection",
-                  L"failed load child 0, err = 0x80004005", true, "del_folder c, del_file d"},
-        WalkFault{"LaterEntryNull", DomMethod::ListItem, S_FALSE, 5, "CProductConfig::ProcessSection",
-                  L"failed load child 1, err = 0x1", true, "del_file a, del_folder c, del_file d"},
-        // The first call is for op_code of the section.
-        WalkFault{"AttributesRefused", DomMethod::ElementAttributes, E_FAIL, 2, "CProductConfig::ProcessSection",
-                  L"failed get element attributes", true, "del_folder c, del_file d"},
-        WalkFault{"CountOfAttributesRefused", DomMethod::MapLength, E_FAIL, 1, "CProductConfig::ProcessSection",
-                  L"failed get attributes length 0x80004005", true, "del_folder c, del_file d"},
-        WalkFault{"AttributeRefused", DomMethod::MapItem, E_FAIL, 1, "CProductConfig::ProcessSection",
-                  L"failed get attribute 0, 0x80004005", true, "del_folder c, del_file d"},
-        WalkFault{"LaterAttributeNull", DomMethod::MapItem, S_FALSE, 2, "CProductConfig::ProcessSection",
-                  L"failed get attribute 0, 0x1", true, "del_file a, del_folder c, del_file d"},
-        WalkFault{"NameOfAttributeRefused", DomMethod::AttributeName, E_FAIL, 1, "CProductConfig::ProcessSection",
-                  L"failed get attribute 0 name", true, "del_folder c, del_file d"},
-        WalkFault{"ValueRefused", DomMethod::AttributeText, E_FAIL, 1, "CProductConfig::ProcessSection",
-                  L"failed get attribute 0 value", true, "del_folder c, del_file d"},
-        WalkFault{"ValueNull", DomMethod::AttributeText, S_OK, 1, "CProductConfig::ProcessSection",
-                  L"failed get attribute 0 value", true, "del_folder c, del_file d"}),
-    NameOf);
+const WalkFault versionFaults[] = {
+    WalkFault{"WinNtRefused", DomMethod::ElementSelect, E_FAIL, 5, "CProductConfig::ProcessNTVersion",
+              L"can't load \"win_nt\" node 0x80004005", true, "del_file d"},
+    WalkFault{"SectionsRefused", DomMethod::ElementChildren, E_FAIL, 2, "CProductConfig::ProcessNTVersion",
+              L"failed load \"win_nt\" childs nodes 0x80004005", true, "del_file d"},
+    WalkFault{"SectionsNull", DomMethod::ElementChildren, S_OK, 2, "CProductConfig::ProcessNTVersion",
+              L"failed load \"win_nt\" childs nodes 0x0", true, "del_file d"},
+    WalkFault{"CountRefused", DomMethod::ListLength, E_FAIL, 2, "CProductConfig::ProcessNTVersion",
+              L"failed load \"win_nt\" childs count 0x80004005", true, "del_file d"},
+    WalkFault{"SectionRefused", DomMethod::ListItem, E_FAIL, 3, "CProductConfig::ProcessNTVersion",
+              L"failed load child 0 for \"win_nt\", err = 0x80004005", true, "del_file d"},
+    // The list's items come as v, w, the first section, its two entries, the second section.
+    WalkFault{"LaterSectionNull", DomMethod::ListItem, S_FALSE, 6, "CProductConfig::ProcessNTVersion",
+              L"failed load child 1 for \"win_nt\", err = 0x1", true, "del_file a, del_file b, del_file d"}};
+
+INSTANTIATE_TEST_SUITE_P(Version, WalkFaultRows, testing::ValuesIn(versionFaults), NameOf);
+
+class VersionFaultTest : public WalkFaultRows
+{};
+
+TEST_P(VersionFaultTest, FailsItsVersionAlone)
+{
+    const test::DescriptorFile descriptor(Descriptor());
+    test::RecordingPass pass(descriptor.Path());
+    const test::DomFault fault(GetParam().method, GetParam().answer, GetParam().call);
+    EXPECT_TRUE(pass.Process());
+    EXPECT_TRUE(log.Has(LogTrace, "CProductConfig::Process", L"<-ProcessVersion v, result = false"));
+    EXPECT_TRUE(log.Has(LogTrace, "CProductConfig::Process", L"<-ProcessVersion w, result = true"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Rows, VersionFaultTest, testing::ValuesIn(versionFaults), NameOf);
+
+const WalkFault sectionFaults[] = {
+    WalkFault{"EntriesRefused", DomMethod::ElementChildren, E_FAIL, 3, "CProductConfig::ProcessSection",
+              L"failed load child nodes 0x80004005", true, "del_folder c, del_file d"},
+    WalkFault{"EntriesNull", DomMethod::ElementChildren, S_OK, 3, "CProductConfig::ProcessSection",
+              L"failed load child nodes 0x0", true, "del_folder c, del_file d"},
+    WalkFault{"CountRefused", DomMethod::ListLength, E_FAIL, 3, "CProductConfig::ProcessSection",
+              L"failed load \"win_nt\" children count 0x80004005", true, "del_folder c, del_file d"},
+    WalkFault{"EntryRefused", DomMethod::ListItem, E_FAIL, 4, "CProductConfig::ProcessSection",
+              L"failed load child 0, err = 0x80004005", true, "del_folder c, del_file d"},
+    WalkFault{"LaterEntryNull", DomMethod::ListItem, S_FALSE, 5, "CProductConfig::ProcessSection",
+              L"failed load child 1, err = 0x1", true, "del_file a, del_folder c, del_file d"},
+    // The first call is for op_code of the section.
+    WalkFault{"AttributesRefused", DomMethod::ElementAttributes, E_FAIL, 2, "CProductConfig::ProcessSection",
+              L"failed get element attributes", true, "del_folder c, del_file d"},
+    WalkFault{"CountOfAttributesRefused", DomMethod::MapLength, E_FAIL, 1, "CProductConfig::ProcessSection",
+              L"failed get attributes length 0x80004005", true, "del_folder c, del_file d"},
+    WalkFault{"AttributeRefused", DomMethod::MapItem, E_FAIL, 1, "CProductConfig::ProcessSection",
+              L"failed get attribute 0, 0x80004005", true, "del_folder c, del_file d"},
+    WalkFault{"LaterAttributeNull", DomMethod::MapItem, S_FALSE, 2, "CProductConfig::ProcessSection",
+              L"failed get attribute 0, 0x1", true, "del_file a, del_folder c, del_file d"},
+    WalkFault{"NameOfAttributeRefused", DomMethod::AttributeName, E_FAIL, 1, "CProductConfig::ProcessSection",
+              L"failed get attribute 0 name", true, "del_folder c, del_file d"},
+    WalkFault{"ValueRefused", DomMethod::AttributeText, E_FAIL, 1, "CProductConfig::ProcessSection",
+              L"failed get attribute 0 value", true, "del_folder c, del_file d"},
+    WalkFault{"ValueNull", DomMethod::AttributeText, S_OK, 1, "CProductConfig::ProcessSection",
+              L"failed get attribute 0 value", true, "del_folder c, del_file d"}};
+
+INSTANTIATE_TEST_SUITE_P(Section, WalkFaultRows, testing::ValuesIn(sectionFaults), NameOf);
+
+class SectionFaultTest : public WalkFaultRows
+{
+protected:
+    SectionFaultTest() { EXPECT_TRUE(pass.Process()); }
+
+    const test::CallbackRecorder events;
+    const test::DescriptorFile descriptor{Descriptor()};
+    test::RecordingPass pass{descriptor.Path(), &test::CallbackRecorder::Record};
+    const test::DomFault fault{GetParam().method, GetParam().answer, GetParam().call};
+};
+
+TEST_P(SectionFaultTest, FailsItsSectionAlone)
+{
+    EXPECT_EQ(1, log.Count(LogError, "CProductConfig::ProcessNTVersion", L"ProcessSection failed"));
+    using Call = test::CallbackRecorder::Call;
+    EXPECT_EQ((std::vector{Call{2, 2, false, {}}, Call{3, 0, false, {}}, Call{2, 0, false, {}}}), events.Calls());
+}
+
+TEST_P(SectionFaultTest, DoesNotFailTheVersion)
+{
+    EXPECT_TRUE(log.Has(LogTrace, "CProductConfig::Process", L"<-ProcessVersion v, result = true"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Rows, SectionFaultTest, testing::ValuesIn(sectionFaults), NameOf);
 
 TEST_F(WalkFaultTest, EntryWhoseNameCannotBeReadIsWalkedWithoutOne)
 {
