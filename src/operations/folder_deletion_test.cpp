@@ -78,7 +78,7 @@ TEST_F(DelFolderTest, TrailingSeparatorOfEitherKindIsNotDoubled)
     for (const wchar_t separator : {L'\\', L'/'})
     {
         const std::wstring folder = tree.AddFolder(L"folder") + separator;
-        const std::wstring file = tree.AddFile(L"folder\\a.txt");
+        tree.AddFile(L"folder\\a.txt");
         const test::FileFaults faults;
 
         EXPECT_EQ(_ERROR_SUCCESS, operations.DelFolder(folder.c_str(), nullptr));
