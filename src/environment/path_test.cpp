@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include <cwchar>
+#include <algorithm>
 
 namespace prodsweep {
 namespace {
@@ -27,8 +27,8 @@ DWORD WINAPI NameWithoutBackslash(HMODULE, wchar_t* name, DWORD size)
 DWORD WINAPI NameThatFillsTheBuffer(HMODULE, wchar_t* name, DWORD size)
 {
     EXPECT_EQ(DWORD{MAX_PATH}, size);
-    std::wmemset(name, L'a', size);
-    std::wmemcpy(name, L"C:\\", 3);
+    std::fill_n(name, size, L'a');
+    std::copy_n(L"C:\\", 3, name);
     name[size - 1] = L'\\';
     return size;
 }

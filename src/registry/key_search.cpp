@@ -41,6 +41,16 @@ LSTATUS NextHit(CValueEnumerator& value, const WideStringList& search, bool comp
     return status;
 }
 
+// Past data that grows meanwhile. They may be large: their buffer is gone before the walk goes below this key.
+LSTATUS FirstHit(HKEY key, const KeyMaxima& maxima, const WideStringList& search, bool complete)
+{
+    CValueEnumerator value(key, maxima, CValueEnumerator::Parts::NameAndData);
+    LSTATUS status = NextHit(value, search, complete);
+    while (status == ERROR_MORE_DATA)
+        status = NextHit(value, search, complete);
+    return status;
+}
+
 } // namespace
 
 int CRegKeyHelper::DelKeySearch(const wchar_t* key, const WideStringList& search, bool complete, bool x32view,
@@ -143,18 +153,13 @@ int CRegKeyHelper::CheckKeySearch(HKEY hive, const std::wstring& subkey, const W
         LOG(LogError, L"RegQueryInfoKey \"%s\" failed 0x%x", subkey.c_str(), status);
         return _ERROR_UNKNOWN;
     }
+    status = FirstHit(key.get(), maxima, search, complete);
+    if (status == ERROR_SUCCESS)
+        return _ERROR_SUCCESS;
+    if (status != ERROR_NO_MORE_ITEMS)
     {
-        // The data may be large: its buffer is gone before the walk goes below this key.
-        CValueEnumerator value(key.get(), maxima, CValueEnumerator::Parts::NameAndData);
-        while ((status = NextHit(value, search, complete)) == ERROR_MORE_DATA)
-        {}
-        if (status == ERROR_SUCCESS)
-            return _ERROR_SUCCESS;
-        if (status != ERROR_NO_MORE_ITEMS)
-        {
-            LOG(LogError, L"RegEnumValue \"%s\" failed 0x%x", subkey.c_str(), status);
-            return _ERROR_UNKNOWN;
-        }
+        LOG(LogError, L"RegEnumValue \"%s\" failed 0x%x", subkey.c_str(), status);
+        return _ERROR_UNKNOWN;
     }
     if (maxima.subkeyName != 0 && LeadsBack(key.get(), hive, subkey, x32view))
     {
@@ -212,8 +217,7 @@ int CRegKeyHelper::ExpandKeySearch(HKEY hive, const std::wstring& subkey, const 
         return _ERROR_NOT_FOUND;
     }
     KeyMaxima maxima;
-    status = QueryMaxima(key.get(), maxima);
-    if (status != ERROR_SUCCESS)
+    if ((status = QueryMaxima(key.get(), maxima)) != ERROR_SUCCESS)
     {
         LOG(LogError, L"RegQueryInfoKey \"%s\" failed 0x%x", subkey.c_str(), status);
         return _ERROR_UNKNOWN;
@@ -244,10 +248,9 @@ int CRegKeyHelper::ExpandKeySearch(HKEY hive, const std::wstring& subkey, const 
             LOG(LogWarning, L"ExpandKeySearch \"%s\" \\ \"%s\" failed %s", hiveName, path.c_str(),
                 ResultCodeName(result));
     }
-    if (status == ERROR_NO_MORE_ITEMS)
-        return _ERROR_SUCCESS;
-    LOG(LogError, L"RegEnumKeyEx \"%s\" failed 0x%x", subkey.c_str(), status);
-    return _ERROR_UNKNOWN;
+    if (status != ERROR_NO_MORE_ITEMS)
+        LOG(LogError, L"RegEnumKeyEx \"%s\" failed 0x%x", subkey.c_str(), status);
+    return status == ERROR_NO_MORE_ITEMS ? _ERROR_SUCCESS : _ERROR_UNKNOWN;
 }
 
 LSTATUS CRegKeyHelper::ExpandKeySearch(HKEY key, const KeyMaxima& maxima, const WideStringList& search, bool complete)
