@@ -80,7 +80,7 @@ class KillProcessTest : public testing::Test
 {
 protected:
     std::wstring Path(const std::wstring& file) const { return tree.Path(file); }
-    std::wstring IdAfter(const std::wstring& text, const test::RunningVictim& victim) const
+    static std::wstring IdAfter(const std::wstring& text, const test::RunningVictim& victim)
     {
         return text + L" " + std::to_wstring(victim.Id());
     }

@@ -95,8 +95,8 @@ TEST_P(ShortcutWalkTest, SubfolderHandledLastGivesTheResult)
 TEST_P(ShortcutWalkTest, FailureIsHiddenByALaterFolder)
 {
     // Listed by name; the failing one is whichever comes first.
-    const std::wstring a = tree.AddFolder(L"links\\a");
-    const std::wstring b = tree.AddFolder(L"links\\b");
+    tree.AddFolder(L"links\\a");
+    tree.AddFolder(L"links\\b");
     WIN32_FIND_DATAW entry{};
     const HANDLE find = FindFirstFileW((folder + L"\\?").c_str(), &entry);
     ASSERT_NE(INVALID_HANDLE_VALUE, find);

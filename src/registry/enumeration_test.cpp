@@ -11,7 +11,7 @@
 namespace prodsweep {
 
 // For the messages of the tests.
-void PrintTo(const RegValueRecord& record, std::ostream* out)
+static void PrintTo(const RegValueRecord& record, std::ostream* out)
 {
     *out << test::Narrow(record.name) << " = \"" << test::Narrow(record.data) << "\" of type " << record.type;
 }
@@ -23,6 +23,7 @@ static bool operator==(const RegValueRecord& left, const RegValueRecord& right)
 
 namespace {
 
+using namespace std::string_view_literals;
 using test::RegistryFaults;
 using testing::Contains;
 using testing::ElementsAre;
@@ -32,7 +33,7 @@ using testing::UnorderedElementsAre;
 class EnumerationTest : public test::RegistryFixture
 {
 protected:
-    UniqueRegKey Open(const std::wstring& subkey)
+    static UniqueRegKey Open(const std::wstring& subkey)
     {
         HKEY key = nullptr;
         EXPECT_EQ(ERROR_SUCCESS, RegOpenKeyExW(HKEY_CURRENT_USER, subkey.c_str(), 0, KEY_ALL_ACCESS, &key));
@@ -213,18 +214,18 @@ std::string Bytes(std::wstring_view text)
 }
 
 const DataCase dataCases[] = {
-    {"Text", REG_SZ, Bytes({L"abc", 4}), L"abc"},
+    {"Text", REG_SZ, Bytes(L"abc\0"sv), L"abc"},
     {"TextWithoutItsZero", REG_SZ, Bytes(L"abc"), L"abc"},
-    {"TextWithAZeroInside", REG_SZ, Bytes({L"ab\0cd", 6}), L"ab"},
-    {"EmptyText", REG_SZ, Bytes({L"", 1}), L""},
+    {"TextWithAZeroInside", REG_SZ, Bytes(L"ab\0cd\0"sv), L"ab"},
+    {"EmptyText", REG_SZ, Bytes(L"\0"sv), L""},
     {"NoDataAtAll", REG_SZ, "", L""},
     {"HalfACharacterAtTheEnd", REG_SZ, Bytes(L"ab") + "c", L"ab"},
     {"OneByte", REG_SZ, "a", L""},
-    {"ExpandableTextStaysAsItIs", REG_EXPAND_SZ, Bytes({L"%TEMP%", 7}), L"%TEMP%"},
-    {"FirstOfSeveralTexts", REG_MULTI_SZ, Bytes({L"one\0two\0", 9}), L"one"},
-    {"Number", REG_DWORD, Bytes({L"A\0", 2}), L"A"},
-    {"BigEndianNumber", REG_DWORD_BIG_ENDIAN, Bytes({L"\0A", 2}), L""},
-    {"LongNumber", REG_QWORD, Bytes({L"AB\0", 4}), L"AB"},
+    {"ExpandableTextStaysAsItIs", REG_EXPAND_SZ, Bytes(L"%TEMP%\0"sv), L"%TEMP%"},
+    {"FirstOfSeveralTexts", REG_MULTI_SZ, Bytes(L"one\0two\0\0"sv), L"one"},
+    {"Number", REG_DWORD, Bytes(L"A\0"sv), L"A"},
+    {"BigEndianNumber", REG_DWORD_BIG_ENDIAN, Bytes(L"\0A"sv), L""},
+    {"LongNumber", REG_QWORD, Bytes(L"AB\0\0"sv), L"AB"},
     {"Bytes", REG_BINARY, Bytes(L"raw"), L"raw"},
     {"NoType", REG_NONE, Bytes(L"none"), L"none"},
     {"Link", REG_LINK, Bytes(L"\\Registry\\X"), L"\\Registry\\X"},

@@ -232,7 +232,7 @@ TEST_F(KeyDeletionTest, SubkeyInUseIsKeptWhicheverSiblingComesLast)
         answerer.Claim(L"key " + box.Path(L"key\\" + kept));
         EXPECT_EQ(_ERROR_SUCCESS, Delete(L"key", &answerer));
         for (const std::wstring name : {L"a", L"b", L"c"})
-            EXPECT_EQ(name == kept, box.HasKey(L"key\\" + name)) << test::Narrow(kept + L" " + name);
+            EXPECT_EQ(name == kept, box.HasKey(L"key\\" + name)) << test::Narrow(kept) << " and " << test::Narrow(name);
     }
     EXPECT_TRUE(log.HasNoneAt(LogError));
 }

@@ -210,14 +210,14 @@ int CRegKeyHelper::ExpandKeySearch(HKEY hive, const std::wstring& subkey, const 
     }
     LOG(LogTrace, L"\"%s\" \\ \"%s\"", hiveName, subkey.c_str());
     UniqueRegKey key;
-    LSTATUS status = OpenKey(hive, subkey, ViewMask(x32view), key);
-    if (status != ERROR_SUCCESS)
+    if (const LSTATUS opened = OpenKey(hive, subkey, ViewMask(x32view), key); opened != ERROR_SUCCESS)
     {
-        LOG(LogError, L"RegOpenKeyEx \"%s\" failed 0x%x", subkey.c_str(), status);
+        LOG(LogError, L"RegOpenKeyEx \"%s\" failed 0x%x", subkey.c_str(), opened);
         return _ERROR_NOT_FOUND;
     }
     KeyMaxima maxima;
-    if ((status = QueryMaxima(key.get(), maxima)) != ERROR_SUCCESS)
+    LSTATUS status = QueryMaxima(key.get(), maxima);
+    if (status != ERROR_SUCCESS)
     {
         LOG(LogError, L"RegQueryInfoKey \"%s\" failed 0x%x", subkey.c_str(), status);
         return _ERROR_UNKNOWN;

@@ -19,7 +19,6 @@ namespace {
 using test::ImportPatch;
 using test::RegistryFaults;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 TEST(ViewMaskTest, IsAllAccessInEveryView)
 {

@@ -96,7 +96,7 @@ public:
 protected:
     ProductEntry* NewProducts(unsigned count)
     {
-        ProductEntry* const entries = NewArray<ProductEntry>(&products, count);
+        auto* const entries = NewArray<ProductEntry>(&products, count);
         for (unsigned i = 0; i < count; ++i)
         {
             entries[i].Name = NewString(L"name");
@@ -144,11 +144,11 @@ TEST_F(ProdsweepFreeTest, GuidsWithChildrenAreFreed)
     ProductEntry* const entries = NewProducts(2);
     for (unsigned i = 0; i < 2; ++i)
     {
-        GuidEntry* const guids = NewArray<GuidEntry>(&entries[i].Guids, 2);
+        auto* const guids = NewArray<GuidEntry>(&entries[i].Guids, 2);
         for (unsigned k = 0; k < 2; ++k)
         {
             guids[k].Guid = NewString(L"{guid}");
-            ChildEntry* const children = NewArray<ChildEntry>(&guids[k].Children, 2);
+            auto* const children = NewArray<ChildEntry>(&guids[k].Children, 2);
             children[0] = {NewString(L"name"), NewStrings(3)};
             children[1] = {NewString(L"other"), NewStrings(1)};
         }
@@ -159,11 +159,11 @@ TEST_F(ProdsweepFreeTest, GuidsWithChildrenAreFreed)
 TEST_F(ProdsweepFreeTest, WhatIsNullOrEmptyInsideIsPassedOver)
 {
     SAFEARRAY* guidArray = nullptr;
-    GuidEntry* const guids = NewArray<GuidEntry>(&guidArray, 4); // the first stays all zero
+    auto* const guids = NewArray<GuidEntry>(&guidArray, 4); // the first stays all zero
     guids[1].Guid = NewString(L"no children");
     guids[2].Guid = NewString(L"empty children");
     NewArray<ChildEntry>(&guids[2].Children, 0);
-    ChildEntry* const children = NewArray<ChildEntry>(&guids[3].Children, 3);
+    auto* const children = NewArray<ChildEntry>(&guids[3].Children, 3);
     children[0].Name = NewString(L"no values");
     children[1].Values = NewStrings(0);
     children[2].Values = NewStrings(2);
@@ -180,9 +180,9 @@ TEST_F(ProdsweepFreeTest, ArraysWithoutDataAreFreedOnEveryLevel)
     ProductEntry* const entries = NewProducts(4);
     NewArray<GuidEntry>(&entries[0].Guids, 5, false);
     NewArray<BSTR>(&entries[1].Guids, 5, false);
-    GuidEntry* const guids = NewArray<GuidEntry>(&entries[2].Guids, 1);
+    auto* const guids = NewArray<GuidEntry>(&entries[2].Guids, 1);
     NewArray<ChildEntry>(&guids->Children, 5, false);
-    ChildEntry* const child = NewArray<ChildEntry>(&NewArray<GuidEntry>(&entries[3].Guids, 1)->Children, 1);
+    auto* const child = NewArray<ChildEntry>(&NewArray<GuidEntry>(&entries[3].Guids, 1)->Children, 1);
     NewArray<BSTR>(&child->Values, 5, false);
     ProdsweepFreeProducts(products);
 }

@@ -85,13 +85,13 @@ HarborKey::HarborKey() { AddText({}, L"Ledger 4", L"C:\\Harbor"); }
 
 HarborKey::~HarborKey() { RegDeleteTreeW(HKEY_CURRENT_USER, harborKey); }
 
-void HarborKey::AddText(const std::wstring& relative, const std::wstring& value, const std::wstring& data) const
+void HarborKey::AddText(const std::wstring& relative, const std::wstring& value, const std::wstring& data)
 {
     EXPECT_EQ(ERROR_SUCCESS, RegSetKeyValueW(HKEY_CURRENT_USER, Below(relative).c_str(), value.c_str(), REG_SZ,
                                              data.c_str(), static_cast<DWORD>((data.size() + 1) * sizeof(wchar_t))));
 }
 
-bool HarborKey::HasKey(const std::wstring& relative) const
+bool HarborKey::HasKey(const std::wstring& relative)
 {
     HKEY key = nullptr;
     const bool found = RegOpenKeyExW(HKEY_CURRENT_USER, Below(relative).c_str(), 0, KEY_READ, &key) == ERROR_SUCCESS;
@@ -100,7 +100,7 @@ bool HarborKey::HasKey(const std::wstring& relative) const
     return found;
 }
 
-bool HarborKey::HasValue(const std::wstring& relative, const std::wstring& value) const
+bool HarborKey::HasValue(const std::wstring& relative, const std::wstring& value)
 {
     return RegGetValueW(HKEY_CURRENT_USER, Below(relative).c_str(), value.c_str(), RRF_RT_ANY, nullptr, nullptr,
                         nullptr) == ERROR_SUCCESS;

@@ -54,9 +54,9 @@ public:
     HarborKey(const HarborKey&) = delete;
     HarborKey& operator=(const HarborKey&) = delete;
 
-    void AddText(const std::wstring& relative, const std::wstring& value, const std::wstring& data) const;
-    [[nodiscard]] bool HasKey(const std::wstring& relative) const;
-    [[nodiscard]] bool HasValue(const std::wstring& relative, const std::wstring& value) const;
+    static void AddText(const std::wstring& relative, const std::wstring& value, const std::wstring& data);
+    [[nodiscard]] static bool HasKey(const std::wstring& relative);
+    [[nodiscard]] static bool HasValue(const std::wstring& relative, const std::wstring& value);
 };
 
 } // namespace prodsweep::test

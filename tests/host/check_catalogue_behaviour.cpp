@@ -167,6 +167,7 @@ void ShowBothCatalogues()
 
 } // namespace
 
+// A table. NOLINTNEXTLINE(readability-function-size)
 std::vector<Behaviour> CatalogueBehaviour()
 {
     return {

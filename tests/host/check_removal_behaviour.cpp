@@ -110,6 +110,7 @@ bool VictimStays(const std::wstring& file)
 
 } // namespace
 
+// A table. NOLINTNEXTLINE(readability-function-size)
 std::vector<Behaviour> RecordedBehaviour()
 {
     return {

@@ -44,6 +44,7 @@ void WaitAtGate(const std::wstring& name)
 
 } // namespace
 
+// Started by the system's own code. NOLINTNEXTLINE(misc-use-internal-linkage)
 int wmain(int argc, wchar_t** argv)
 {
     constexpr int fewest = 4;
