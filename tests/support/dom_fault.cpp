@@ -77,7 +77,10 @@ bool Counts(void* first)
 
 HRESULT WINAPI Answer(void* self, void** first, void** second)
 {
-    if (state.callsLeft == 0 || !Counts(first) || --state.callsLeft > 0)
+    const bool counts = state.callsLeft > 0 && Counts(static_cast<void*>(first));
+    if (counts)
+        --state.callsLeft;
+    if (!counts || state.callsLeft > 0)
         return state.original(self, first, second);
     if (state.method->result == Result::First)
         *first = nullptr;

@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <utility>
+
 namespace prodsweep::test {
 namespace {
 
@@ -40,7 +42,7 @@ std::wstring FreeDevice()
 
 } // namespace
 
-FolderLink::FolderLink(const std::wstring& path, const std::wstring& folder) : link(path), target(folder)
+FolderLink::FolderLink(std::wstring path, std::wstring folder) : link(std::move(path)), target(std::move(folder))
 {
     if (OnWine())
         EXPECT_TRUE(
@@ -62,7 +64,7 @@ FolderLink::~FolderLink()
         RemoveDirectoryW(link.c_str());
 }
 
-MappedDrive::MappedDrive(const std::wstring& mapped) : device(FreeDevice()), folder(mapped)
+MappedDrive::MappedDrive(std::wstring mapped) : device(FreeDevice()), folder(std::move(mapped))
 {
     if (OnWine())
         EXPECT_TRUE(

@@ -9,7 +9,7 @@ namespace prodsweep::test {
 class FolderLink
 {
 public:
-    FolderLink(const std::wstring& path, const std::wstring& folder);
+    FolderLink(std::wstring path, std::wstring folder);
     ~FolderLink();
     FolderLink(const FolderLink&) = delete;
     FolderLink& operator=(const FolderLink&) = delete;
@@ -26,7 +26,7 @@ private:
 class MappedDrive
 {
 public:
-    explicit MappedDrive(const std::wstring& mapped);
+    explicit MappedDrive(std::wstring mapped);
     ~MappedDrive();
     MappedDrive(const MappedDrive&) = delete;
     MappedDrive& operator=(const MappedDrive&) = delete;

@@ -40,9 +40,9 @@ void** FindSlot(HMODULE module, const char* function)
 void WriteProtected(void** slot, void* value)
 {
     DWORD protection = 0;
-    VirtualProtect(slot, sizeof(*slot), PAGE_READWRITE, &protection);
+    VirtualProtect(static_cast<void*>(slot), sizeof(*slot), PAGE_READWRITE, &protection);
     *slot = value;
-    VirtualProtect(slot, sizeof(*slot), protection, &protection);
+    VirtualProtect(static_cast<void*>(slot), sizeof(*slot), protection, &protection);
 }
 
 ImportPatch::ImportPatch(HMODULE module, const char* function, void* replacement, int)

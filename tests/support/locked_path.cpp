@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 namespace prodsweep::test {
 namespace {
 
@@ -21,7 +23,7 @@ bool IsLocked(const std::wstring& path)
 
 // The other process inherits the only handle, so it holds the lock from the moment it exists. It is
 // detached, since the host of a console would inherit the handle from it, and may outlive it.
-LockedPath::LockedPath(const std::wstring& locked, DWORD share) : path(locked)
+LockedPath::LockedPath(std::wstring locked, DWORD share) : path(std::move(locked))
 {
     SECURITY_ATTRIBUTES inheritable{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
     const HANDLE handle = CreateFileW(path.c_str(), GENERIC_READ, share, &inheritable, OPEN_EXISTING,

@@ -11,7 +11,7 @@ namespace prodsweep::test {
 class LockedPath
 {
 public:
-    explicit LockedPath(const std::wstring& locked, DWORD share = 0);
+    explicit LockedPath(std::wstring locked, DWORD share = 0);
     ~LockedPath();
     LockedPath(const LockedPath&) = delete;
     LockedPath& operator=(const LockedPath&) = delete;

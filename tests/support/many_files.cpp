@@ -55,10 +55,11 @@ bool MakeHere(const std::wstring& folder, const std::vector<std::wstring>& names
 {
     for (const std::wstring& name : names)
     {
-        for (std::size_t end = name.find(L'\\'); end != std::wstring::npos; end = name.find(L'\\', end + 1))
-            CreateDirectoryW((folder + L"\\" + name.substr(0, end)).c_str(), nullptr);
-        const HANDLE file =
-            CreateFileW((folder + L"\\" + name).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
+        const std::wstring path = (folder + L"\\").append(name);
+        for (std::size_t end = path.find(L'\\', folder.size() + 1); end != std::wstring::npos;
+             end = path.find(L'\\', end + 1))
+            CreateDirectoryW(path.substr(0, end).c_str(), nullptr);
+        const HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
         if (file == INVALID_HANDLE_VALUE)
             return false;
         CloseHandle(file);

@@ -54,7 +54,7 @@ extern "C"
     }
 }
 
-BOOL WINAPI DllMain(HINSTANCE, DWORD reason, void*)
+extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, void*)
 {
     if (reason == DLL_PROCESS_ATTACH)
         Trace(L"attach");

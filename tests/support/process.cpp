@@ -38,8 +38,8 @@ public:
         InitializeProcThreadAttributeList(nullptr, 1, 0, &size);
         room.resize(size);
         InitializeProcThreadAttributeList(List(), 1, 0, &size);
-        UpdateProcThreadAttribute(List(), 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, &handle, sizeof(handle), nullptr,
-                                  nullptr);
+        UpdateProcThreadAttribute(List(), 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, static_cast<void*>(&handle),
+                                  sizeof(handle), nullptr, nullptr);
     }
     ~OnlyHandle() { DeleteProcThreadAttributeList(List()); }
     OnlyHandle(const OnlyHandle&) = delete;
@@ -72,7 +72,7 @@ std::string CurrentTest()
     return info == nullptr ? std::string() : std::string(info->test_suite_name()) + "." + info->name();
 }
 
-std::wstring Widen(const std::string& text) { return std::wstring(text.begin(), text.end()); }
+std::wstring Widen(const std::string& text) { return {text.begin(), text.end()}; }
 
 } // namespace
 

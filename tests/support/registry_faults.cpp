@@ -94,6 +94,8 @@ LSTATUS WINAPI RegistryFaults::Close(HKEY key)
     return current->closePatch.Original<decltype(RegCloseKey)>()(key);
 }
 
+// The parameters of the system's own calls.
+// NOLINTBEGIN(readability-function-size)
 LSTATUS WINAPI RegistryFaults::Query(HKEY key, wchar_t* className, DWORD* classLength, DWORD* reserved,
                                      DWORD* subkeyCount, DWORD* longestSubkey, DWORD* longestClass, DWORD* valueCount,
                                      DWORD* longestValue, DWORD* longestData, DWORD* security, FILETIME* written)
@@ -152,6 +154,7 @@ LSTATUS WINAPI RegistryFaults::EnumKey(HKEY key, DWORD index, wchar_t* name, DWO
     return current->enumKeyPatch.Original<decltype(RegEnumKeyExW)>()(key, index, name, nameLength, reserved, className,
                                                                      classLength, written);
 }
+// NOLINTEND(readability-function-size)
 
 LSTATUS WINAPI RegistryFaults::DeleteValue(HKEY key, const wchar_t* name)
 {
