@@ -85,7 +85,7 @@ INSTANTIATE_TEST_SUITE_P(All, ProductsFaultTest,
 TEST_P(ProductsFaultTest, FailsTheCallAndIsUndone)
 {
     const auto& [listing, fault] = GetParam();
-    SAFEARRAY* const sentinel = reinterpret_cast<SAFEARRAY*>(1);
+    auto* const sentinel = reinterpret_cast<SAFEARRAY*>(1);
     SAFEARRAY* array = sentinel;
     accounts.FailAt(fault.step, ProductsArray);
 

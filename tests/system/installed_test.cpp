@@ -14,7 +14,6 @@ namespace prodsweep::test {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 constexpr int Both = PRODSWEEP_LIST_ALL;
 const std::wstring absent = L"prodsweep-test-none";

@@ -18,8 +18,6 @@
 namespace prodsweep::test {
 namespace {
 
-using testing::ElementsAre;
-
 struct LifetimeTest : testing::Test
 {
     LifetimeTest()

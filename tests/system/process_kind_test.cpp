@@ -46,6 +46,7 @@ FARPROC WINAPI GiveAddress(HMODULE module, const char* name)
 {
     if (reinterpret_cast<ULONG_PTR>(name) > 0xFFFF && std::strcmp(name, "IsWow64Process") == 0)
         return missing ? nullptr : reinterpret_cast<FARPROC>(reinterpret_cast<void*>(FailToTell));
+    // It is made before anything can call this. NOLINTNEXTLINE(bugprone-unchecked-optional-access)
     return addressPatch->Original<GetProcAddressCall>()(module, name);
 }
 

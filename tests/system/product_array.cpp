@@ -23,7 +23,9 @@ ULONG CheckedCount(const SAFEARRAY* array, ULONG elementSize)
 std::vector<std::wstring> Texts(const SAFEARRAY* array)
 {
     std::vector<std::wstring> texts;
-    for (ULONG i = 0; i < CheckedCount(array, sizeof(BSTR)); ++i)
+    const ULONG count = CheckedCount(array, sizeof(BSTR));
+    texts.reserve(count);
+    for (ULONG i = 0; i < count; ++i)
         texts.push_back(Text(static_cast<const BSTR*>(array->pvData)[i]));
     return texts;
 }
@@ -44,6 +46,7 @@ const ProductEntry& ProductArray::operator[](ULONG index) const
 std::vector<std::wstring> ProductArray::Names() const
 {
     std::vector<std::wstring> names;
+    names.reserve(Count());
     for (ULONG i = 0; i < Count(); ++i)
         names.push_back(Text((*this)[i].Name));
     return names;

@@ -15,7 +15,6 @@ namespace prodsweep::test {
 namespace {
 
 using testing::Each;
-using testing::ElementsAre;
 
 // What the progress was at each event.
 struct Heard
