@@ -43,8 +43,8 @@ struct EachRemovalTest : RemovalTest, testing::WithParamInterface<Removal>
         });
         return lines;
     }
-    [[nodiscard]] bool TakesNames() const { return GetParam().call == removals[0].call || TakesOneName(); }
-    [[nodiscard]] bool TakesOneName() const { return GetParam().call == removals[1].call; }
+    [[nodiscard]] static bool TakesNames() { return GetParam().call == removals[0].call || TakesOneName(); }
+    [[nodiscard]] static bool TakesOneName() { return GetParam().call == removals[1].call; }
 };
 INSTANTIATE_TEST_SUITE_P(All, EachRemovalTest, testing::ValuesIn(removals), RemovalName);
 
@@ -99,9 +99,10 @@ TEST_P(EachRemovalTest, MissingCatalogueFailsWithItsPath)
         ExpectFailure(kind);
 
         const std::wstring which = TakesNames() && !TakesOneName() ? (kind == Own ? L"HQ " : L"EXT ") : L"";
-        std::vector<std::wstring> expected{L"4 load products " + which + L"\"" + path + L"\" failed"};
+        std::vector<std::wstring> expected{
+            (L"4 load products " + which).append(L"\"").append(path).append(L"\" failed")};
         if (TakesNames())
-            expected.push_back(L"10 <- false");
+            expected.emplace_back(L"10 <- false");
         EXPECT_THAT(LinesOfItsOwn(), ElementsAreArray(expected));
         EXPECT_THAT(callback.Calls(), ElementsAre(CatalogueEvent(1), CatalogueEvent(1)));
     }
