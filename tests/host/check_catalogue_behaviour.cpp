@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <iterator>
 
 namespace prodsweep::test {
 namespace {
@@ -165,94 +166,91 @@ void ShowBothCatalogues()
     EXPECT_EQ(both.products.at(0).name, both.products.at(1).name);
 }
 
+constexpr Behaviour catalogueBehaviour[] = {
+    {"comment-in-product",
+     [] {
+         EXPECT_FALSE(Loads("comment-in-product", bad));
+         EXPECT_TRUE(Loads("comment-in-product", good));
+     }},
+    {"keyvalue-missing",
+     [] {
+         EXPECT_FALSE(Loads("keyvalue-missing", bad));
+         EXPECT_TRUE(Loads("keyvalue-missing", good));
+     }},
+    {"version-without-mark",
+     [] {
+         EXPECT_EQ(L"", FirstVersion("version-without-mark", bad).keyPath);
+         EXPECT_NE(L"", FirstVersion("version-without-mark", good).keyPath);
+     }},
+    {"mark-ignored",
+     [] {
+         const InstalledLedger ledger;
+         EXPECT_EQ(0U, InstalledProducts(Loaded("mark-ignored", bad), 1));
+         EXPECT_EQ(1U, InstalledProducts(Loaded("mark-ignored", good), 1));
+     }},
+    {"update-location-twice",
+     [] {
+         const InstalledLedger ledger;
+         EXPECT_TRUE(EndsIn(FirstVersion("update-location-twice", bad).keyPath, L"\\UpdateLocation\\UpdateLocation"));
+         EXPECT_FALSE(FirstVersion("update-location-twice", bad).IsInstalled());
+         EXPECT_TRUE(FirstVersion("update-location-twice", good).IsInstalled());
+     }},
+    {"product-code-braces", &ShowProductCodeBraces},
+    {"display-name-length", &ShowDisplayNameLength},
+    {"mark-in-other-view",
+     [] {
+         UninstallEntries entries;
+         entries.Add(L"HarborLedger4", KEY_WOW64_32KEY);
+         CProductVersion version = FirstVersion("mark-in-other-view", bad);
+         EXPECT_FALSE(version.IsInstalled());
+         EXPECT_TRUE(version.IsInstalled2());
+         EXPECT_EQ(0U, InstalledProducts(Loaded("mark-in-other-view", bad), 1));
+     }},
+    {"product-without-version",
+     [] {
+         const InstalledLedger ledger;
+         EXPECT_EQ(0U, InstalledProducts(Loaded("product-without-version", bad), 1));
+         EXPECT_EQ(1U, InstalledProducts(Loaded("product-without-version", good), 1));
+     }},
+    {"duplicate-product",
+     [] {
+         CProducts products = Loaded("duplicate-product", bad);
+         CProduct info;
+         EXPECT_EQ(2U, products.products.size());
+         EXPECT_TRUE(products.GetProductInfo(L"Harbor Ledger", info));
+         EXPECT_TRUE(EndsIn(info.file, L"\\harbor_ledger.xml"));
+     }},
+    {"shared-mark",
+     [] {
+         const InstalledLedger ledger;
+         EXPECT_EQ(2U, InstalledProducts(Loaded("shared-mark", bad), 1));
+         EXPECT_EQ(1U, InstalledProducts(Loaded("shared-mark", good), 1));
+     }},
+    {"exec-all-value",
+     [] {
+         EXPECT_TRUE(Loaded("exec-all-value", bad).exec_all);
+         EXPECT_FALSE(Loaded("exec-all-value", good).exec_all);
+     }},
+    {"exec-all-repeated",
+     [] {
+         EXPECT_TRUE(Loaded("exec-all-repeated", bad).exec_all);
+         EXPECT_FALSE(Loaded("exec-all-repeated", good).exec_all);
+     }},
+    {"exec-all-without-effect", &ShowExecAllWithoutEffect},
+    {"descriptor-missing", &ShowDescriptorMissing},
+    {"descriptor-shared", &ShowDescriptorShared},
+    {"product-in-both-catalogues", &ShowBothCatalogues},
+    {"shared-spelling", &ShowSharedSpelling},
+    {"shared-service",
+     [] {
+         FamilyRemoval removal("shared-service", bad, L"ledger.xml", L"reader.xml");
+         EXPECT_EQ(WideStringList{L"HarborSync"}, removal->cachedDisableDrivers);
+     }},
+    {"shared-unprotected", &ShowSharedUnprotected},
+};
+
 } // namespace
 
-// A table. NOLINTNEXTLINE(readability-function-size)
-std::vector<Behaviour> CatalogueBehaviour()
-{
-    return {
-        {"comment-in-product",
-         [] {
-             EXPECT_FALSE(Loads("comment-in-product", bad));
-             EXPECT_TRUE(Loads("comment-in-product", good));
-         }},
-        {"keyvalue-missing",
-         [] {
-             EXPECT_FALSE(Loads("keyvalue-missing", bad));
-             EXPECT_TRUE(Loads("keyvalue-missing", good));
-         }},
-        {"version-without-mark",
-         [] {
-             EXPECT_EQ(L"", FirstVersion("version-without-mark", bad).keyPath);
-             EXPECT_NE(L"", FirstVersion("version-without-mark", good).keyPath);
-         }},
-        {"mark-ignored",
-         [] {
-             const InstalledLedger ledger;
-             EXPECT_EQ(0U, InstalledProducts(Loaded("mark-ignored", bad), 1));
-             EXPECT_EQ(1U, InstalledProducts(Loaded("mark-ignored", good), 1));
-         }},
-        {"update-location-twice",
-         [] {
-             const InstalledLedger ledger;
-             EXPECT_TRUE(
-                 EndsIn(FirstVersion("update-location-twice", bad).keyPath, L"\\UpdateLocation\\UpdateLocation"));
-             EXPECT_FALSE(FirstVersion("update-location-twice", bad).IsInstalled());
-             EXPECT_TRUE(FirstVersion("update-location-twice", good).IsInstalled());
-         }},
-        {"product-code-braces", &ShowProductCodeBraces},
-        {"display-name-length", &ShowDisplayNameLength},
-        {"mark-in-other-view",
-         [] {
-             UninstallEntries entries;
-             entries.Add(L"HarborLedger4", KEY_WOW64_32KEY);
-             CProductVersion version = FirstVersion("mark-in-other-view", bad);
-             EXPECT_FALSE(version.IsInstalled());
-             EXPECT_TRUE(version.IsInstalled2());
-             EXPECT_EQ(0U, InstalledProducts(Loaded("mark-in-other-view", bad), 1));
-         }},
-        {"product-without-version",
-         [] {
-             const InstalledLedger ledger;
-             EXPECT_EQ(0U, InstalledProducts(Loaded("product-without-version", bad), 1));
-             EXPECT_EQ(1U, InstalledProducts(Loaded("product-without-version", good), 1));
-         }},
-        {"duplicate-product",
-         [] {
-             CProducts products = Loaded("duplicate-product", bad);
-             CProduct info;
-             EXPECT_EQ(2U, products.products.size());
-             EXPECT_TRUE(products.GetProductInfo(L"Harbor Ledger", info));
-             EXPECT_TRUE(EndsIn(info.file, L"\\harbor_ledger.xml"));
-         }},
-        {"shared-mark",
-         [] {
-             const InstalledLedger ledger;
-             EXPECT_EQ(2U, InstalledProducts(Loaded("shared-mark", bad), 1));
-             EXPECT_EQ(1U, InstalledProducts(Loaded("shared-mark", good), 1));
-         }},
-        {"exec-all-value",
-         [] {
-             EXPECT_TRUE(Loaded("exec-all-value", bad).exec_all);
-             EXPECT_FALSE(Loaded("exec-all-value", good).exec_all);
-         }},
-        {"exec-all-repeated",
-         [] {
-             EXPECT_TRUE(Loaded("exec-all-repeated", bad).exec_all);
-             EXPECT_FALSE(Loaded("exec-all-repeated", good).exec_all);
-         }},
-        {"exec-all-without-effect", &ShowExecAllWithoutEffect},
-        {"descriptor-missing", &ShowDescriptorMissing},
-        {"descriptor-shared", &ShowDescriptorShared},
-        {"product-in-both-catalogues", &ShowBothCatalogues},
-        {"shared-spelling", &ShowSharedSpelling},
-        {"shared-service",
-         [] {
-             FamilyRemoval removal("shared-service", bad, L"ledger.xml", L"reader.xml");
-             EXPECT_EQ(WideStringList{L"HarborSync"}, removal->cachedDisableDrivers);
-         }},
-        {"shared-unprotected", &ShowSharedUnprotected},
-    };
-}
+std::vector<Behaviour> CatalogueBehaviour() { return {std::begin(catalogueBehaviour), std::end(catalogueBehaviour)}; }
 
 } // namespace prodsweep::test

@@ -13,6 +13,8 @@
 
 #include <shlwapi.h>
 
+#include <iterator>
+
 #include <algorithm>
 
 namespace prodsweep::test {
@@ -108,119 +110,111 @@ bool VictimStays(const std::wstring& file)
     return victim.Runs();
 }
 
+constexpr Behaviour recordedBehaviour[] = {
+    {"unknown-attribute",
+     [] {
+         EXPECT_FALSE(SampleRemoval("unknown-attribute")->cachedTools.at(0).wait);
+         EXPECT_TRUE(SampleRemoval("unknown-attribute", L"good.xml")->cachedTools.at(0).wait);
+     }},
+    {"yes-value",
+     [] {
+         EXPECT_FALSE(SampleRemoval("yes-value")->cachedTools.at(0).wait);
+         EXPECT_TRUE(SampleRemoval("yes-value", L"good.xml")->cachedTools.at(0).wait);
+     }},
+    {"version-listed-twice",
+     [] {
+         EXPECT_EQ(4U, SampleRemoval("version-listed-twice")->cachedDllMethods.size());
+         EXPECT_EQ(2U, SampleRemoval("version-listed-twice", L"good.xml")->cachedDllMethods.size());
+     }},
+    {"op-code-on-entry",
+     [] {
+         SampleRemoval bad("op-code-on-entry");
+         EXPECT_EQ(1U, bad->cachedFiles.size());
+         EXPECT_TRUE(bad->cachedFolders.empty());
+         EXPECT_EQ(1U, SampleRemoval("op-code-on-entry", L"good.xml")->cachedFolders.size());
+     }},
+    {"unused-attribute",
+     [] {
+         SampleRemoval bad("unused-attribute");
+         EXPECT_TRUE(bad->cachedRegKeySearches.empty());
+         EXPECT_EQ(1U, bad->cachedRegItems.size());
+         EXPECT_TRUE(SampleRemoval("unused-attribute", L"good.xml")->cachedRegKeySearches.at(0).complete);
+     }},
+    {"complete-str-value",
+     [] {
+         EXPECT_FALSE(SampleRemoval("complete-str-value")->cachedRegKeySearches.at(0).complete);
+         EXPECT_TRUE(SampleRemoval("complete-str-value", L"good.xml")->cachedRegKeySearches.at(0).complete);
+     }},
+    {"x32view-value", [] { EXPECT_FALSE(SampleRemoval("x32view-value")->cachedRegItems.at(0).x32view); }},
+    {"x32view-no-effect",
+     [] {
+         const View32Key key;
+         EXPECT_TRUE(SampleRemoval("x32view-no-effect")->cachedRegItems.at(0).x32view);
+         EXPECT_FALSE(IsDetected("x32view-no-effect", L"bad.xml"));
+         EXPECT_TRUE(IsDetected("x32view-no-effect", L"good.xml"));
+     }},
+    {"data-str-terminator",
+     [] {
+         const WideStringList removed = SampleRemoval("data-str-terminator")->cachedRegKeySearches.at(0).data;
+         EXPECT_EQ((WideStringList{L"a", L"b"}), removed);
+         const AttributeMap entry{{L"name", L"HKCU\\x"}, {L"data_str", L"a;b"}};
+         EXPECT_EQ(WideStringList{L"a"}, ComposeRegKey(entry, DataStrReading::Terminator).data);
+     }},
+    {"drivers-case",
+     [] {
+         EXPECT_EQ(Folder(L"windows_system") + L"\\ledgerflt.sys", SampleRemoval("drivers-case")->cachedFiles.at(0));
+         EXPECT_EQ(Folder(L"windows_system") + L"\\drivers\\ledgerflt.sys",
+                   SampleRemoval("drivers-case", L"good.xml")->cachedFiles.at(0));
+     }},
+    {"keyword-x86",
+     [] {
+         EXPECT_EQ(Folder(L"program_files") + L"\\Harbor\\ledger.exe", SampleRemoval("keyword-x86")->cachedFiles.at(0));
+     }},
+    {"relative-path",
+     [] {
+         EXPECT_TRUE(PathIsRelativeW(SampleRemoval("relative-path")->cachedFiles.at(0).c_str()));
+         EXPECT_FALSE(PathIsRelativeW(SampleRemoval("relative-path", L"good.xml")->cachedFiles.at(0).c_str()));
+     }},
+    {"marker-without-path",
+     [] {
+         EXPECT_EQ(L"#####C:\\Harbor\\ledger.exe", SampleRemoval("marker-without-path")->cachedFiles.at(0));
+         EXPECT_TRUE(SampleRemoval("marker-without-path", L"good.xml")->cachedFiles.empty());
+     }},
+    // Recorded and not carried out, here.
+    {"dangerous-folder",
+     [] { EXPECT_EQ(Folder(L"windows_folder"), SampleRemoval("dangerous-folder")->cachedFolders.at(0)); }},
+    {"dangerous-key", [] { EXPECT_EQ(L"HKLM\\Software", SampleRemoval("dangerous-key")->cachedRegItems.at(0).key); }},
+    {"dangerous-file",
+     [] {
+         EXPECT_EQ(Folder(L"windows_system") + L"\\kernel32.dll", SampleRemoval("dangerous-file")->cachedFiles.at(0));
+     }},
+    {"dangerous-value", [] { EXPECT_EQ(L"Path", SampleRemoval("dangerous-value")->cachedRegItems.at(0).valueName); }},
+    {"dangerous-process", [] { EXPECT_EQ(L"svchost.exe", SampleRemoval("dangerous-process")->cachedKills.at(0)); }},
+    {"dangerous-service", [] { EXPECT_EQ(L"RpcSs", SampleRemoval("dangerous-service")->cachedDisableDrivers.at(0)); }},
+    {"redirection-no-effect",
+     [] {
+         EXPECT_TRUE(SampleRemoval("redirection-no-effect")->cachedTools.at(0).disableWow64Redir);
+         EXPECT_FALSE(CWow64::Instance().IsWow64Process());
+     }},
+    {"tool-without-path",
+     [] {
+         const std::wstring program = SamplePath("tool-without-path", L"");
+         const std::wstring own = program.substr(0, program.find(L"check_samples"));
+         EXPECT_EQ(L'"' + own + L"unregister.exe\" ",
+                   SampleRemoval("tool-without-path")->cachedTools.at(0).commandLine);
+     }},
+    {"tool-not-waited-for",
+     [] {
+         SampleRemoval bad("tool-not-waited-for");
+         EXPECT_FALSE(bad->cachedTools.at(0).wait);
+         EXPECT_TRUE(bad->cachedTools.at(0).commandLine.starts_with(L'"' + bad->cachedFolders.at(0)));
+         EXPECT_TRUE(SampleRemoval("tool-not-waited-for", L"good.xml")->cachedTools.at(0).wait);
+     }},
+};
+
 } // namespace
 
-// A table. NOLINTNEXTLINE(readability-function-size)
-std::vector<Behaviour> RecordedBehaviour()
-{
-    return {
-        {"unknown-attribute",
-         [] {
-             EXPECT_FALSE(SampleRemoval("unknown-attribute")->cachedTools.at(0).wait);
-             EXPECT_TRUE(SampleRemoval("unknown-attribute", L"good.xml")->cachedTools.at(0).wait);
-         }},
-        {"yes-value",
-         [] {
-             EXPECT_FALSE(SampleRemoval("yes-value")->cachedTools.at(0).wait);
-             EXPECT_TRUE(SampleRemoval("yes-value", L"good.xml")->cachedTools.at(0).wait);
-         }},
-        {"version-listed-twice",
-         [] {
-             EXPECT_EQ(4U, SampleRemoval("version-listed-twice")->cachedDllMethods.size());
-             EXPECT_EQ(2U, SampleRemoval("version-listed-twice", L"good.xml")->cachedDllMethods.size());
-         }},
-        {"op-code-on-entry",
-         [] {
-             SampleRemoval bad("op-code-on-entry");
-             EXPECT_EQ(1U, bad->cachedFiles.size());
-             EXPECT_TRUE(bad->cachedFolders.empty());
-             EXPECT_EQ(1U, SampleRemoval("op-code-on-entry", L"good.xml")->cachedFolders.size());
-         }},
-        {"unused-attribute",
-         [] {
-             SampleRemoval bad("unused-attribute");
-             EXPECT_TRUE(bad->cachedRegKeySearches.empty());
-             EXPECT_EQ(1U, bad->cachedRegItems.size());
-             EXPECT_TRUE(SampleRemoval("unused-attribute", L"good.xml")->cachedRegKeySearches.at(0).complete);
-         }},
-        {"complete-str-value",
-         [] {
-             EXPECT_FALSE(SampleRemoval("complete-str-value")->cachedRegKeySearches.at(0).complete);
-             EXPECT_TRUE(SampleRemoval("complete-str-value", L"good.xml")->cachedRegKeySearches.at(0).complete);
-         }},
-        {"x32view-value", [] { EXPECT_FALSE(SampleRemoval("x32view-value")->cachedRegItems.at(0).x32view); }},
-        {"x32view-no-effect",
-         [] {
-             const View32Key key;
-             EXPECT_TRUE(SampleRemoval("x32view-no-effect")->cachedRegItems.at(0).x32view);
-             EXPECT_FALSE(IsDetected("x32view-no-effect", L"bad.xml"));
-             EXPECT_TRUE(IsDetected("x32view-no-effect", L"good.xml"));
-         }},
-        {"data-str-terminator",
-         [] {
-             const WideStringList removed = SampleRemoval("data-str-terminator")->cachedRegKeySearches.at(0).data;
-             EXPECT_EQ((WideStringList{L"a", L"b"}), removed);
-             const AttributeMap entry{{L"name", L"HKCU\\x"}, {L"data_str", L"a;b"}};
-             EXPECT_EQ(WideStringList{L"a"}, ComposeRegKey(entry, DataStrReading::Terminator).data);
-         }},
-        {"drivers-case",
-         [] {
-             EXPECT_EQ(Folder(L"windows_system") + L"\\ledgerflt.sys",
-                       SampleRemoval("drivers-case")->cachedFiles.at(0));
-             EXPECT_EQ(Folder(L"windows_system") + L"\\drivers\\ledgerflt.sys",
-                       SampleRemoval("drivers-case", L"good.xml")->cachedFiles.at(0));
-         }},
-        {"keyword-x86",
-         [] {
-             EXPECT_EQ(Folder(L"program_files") + L"\\Harbor\\ledger.exe",
-                       SampleRemoval("keyword-x86")->cachedFiles.at(0));
-         }},
-        {"relative-path",
-         [] {
-             EXPECT_TRUE(PathIsRelativeW(SampleRemoval("relative-path")->cachedFiles.at(0).c_str()));
-             EXPECT_FALSE(PathIsRelativeW(SampleRemoval("relative-path", L"good.xml")->cachedFiles.at(0).c_str()));
-         }},
-        {"marker-without-path",
-         [] {
-             EXPECT_EQ(L"#####C:\\Harbor\\ledger.exe", SampleRemoval("marker-without-path")->cachedFiles.at(0));
-             EXPECT_TRUE(SampleRemoval("marker-without-path", L"good.xml")->cachedFiles.empty());
-         }},
-        // Recorded and not carried out, here.
-        {"dangerous-folder",
-         [] { EXPECT_EQ(Folder(L"windows_folder"), SampleRemoval("dangerous-folder")->cachedFolders.at(0)); }},
-        {"dangerous-key",
-         [] { EXPECT_EQ(L"HKLM\\Software", SampleRemoval("dangerous-key")->cachedRegItems.at(0).key); }},
-        {"dangerous-file",
-         [] {
-             EXPECT_EQ(Folder(L"windows_system") + L"\\kernel32.dll",
-                       SampleRemoval("dangerous-file")->cachedFiles.at(0));
-         }},
-        {"dangerous-value",
-         [] { EXPECT_EQ(L"Path", SampleRemoval("dangerous-value")->cachedRegItems.at(0).valueName); }},
-        {"dangerous-process", [] { EXPECT_EQ(L"svchost.exe", SampleRemoval("dangerous-process")->cachedKills.at(0)); }},
-        {"dangerous-service",
-         [] { EXPECT_EQ(L"RpcSs", SampleRemoval("dangerous-service")->cachedDisableDrivers.at(0)); }},
-        {"redirection-no-effect",
-         [] {
-             EXPECT_TRUE(SampleRemoval("redirection-no-effect")->cachedTools.at(0).disableWow64Redir);
-             EXPECT_FALSE(CWow64::Instance().IsWow64Process());
-         }},
-        {"tool-without-path",
-         [] {
-             const std::wstring program = SamplePath("tool-without-path", L"");
-             const std::wstring own = program.substr(0, program.find(L"check_samples"));
-             EXPECT_EQ(L'"' + own + L"unregister.exe\" ",
-                       SampleRemoval("tool-without-path")->cachedTools.at(0).commandLine);
-         }},
-        {"tool-not-waited-for",
-         [] {
-             SampleRemoval bad("tool-not-waited-for");
-             EXPECT_FALSE(bad->cachedTools.at(0).wait);
-             EXPECT_TRUE(bad->cachedTools.at(0).commandLine.starts_with(L'"' + bad->cachedFolders.at(0)));
-             EXPECT_TRUE(SampleRemoval("tool-not-waited-for", L"good.xml")->cachedTools.at(0).wait);
-         }},
-    };
-}
+std::vector<Behaviour> RecordedBehaviour() { return {std::begin(recordedBehaviour), std::end(recordedBehaviour)}; }
 
 std::vector<Behaviour> RemovedBehaviour()
 {
