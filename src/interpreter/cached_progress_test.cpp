@@ -5,6 +5,7 @@
 #include "registry/split_key_path.h"
 #include "support/import_patch.h"
 #include "support/registry_sandbox.h"
+#include "support/removal_pass.h"
 #include "support/temp_tree.h"
 
 #include <gmock/gmock.h>
@@ -33,23 +34,10 @@ bool Sample()
 }
 
 // Everything is in use, so that each operation begins with that question and ends with the answer.
-class SampledRemoval final : public CProductUninstall
+class SampledRemoval final : public test::RemovalPass
 {
 public:
-    explicit SampledRemoval(const CheckList& products)
-        : CProductUninstall(L"Product", L"C:\\none.xml", products, nullptr)
-    {}
-
-    using CProductUninstall::cachedDisableDrivers;
-    using CProductUninstall::cachedDllMethods;
-    using CProductUninstall::cachedDriverStops;
-    using CProductUninstall::cachedFiles;
-    using CProductUninstall::cachedFolders;
-    using CProductUninstall::cachedKills;
-    using CProductUninstall::cachedRegItems;
-    using CProductUninstall::cachedRegKeySearches;
-    using CProductUninstall::cachedShortcuts;
-    using CProductUninstall::cachedTools;
+    explicit SampledRemoval(const CheckList& products) : RemovalPass(L"Product", L"C:\\none.xml", products, nullptr) {}
 
     bool IsUsedFile(const wchar_t*) override { return Sample(); }
     bool IsUsedFolder(const wchar_t*) override { return Sample(); }

@@ -13,7 +13,7 @@
 namespace prodsweep::test {
 
 // The removal with its lists in the open.
-class RemovalPass final : public CProductUninstall
+class RemovalPass : public CProductUninstall
 {
 public:
     using CProductUninstall::CProductUninstall;
