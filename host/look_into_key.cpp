@@ -1,0 +1,166 @@
+#include <cstdint>
+
+#include "common/path_join.h"
+#include "key_verdicts.h"
+#include "registry/key_circle.h"
+#include "registry/reg_key_helper.h"
+#include "text.h"
+
+namespace prodsweep {
+
+namespace {
+
+// Every write to a key or its values sets this.
+std::uint64_t LastWrite(HKEY key)
+{
+    FILETIME time{};
+    RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                     &time);
+    return (std::uint64_t{time.dwHighDateTime} << 32) | time.dwLowDateTime;
+}
+
+// Goes through a key as the deletion will, and counts instead.
+class CKeyLook
+{
+public:
+    CKeyLook(PlannedItem& lookedAt, bool x32view, const LookContext& lookContext)
+        : item(lookedAt), view(x32view), context(lookContext)
+    {}
+
+    // True: it stays, for itself or for what is below it.
+    bool Run(const KeyPlace& place);
+    std::string Mark() { return digest.Text(); }
+    // Why a key stays that is not in use; else null.
+    const char* Obstacle() const { return obstacle; }
+
+private:
+    bool RunValues(const KeyPlace& place, HKEY key);
+    bool RunSubkeys(const KeyPlace& place, HKEY key);
+    void Keep(PlannedPart::Kind kind, const std::wstring& name, const std::string& user);
+    void Fail(const KeyPlace& place, const char* why);
+
+    PlannedItem& item;
+    bool view;
+    const LookContext& context;
+    CDigest digest;
+    std::uint64_t things = 0;
+    const char* obstacle = nullptr;
+};
+
+void CKeyLook::Keep(PlannedPart::Kind kind, const std::wstring& name, const std::string& user)
+{
+    ++item.contents.inUse;
+    AddPart(item, {kind, ToUtf8(name), ItemState::InUse, user, {}});
+    digest.Add(std::wstring_view(L"in use"));
+}
+
+void CKeyLook::Fail(const KeyPlace& place, const char* why)
+{
+    AddPart(item, {PlannedPart::Kind::Key, ToUtf8(place.full), ItemState::Fails, {}, {}});
+    digest.Add(std::wstring_view(L"stays"));
+    obstacle = why;
+}
+
+bool CKeyLook::RunValues(const KeyPlace& place, HKEY key)
+{
+    WideStringList names;
+    static_cast<void>(CRegKeyHelper::GetValues(key, names)); // what was read until a failure is dealt with as well
+    bool stays = false;
+    for (const std::wstring& name : names)
+    {
+        ++things;
+        digest.Add(name);
+        if (const std::string user = context.users.OfValue(place.full, name, view); !user.empty())
+        {
+            std::wstring full = place.full;
+            Keep(PlannedPart::Kind::Value, PathJoin(full, name), user);
+            stays = true;
+        }
+        else
+        {
+            ++item.contents.values;
+        }
+    }
+    return stays;
+}
+
+bool CKeyLook::RunSubkeys(const KeyPlace& place, HKEY key)
+{
+    WideStringList names;
+    static_cast<void>(CRegKeyHelper::GetSubKeys(key, names));
+    bool stays = false;
+    for (const std::wstring& name : names)
+    {
+        if (things > mostThings)
+        {
+            item.contents.complete = false;
+            break;
+        }
+        KeyPlace child = place;
+        PathJoin(child.subkey, name);
+        PathJoin(child.full, name);
+        stays = Run(child) || stays;
+    }
+    return stays;
+}
+
+bool CKeyLook::Run(const KeyPlace& place)
+{
+    ++things;
+    digest.Add(place.full);
+    if (const std::string user = context.users.OfKey(place.full, view); !user.empty())
+    {
+        Keep(PlannedPart::Kind::Key, place.full, user);
+        return true;
+    }
+    UniqueRegKey key;
+    const LSTATUS status = OpenPlace(place, KEY_ALL_ACCESS, key);
+    if (status == ERROR_ACCESS_DENIED)
+    {
+        Fail(place, "access to a key in it is denied");
+        return true;
+    }
+    if (status != ERROR_SUCCESS)
+    {
+        item.contents.complete = false;
+        return false;
+    }
+    if (LeadsBack(key.get(), place.hive, place.subkey, view))
+    {
+        Fail(place, "a link in it leads back to a key around it");
+        return true;
+    }
+    digest.Add(LastWrite(key.get()));
+    // Deliberate in the deletion: values go first, also those of a key that then stays for the sake of one below it.
+    const bool valueStays = RunValues(place, key.get());
+    const bool subkeyStays = RunSubkeys(place, key.get());
+    if (valueStays || subkeyStays)
+        return true;
+    ++item.contents.keys;
+    return false;
+}
+
+} // namespace
+
+void LookInto(PlannedItem& item, const KeyPlace& place, bool x32view, const LookContext& context)
+{
+    if (const std::string user = context.unasked.OfKey(place.full, x32view); !user.empty())
+        context.WarnOnce(item.name, "The installed product \"" + user + "\" uses this key as well, and is not asked.");
+    CKeyLook look(item, x32view, context);
+    const bool stays = look.Run(place);
+    if (look.Obstacle() != nullptr)
+    {
+        item.state = ItemState::Fails;
+        item.reason = look.Obstacle();
+        item.reason += ": that one stays, and so do the keys around it, without their values; the rest goes";
+    }
+    else if (stays)
+        item.state = item.contents.keys + item.contents.values == 0 ? ItemState::InUse : ItemState::PartlyInUse;
+    item.mark += look.Mark();
+    if (item.state == ItemState::InUse && !item.parts.empty())
+        item.user = item.parts.front().user;
+    if (item.state == ItemState::Present)
+        context.swept.AddKey(place.full);
+}
+
+} // namespace prodsweep
