@@ -1,4 +1,4 @@
-"""The example of the README compiles without a warning, and its commands run."""
+"""The example of the README compiles without a warning, in C and in C++, and its commands run."""
 import os
 import re
 import shlex
@@ -11,7 +11,13 @@ from windows import BUILD, Installation, REPORTS, ROOT, UserKey, product
 
 import pyreport
 
-CXX = os.environ.get("PRODSWEEP_CXX", "x86_64-w64-mingw32-g++-posix")
+CC = "x86_64-w64-mingw32-gcc-posix"
+WARNINGS = ["-Wall", "-Wextra", "-Wpedantic", "-Werror"]
+# The compiler that the README names stands for both; the source's name tells which language is meant.
+COMPILERS = {
+    "list.c": [os.environ.get("PRODSWEEP_CC", CC), "-std=c99", *WARNINGS],
+    "list.cpp": [os.environ.get("PRODSWEEP_CXX", "x86_64-w64-mingw32-g++-posix"), "-std=c++20", *WARNINGS],
+}
 
 
 class Examples(unittest.TestCase):
@@ -29,18 +35,27 @@ class Examples(unittest.TestCase):
         cls.addClassCleanup(cls.samples.close)
         shutil.copytree(ROOT / "samples" / "catalogue", cls.samples.folder, dirs_exist_ok=True)
 
-    def test_example_lists_what_is_installed(self):
-        examples = re.findall(r"^```cpp\n(.*?)^```", self.readme, re.MULTILINE | re.DOTALL)
-        self.assertEqual(len(examples), 1)
-        source = self.host.write("example.cpp", examples[0])
-        program = self.host.folder / "example.exe"
-        made = subprocess.run(
-            [CXX, "-std=c++20", "-Wall", "-Wextra", "-Wpedantic", "-Werror", f"-I{ROOT / 'include'}", source, "-o", program,
-             "-static", BUILD / "lib" / "libprodsweep.dll.a", "-loleaut32"], capture_output=True, text=True, check=False)
+    def build(self, source):
+        """By the README's own command line."""
+        command, = re.findall(r"^```sh\n(.*)\n```$", self.readme, re.MULTILINE)
+        compiler, *arguments = shlex.split(command)
+        meant = {"list.c": source, "include": ROOT / "include",
+                 "build/mingw-release/lib/libprodsweep.dll.a": BUILD / "lib" / "libprodsweep.dll.a"}
+        self.assertEqual((compiler, set(meant) - set(arguments)), (CC, set()))
+        made = subprocess.run([*COMPILERS[source], *(meant.get(argument, argument) for argument in arguments)],
+                              cwd=self.host.folder, capture_output=True, text=True, check=False)
         self.assertEqual((made.returncode, made.stderr), (0, ""))
-        ended = windows.run(windows.windows_path(program), cwd=self.host.folder)
-        self.assertEqual(ended.code, 0)
-        self.assertEqual(ended.out_text().splitlines(), ["Here, kind 1", "Else, kind 2"])
+
+    def test_example_lists_what_is_installed_in_c_and_in_cpp(self):
+        example, = re.findall(r"^```c\n(.*?)^```", self.readme, re.MULTILINE | re.DOTALL)
+        for source in COMPILERS:
+            with self.subTest(source):
+                self.host.write(source, example)
+                self.build(source)
+                ended = windows.run(self.host.path("list.exe"), cwd=self.host.folder)
+                (self.host.folder / "list.exe").unlink()
+                self.assertEqual(ended.code, 0)
+                self.assertEqual(ended.out_text().splitlines(), ["Here, kind 1", "Else, kind 2"])
 
     def test_commands_of_the_readme_run(self):
         commands = re.findall(r"^    prodsweep (\S.*?)(?:   .*)?$", self.readme, re.MULTILINE)
