@@ -10,7 +10,7 @@ DYNAMIC_BASE = 0x0040
 NX_COMPAT = 0x0100
 SECTION_EXECUTE = 0x20000000
 SECTION_WRITE = 0x80000000
-EXPORTS, IMPORTS, RESOURCES, RELOCATIONS, DELAYED_IMPORTS = 0, 1, 2, 5, 13
+EXPORTS, IMPORTS, RESOURCES, RELOCATIONS, DEBUG, DELAYED_IMPORTS = 0, 1, 2, 5, 6, 13
 RT_VERSION = 16
 
 
@@ -75,6 +75,17 @@ class Image:
                 entry += 8
             at += 20
         return found
+
+    def timestamps_of_tables(self):
+        """The times in the headers of the exports, of each import and of the resources, where there are such."""
+        for table, step in ((EXPORTS, 0), (IMPORTS, 20), (RESOURCES, 0)):
+            (address, size) = self.directories[table]
+            at = self.offset(address) if size else None
+            while at is not None:
+                yield struct.unpack_from("<I", self.data, at + 4)[0]
+                at += step
+                if not step or not any(self.data[at:at + step]):
+                    at = None
 
     def version_resource(self):
         """The bytes of the first version resource, or None."""
