@@ -128,8 +128,7 @@ class Commands(unittest.TestCase):
         if step.command == "echo %errorlevel%":
             self.assertEqual(step.output, str(before))
         elif step.output is None:
-            self.assertNotEqual(code, 87, err)
-            self.assertNotIn("unknown", err)
+            self.assertEqual((code, err), (0, ""))
         elif not shown.matches(self.host.as_shown(out + err), step.output):
             self.assertEqual(self.host.as_shown(out + err), step.output)
 
@@ -148,6 +147,20 @@ class Commands(unittest.TestCase):
                 with self.subTest(step.place, command=step.command):
                     self.check(step, before, step_ended)
                 before, _, _ = step_ended
+
+
+class OtherTools(unittest.TestCase):
+    """What the pages show as typed and is for neither the program nor a compiler that a page's program needs."""
+
+    def test_each_line_is_run_in_the_folder_of_the_sources_and_succeeds(self):
+        lines = [line for page in DOCS.rglob("*.md") for line in shown.typed(page)
+                 if not line.startswith("prodsweep ") and line not in [program[2] for program in shown.programs(page)]]
+        # Visual C++ was not to be had; docs/README.md says so.
+        lines = [line for line in lines if not line.startswith("cl ")]
+        self.assertEqual([line.split()[0] for line in lines], ["xmllint"])
+        for line in lines:
+            ended = subprocess.run(["sh", "-c", line], cwd=ROOT, capture_output=True, text=True, check=False)
+            self.assertEqual(ended.returncode, 0, ended.stderr)
 
 
 def options_of_help(text):

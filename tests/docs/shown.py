@@ -29,14 +29,19 @@ def transcripts(page):
     return steps
 
 
-def lone_commands(page):
-    """Command lines without output: indented, or in a block of the shell. What follows three blanks explains them."""
+def typed(page):
+    """Lines to be typed: indented, or in a block of a shell. What follows three blanks explains them."""
     text = pages.read(page)
-    lines = re.findall(r"^    (prodsweep \S.*)$", pages.prose(text), re.MULTILINE)
+    lines = re.findall(r"^    (\S.*)$", pages.prose(text), re.MULTILINE)
     for fence in pages.fences(text):
-        if fence.language == "sh":
-            lines += re.findall(r"^(prodsweep \S.*)$", fence.text, re.MULTILINE)
-    return [Step(re.split(r"   +", line)[0], None, page.name) for line in lines]
+        if fence.language in ("sh", "bat"):
+            lines += fence.text.splitlines()
+    return [re.split(r"   +", line)[0] for line in lines]
+
+
+def lone_commands(page):
+    """Command lines of the program without output."""
+    return [Step(line, None, page.name) for line in typed(page) if line.startswith("prodsweep ")]
 
 
 def programs(page):
