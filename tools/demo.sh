@@ -161,7 +161,7 @@ if [ -d "$base/prefix" ]; then
   "$root/cmake/wine" --stop >/dev/null 2>&1 || true
   rm -rf "$base"
 fi
-"$root/cmake/wine" cmd /c exit 0 >/dev/null 2>&1
+"$root/cmake/wine" cmd /c exit 0 >"$out/demo.log" 2>&1 || fail "Wine does not start (see ${out#"$root/"}/demo.log)"
 trap '"$root/cmake/wine" --stop >/dev/null 2>&1 || true' EXIT
 mkdir -p "$drive/prodsweep" "$drive/setup"
 cp "$out"/bin/prodsweep.exe "$out"/bin/prodsweep.dll "$drive/prodsweep"
