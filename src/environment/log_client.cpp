@@ -1,5 +1,7 @@
 #include "environment/log.h"
 
+#include "common/spin_guard.h"
+
 #include <windows.h>
 
 #include <cstdarg>
@@ -13,22 +15,9 @@ using Entry = void (*)();
 using WriteEntry = int (*)(unsigned short reserved, const int* level, const char* function, const wchar_t* functionWide,
                            const wchar_t* format, va_list arguments);
 
+// Guards the counts and the pointer, also while "log.dll" is being loaded and unloaded.
 constinit std::atomic<int> lockWord{0};
 constinit LogBinding* currentBinding = nullptr;
-
-// Guards the counts and the pointer, also while "log.dll" is being loaded and unloaded.
-class SpinGuard
-{
-public:
-    SpinGuard() noexcept
-    {
-        while (lockWord.exchange(1) != 0)
-            Sleep(1);
-    }
-    ~SpinGuard() { lockWord.exchange(0); }
-    SpinGuard(const SpinGuard&) = delete;
-    SpinGuard& operator=(const SpinGuard&) = delete;
-};
 
 // Stands in for the writer when there is none, so that it is callable in every case.
 int StandByWrite(unsigned short, const int*, const char*, const wchar_t*, const wchar_t*, va_list)
@@ -122,7 +111,7 @@ void LogBinding::CallIfPresent(const char* name) const noexcept
 
 LogBinding* LogAcquire() noexcept
 {
-    const SpinGuard guard;
+    const SpinGuard guard(lockWord);
     if (!LogIsBound())
     {
         delete currentBinding;
@@ -134,7 +123,7 @@ LogBinding* LogAcquire() noexcept
 
 void LogRelease() noexcept
 {
-    const SpinGuard guard;
+    const SpinGuard guard(lockWord);
     if (log_state::references.load() > 0)
         log_state::references.fetch_sub(1);
     else if (log_state::secondReferences.load() > 0)

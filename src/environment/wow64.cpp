@@ -1,5 +1,6 @@
 #include "environment/wow64.h"
 
+#include "common/spin_guard.h"
 #include "environment/log.h"
 
 #include <atomic>
@@ -8,22 +9,9 @@
 namespace prodsweep {
 namespace {
 
+// Guards the making and deleting of the object, not the calls on it.
 constinit std::atomic<int> accessorLock{0};
 constinit CWow64* instance = nullptr;
-
-// Guards the making and deleting of the object, not the calls on it.
-class AccessorGuard
-{
-public:
-    AccessorGuard() noexcept
-    {
-        while (accessorLock.exchange(1) != 0)
-            Sleep(1);
-    }
-    ~AccessorGuard() { accessorLock.exchange(0); }
-    AccessorGuard(const AccessorGuard&) = delete;
-    AccessorGuard& operator=(const AccessorGuard&) = delete;
-};
 
 template <class Function>
 Function Bind(HMODULE module, const char* name)
@@ -35,7 +23,7 @@ Function Bind(HMODULE module, const char* name)
 
 CWow64& CWow64::Instance()
 {
-    const AccessorGuard guard;
+    const SpinGuard guard(accessorLock);
     if (instance == nullptr)
     {
         instance = new CWow64;
@@ -48,7 +36,7 @@ CWow64& CWow64::Instance()
 
 void CWow64::Cleanup() noexcept
 {
-    const AccessorGuard guard;
+    const SpinGuard guard(accessorLock);
     delete instance;
     instance = nullptr;
 }

@@ -117,23 +117,31 @@ ProcessResult RunThisProgram(const std::wstring& arguments, DWORD timeoutMillise
     return RunProcess(L"\"" + ThisProgram() + L"\" " + arguments, {}, timeoutMilliseconds);
 }
 
-bool PassesInFreshProcess(DWORD timeoutMilliseconds)
+std::optional<ProcessResult> ResultOfFreshProcess(DWORD timeoutMilliseconds)
 {
     const std::string test = CurrentTest();
     wchar_t startedFor[512] = {};
     GetEnvironmentVariableW(childVariable, startedFor, 512);
     if (startedFor == Widen(test))
-        return false;
+        return std::nullopt;
     SetEnvironmentVariableW(childVariable, Widen(test).c_str());
     const ProcessResult child = RunThisProgram(L"--gtest_filter=" + Widen(test), timeoutMilliseconds);
     SetEnvironmentVariableW(childVariable, startedFor[0] != L'\0' ? startedFor : nullptr);
+    return child;
+}
+
+bool PassesInFreshProcess(DWORD timeoutMilliseconds)
+{
+    const std::optional<ProcessResult> child = ResultOfFreshProcess(timeoutMilliseconds);
+    if (!child)
+        return false;
     // The count guards against a filter that matches nothing, which GoogleTest takes for success.
-    const bool ranOne = child.output.find("[  PASSED  ] 1 test.") != std::string::npos;
-    if (!child.started || child.timedOut || child.exitCode != 0 || !ranOne)
+    const bool ranOne = child->output.find("[  PASSED  ] 1 test.") != std::string::npos;
+    if (!child->started || child->timedOut || child->exitCode != 0 || !ranOne)
     {
-        ADD_FAILURE() << test << " failed in a process of its own" << (child.timedOut ? " (time is up)" : "")
-                      << ", exit code 0x" << std::hex << child.exitCode << "\n"
-                      << child.output;
+        ADD_FAILURE() << CurrentTest() << " failed in a process of its own" << (child->timedOut ? " (time is up)" : "")
+                      << ", exit code 0x" << std::hex << child->exitCode << "\n"
+                      << child->output;
     }
     return true;
 }

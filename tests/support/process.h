@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <optional>
 #include <string>
 
 namespace prodsweep::test {
@@ -34,6 +35,10 @@ struct ProcessResult
 // In the child it is false. In the parent it is true after the child has run this one test; the
 // child's failures become the parent's.
 [[nodiscard]] bool PassesInFreshProcess(DWORD timeoutMilliseconds = 60000);
+
+// The same for a child that is meant to end in a way that GoogleTest cannot tell of: what came of it is the parent's to
+// judge. Nothing in the child.
+[[nodiscard]] std::optional<ProcessResult> ResultOfFreshProcess(DWORD timeoutMilliseconds = 60000);
 
 // Path of the running program, and the folder that it lies in with its trailing "\".
 [[nodiscard]] std::wstring ThisProgram();
