@@ -164,6 +164,8 @@ TEST(LogStatementTest, SixteenThreadsAtOnceLoseNothingAndNeverUnbind)
         while (!done)
             lowest = std::min(lowest.load(), log_state::references.load());
     });
+    while (lowest == 1000)
+        SwitchToThread(); // until the watcher is at work
     std::vector<std::thread> threads;
     threads.reserve(threadCount);
     for (int i = 0; i < threadCount; ++i)

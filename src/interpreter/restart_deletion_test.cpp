@@ -32,7 +32,7 @@ BOOL WINAPI NoteMove(const wchar_t* from, const wchar_t* to, DWORD flags)
 {
     EXPECT_EQ(nullptr, to);
     EXPECT_EQ(static_cast<DWORD>(MOVEFILE_DELAY_UNTIL_REBOOT), flags);
-    Moves().push_back(from);
+    Moves().emplace_back(from);
     if (!Moves().back().ends_with(L"refused"))
         return TRUE;
     SetLastError(ERROR_ACCESS_DENIED);
