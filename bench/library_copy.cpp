@@ -2,7 +2,7 @@
 
 #include <prodsweep/prodsweep.h>
 
-#include <cstdio>
+#include <stdexcept>
 
 namespace prodsweep::bench {
 namespace {
@@ -31,14 +31,12 @@ LibraryCopy::Listing LibraryCopy::Function(const char* name) const
 void List(LibraryCopy::Listing listing, int flags, int expected)
 {
     SAFEARRAY* products = nullptr;
-    if (!listing(&products, flags))
-    {
-        std::fputs("the listing failed\n", stderr);
-        return;
-    }
-    if (products->rgsabound[0].cElements != static_cast<ULONG>(expected))
-        std::fputs("the listing gave another number of products\n", stderr);
+    if (listing == nullptr || !listing(&products, flags))
+        throw std::runtime_error("the listing failed");
+    const ULONG count = products->rgsabound[0].cElements;
     ProdsweepFreeProducts(products);
+    if (count != static_cast<ULONG>(expected))
+        throw std::runtime_error("the listing gave " + std::to_string(count) + " products");
 }
 
 } // namespace prodsweep::bench

@@ -25,7 +25,8 @@ private:
     HMODULE module;
 };
 
-// Calls a listing and frees what it gave; a number of products other than expected is told.
+// Calls a listing and frees what it gave. Throws if it fails or gives another number of products: what does not work
+// is quick.
 void List(LibraryCopy::Listing listing, int flags, int expected);
 
 } // namespace prodsweep::bench

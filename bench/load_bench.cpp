@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-#include <cstdio>
+#include <stdexcept>
 
 namespace prodsweep::bench {
 namespace {
@@ -11,9 +11,8 @@ void LoadAndFree(const wchar_t* path)
 {
     const HMODULE module = LoadLibraryExW(path, nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
     if (module == nullptr)
-        std::fprintf(stderr, "cannot load %ls\n", path);
-    else
-        FreeLibrary(module);
+        throw std::runtime_error("a DLL cannot be loaded");
+    FreeLibrary(module);
 }
 
 } // namespace

@@ -1,11 +1,13 @@
 // prodsweep_bench [GROUP...]: runs the groups named, or all, prints a table and writes bench.json
-// beside the program. Needs ../bin/prodsweep.dll. Ends with 1 when a figure is over its limit.
+// beside the program. Needs ../bin/prodsweep.dll. Ends with 1 when a figure is over its limit, with 2 and no table when
+// what is measured does not do its work.
 #include "bench/benches.h"
 
 #include <windows.h>
 
 #include <cstdio>
 #include <cstring>
+#include <exception>
 
 namespace {
 
@@ -43,12 +45,20 @@ bool Wanted(const char* name, int argc, char** argv)
 int main(int argc, char** argv)
 {
     Report report;
-    for (const Group& group : groups)
+    try
     {
-        if (!Wanted(group.name, argc, argv))
-            continue;
-        std::fprintf(stderr, "measuring: %s\n", group.name);
-        group.run(report);
+        for (const Group& group : groups)
+        {
+            if (!Wanted(group.name, argc, argv))
+                continue;
+            std::fprintf(stderr, "measuring: %s\n", group.name);
+            group.run(report);
+        }
+    }
+    catch (const std::exception& failure)
+    {
+        std::fprintf(stderr, "no figures: %s\n", failure.what());
+        return 2;
     }
     report.Print();
     report.Write("bench.json");

@@ -8,8 +8,8 @@
 
 #include <windows.h>
 
-#include <cstdio>
 #include <fstream>
+#include <stdexcept>
 #include <string>
 
 namespace prodsweep::bench {
@@ -83,7 +83,7 @@ void Remove(const CheckList& staying)
 {
     CProductUninstall removal(L"Product", L"product.xml", staying, nullptr);
     if (!removal.Uninstall())
-        std::fputs("the removal failed\n", stderr);
+        throw std::runtime_error("the removal failed");
 }
 
 void BareRemove()

@@ -7,8 +7,8 @@
 
 #include <shlwapi.h>
 
-#include <cstdio>
 #include <deque>
+#include <stdexcept>
 #include <string_view>
 #include <vector>
 
@@ -75,7 +75,7 @@ void MakeTree(const std::wstring& root, int files, const TreeShape& shape)
     }
     CreateDirectoryW(root.c_str(), nullptr);
     if (!test::MakeManyFiles(root, names))
-        std::fprintf(stderr, "the tree of %d files can't be made\n", files);
+        throw std::runtime_error("a tree of " + std::to_string(files) + " files cannot be made");
 }
 
 void BareRemoveFolder(const std::wstring& path)
