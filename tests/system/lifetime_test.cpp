@@ -9,10 +9,12 @@
 #include "system/library.h"
 #include "system/memory_use.h"
 #include "system/product_array.h"
+#include "system/removable_products.h"
 
 #include <gmock/gmock.h>
 
 #include <atomic>
+#include <functional>
 #include <thread>
 
 namespace prodsweep::test {
@@ -55,22 +57,23 @@ struct GrowthTest : LifetimeTest
     GrowthTest() { library.WriteOwn(ProductText(L"a", version)); }
 
     // The exports in turn, on the smallest catalogue that makes every sort of array.
-    void List(int calls)
+    void ListOwn(int call) const
     {
-        for (int i = 0; i < calls; ++i)
-        {
-            ProductArray products;
-            const Listing& listing = listings[static_cast<std::size_t>(i) % std::size(listings)];
-            ASSERT_TRUE((library.*listing.call)(products.Receive(), PRODSWEEP_LIST_OWN));
-            ASSERT_EQ(1u, products.Count());
-        }
+        ProductArray products;
+        const Listing& listing = listings[static_cast<std::size_t>(call) % std::size(listings)];
+        ASSERT_TRUE((library.*listing.call)(products.Receive(), PRODSWEEP_LIST_OWN));
+        ASSERT_EQ(1u, products.Count());
     }
-    void ExpectNoGrowth(int warmUp, int calls)
+    static void ExpectNoGrowth(int warmUp, int calls, const std::function<void(int)>& list)
     {
-        List(warmUp);
+        const auto repeat = [&](int count) {
+            for (int call = 0; call < count && !testing::Test::HasFatalFailure(); ++call)
+                list(call);
+        };
+        repeat(warmUp);
         const HandleCount handles;
         const MemoryUse memory;
-        List(calls);
+        repeat(calls);
         RecordProperty("heap growth", std::to_string(memory.HeapGrowth()));
         RecordProperty("private growth", std::to_string(memory.PrivateGrowth()));
         EXPECT_TRUE(handles.Unchanged());
@@ -83,10 +86,36 @@ struct GrowthTest : LifetimeTest
 TEST_F(GrowthTest, TenThousandCallsGrowNeitherHandlesNorMemory)
 {
     const ComKeeper keeper;
-    ExpectNoGrowth(300, 10000);
+    ExpectNoGrowth(300, 10000, [this](int call) { ListOwn(call); });
 }
 
-TEST_F(GrowthTest, CallsThatBringComUpAndDownGrowNothingEither) { ExpectNoGrowth(60, 300); }
+TEST_F(GrowthTest, CallsThatBringComUpAndDownGrowNothingEither)
+{
+    ExpectNoGrowth(60, 300, [this](int call) { ListOwn(call); });
+}
+
+TEST_F(GrowthTest, CallsThatReadDescriptorsGrowNothingEither)
+{
+    RemovableProducts described(library);
+    described.Write(PRODSWEEP_KIND_OTHER, L"A+B-");
+    const ComKeeper keeper;
+    ExpectNoGrowth(50, 300, [this](int) {
+        ProductArray products;
+        ASSERT_TRUE(library.GetInstalledProductsEx(products.Receive(), PRODSWEEP_LIST_OTHER));
+        ASSERT_THAT(products.Names(), testing::ElementsAre(L"A"));
+    });
+}
+
+TEST_F(GrowthTest, CallsThatFailGrowNothingEither)
+{
+    library.WriteOwn(L"<product");
+    const ComKeeper keeper;
+    ExpectNoGrowth(100, 1000, [this](int call) {
+        ProductArray products;
+        const Listing& listing = listings[static_cast<std::size_t>(call) % std::size(listings)];
+        ASSERT_FALSE((library.*listing.call)(products.Receive(), PRODSWEEP_LIST_OWN));
+    });
+}
 
 TEST_F(LifetimeTest, SixteenThreadsMayListAtOnceFromTheFirstCallOn)
 {

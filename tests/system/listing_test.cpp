@@ -1,6 +1,7 @@
 // What the listing exports give out when all goes well, and which catalogue they read.
 #include "environment/log.h"
 #include "support/log_recorder.h"
+#include "support/registry_sandbox.h"
 #include "system/catalogue_text.h"
 #include "system/library.h"
 #include "system/product_array.h"
@@ -183,14 +184,25 @@ TEST_P(NameTest, CrossesTheBoundaryAsItIs)
     EXPECT_THAT(products.Names(), ElementsAre(GetParam().name));
 }
 
-TEST_F(ListingTest, ManyProductsKeepTheirOrder)
+struct ManyProductsTest : ListingTest
 {
-    constexpr int many = 5000;
-    std::wstring elements;
-    for (int i = 0; i < many; ++i)
-        elements += ProductText(std::to_wstring(i));
-    library.WriteOwn(elements);
-    log.Pause();
+    static constexpr int many = 100'000;
+
+    // Each is numbered; versions(i) are those of one.
+    template <class Versions>
+    void WriteMany(Versions versions)
+    {
+        std::wstring elements;
+        for (int i = 0; i < many; ++i)
+            elements += ProductText(std::to_wstring(i), versions(i));
+        library.WriteOwn(elements);
+        log.Pause();
+    }
+};
+
+TEST_F(ManyProductsTest, HundredThousandKeepTheirOrder)
+{
+    WriteMany([](int) { return std::wstring(); });
 
     ASSERT_TRUE(library.GetProducts(products.Receive(), PRODSWEEP_LIST_OWN));
 
@@ -198,6 +210,19 @@ TEST_F(ListingTest, ManyProductsKeepTheirOrder)
     ASSERT_EQ(many, static_cast<int>(names.size()));
     for (int i = 0; i < many; ++i)
         ASSERT_EQ(std::to_wstring(i), names[static_cast<std::size_t>(i)]);
+}
+
+TEST_F(ManyProductsTest, FewInstalledAmongHundredThousandAreFound)
+{
+    const RegistrySandbox registry;
+    registry.AddText(L"UpdateLocation", L"path", L"");
+    const std::wstring there = VersionByKey(registry.Path(), L"path");
+    const std::wstring absent = VersionByKey(registry.Path(L"none"), L"path");
+    WriteMany([&](int i) { return i % 25'000 == 0 ? there : i % 100 == 0 ? absent : std::wstring(); });
+
+    ASSERT_TRUE(library.GetInstalledProductsEx(products.Receive(), PRODSWEEP_LIST_OWN));
+
+    EXPECT_THAT(products.Names(), ElementsAre(L"0", L"25000", L"50000", L"75000"));
 }
 
 TEST_F(ListingTest, ProgressIsZeroBeforeAnyRemovalAndCostsNeitherLogNorCom)
