@@ -3,9 +3,8 @@
 #include <algorithm>
 #include <vector>
 
-#include <winternl.h>
-
 #include "common/unique_reg_key.h"
+#include "native_key.h"
 #include "text.h"
 
 namespace prodsweep {
@@ -59,6 +58,14 @@ void LeaveControlSet(Parts& parts)
         parts[1] = L"currentcontrolset";
 }
 
+// The current one of the hardware profiles leads to a numbered one.
+void LeaveHardwareProfile(Parts& parts)
+{
+    if (StartsWith(parts, {L"system", L"currentcontrolset", L"hardware profiles"}) && parts.size() >= 4 &&
+        parts[3].find_first_not_of(L"0123456789") == std::wstring::npos)
+        parts[3] = L"current";
+}
+
 // The first part names a user, or a user's classes.
 std::wstring CanonicalUser(Parts parts)
 {
@@ -76,23 +83,8 @@ std::wstring CanonicalMachine(Parts parts)
 {
     LeaveView(parts);
     LeaveControlSet(parts);
+    LeaveHardwareProfile(parts);
     return JoinKey(L"hklm", parts);
-}
-
-// "\Registry\Machine\Software", as the system itself names an open key.
-std::wstring NativeName(HKEY key)
-{
-    using QueryKey = NTSTATUS(NTAPI*)(HANDLE, int, void*, ULONG, ULONG*);
-    constexpr int keyNameInformation = 3;
-    const auto query = reinterpret_cast<QueryKey>(
-        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "NtQueryKey")));
-    std::vector<ULONG> buffer(16384);
-    ULONG size = 0;
-    if (query == nullptr ||
-        query(key, keyNameInformation, buffer.data(), static_cast<ULONG>(buffer.size() * sizeof(ULONG)), &size) < 0)
-        return {};
-    // Its length in bytes comes first, then the name.
-    return {reinterpret_cast<const wchar_t*>(&buffer[1]), buffer[0] / sizeof(wchar_t)};
 }
 
 } // namespace
@@ -127,7 +119,7 @@ std::wstring CanonicalOpenedKey(HKEY hive, const std::wstring& subkey)
     if (RegOpenKeyExW(hive, subkey.c_str(), 0, KEY_READ, &opened) != ERROR_SUCCESS)
         return {};
     const UniqueRegKey key(opened);
-    Parts parts = SplitKey(NativeName(opened));
+    Parts parts = SplitKey(NativeKeyName(opened));
     if (StartsWith(parts, {L"registry", L"machine"}))
         return CanonicalMachine({parts.begin() + 2, parts.end()});
     if (StartsWith(parts, {L"registry", L"user"}))

@@ -34,6 +34,8 @@ const KeyCase keyCases[] = {
     {HKEY_CLASSES_ROOT, L"CLSID", L"hklm\\software\\classes\\clsid"},
     {HKEY_CLASSES_ROOT, L"", L"hklm\\software\\classes"},
     {HKEY_CURRENT_CONFIG, L"Software", L"hklm\\system\\currentcontrolset\\hardware profiles\\current\\software"},
+    {HKEY_LOCAL_MACHINE, L"SYSTEM\\ControlSet001\\Hardware Profiles\\0001\\Software",
+     L"hklm\\system\\currentcontrolset\\hardware profiles\\current\\software"},
     {HKEY_CURRENT_USER, L"Software\\Wow6432Node\\Anvil", L"hkcu\\software\\anvil"},
     {HKEY_USERS, L"", L"hku"},
     {HKEY_USERS, L"S-1-5-21-1\\Software", L"hkcu\\software"},

@@ -1,6 +1,8 @@
 #include "key_place.h"
 
 #include "common/path_join.h"
+#include "key_name.h"
+#include "native_key.h"
 #include "registry/split_key_path.h"
 
 namespace prodsweep {
@@ -26,6 +28,16 @@ bool MayBeDeleted(const KeyPlace& place)
 {
     UniqueRegKey key;
     return OpenPlace(place, KEY_ALL_ACCESS, key) == ERROR_SUCCESS;
+}
+
+std::wstring LeadsElsewhere(const KeyPlace& place)
+{
+    const std::wstring opened = CanonicalOpenedKey(place.hive, place.subkey);
+    UniqueRegKey key;
+    if (opened.empty() || opened == CanonicalKey(place.hive, place.subkey) ||
+        OpenPlace(place, KEY_READ, key) != ERROR_SUCCESS)
+        return {};
+    return ReadableKeyName(NativeKeyName(key.get()));
 }
 
 } // namespace prodsweep

@@ -23,4 +23,7 @@ bool SplitPlace(const std::wstring& key, KeyPlace& place);
 LSTATUS OpenPlace(const KeyPlace& place, REGSAM access, UniqueRegKey& key);
 bool MayBeDeleted(const KeyPlace& place);
 
+// Where links lead that the key is, or lies behind; empty when there are none, or no such key.
+std::wstring LeadsElsewhere(const KeyPlace& place);
+
 } // namespace prodsweep

@@ -9,7 +9,7 @@ bool IsForbidden(PlannedItem& item, const KeyPlace& place, const LookContext& co
     const ForbiddenPlace* const forbidden = context.forbidden.OfKey(place.hive, place.subkey);
     if (forbidden == nullptr)
         return false;
-    context.Endanger(item.name, ToUtf8(place.full), *forbidden);
+    context.Endanger(item.name, item.leadsTo.empty() ? ToUtf8(place.full) : item.leadsTo, *forbidden);
     item.state = ItemState::Present;
     item.contents.complete = false;
     item.reason = "it is not looked into: nobody should delete this";

@@ -8,7 +8,7 @@
 
 namespace prodsweep {
 
-// True: the item is settled, since nobody should delete this key.
+// True: the item is settled, since nobody should delete this key. The item knows already where the key leads.
 bool IsForbidden(PlannedItem& item, const KeyPlace& place, const LookContext& context);
 
 // True: the item is settled, since a key around it goes before.

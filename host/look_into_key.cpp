@@ -2,6 +2,7 @@
 
 #include "common/path_join.h"
 #include "key_verdicts.h"
+#include "native_key.h"
 #include "registry/key_circle.h"
 #include "registry/reg_key_helper.h"
 #include "text.h"
@@ -28,14 +29,19 @@ public:
     {}
 
     // True: it stays, for itself or for what is below it.
-    bool Run(const KeyPlace& place);
+    bool Run(const KeyPlace& place) { return RunKey(place, {}); }
     std::string Mark() { return digest.Text(); }
     // Why a key stays that is not in use; else null.
     const char* Obstacle() const { return obstacle; }
 
 private:
+    // unlinked: the system's name of the key if it is no link; empty for the item itself.
+    bool RunKey(const KeyPlace& place, const std::wstring& unlinked);
+    bool RunOpened(const KeyPlace& place, HKEY key, const std::wstring& native);
+    bool RunLink(const KeyPlace& place, HKEY key, const std::wstring& native);
+    bool RunClosed(const KeyPlace& place, LSTATUS status);
     bool RunValues(const KeyPlace& place, HKEY key);
-    bool RunSubkeys(const KeyPlace& place, HKEY key);
+    bool RunSubkeys(const KeyPlace& place, HKEY key, const std::wstring& native);
     void Keep(PlannedPart::Kind kind, const std::wstring& name, const std::string& user);
     void Fail(const KeyPlace& place, const char* why);
 
@@ -84,7 +90,7 @@ bool CKeyLook::RunValues(const KeyPlace& place, HKEY key)
     return stays;
 }
 
-bool CKeyLook::RunSubkeys(const KeyPlace& place, HKEY key)
+bool CKeyLook::RunSubkeys(const KeyPlace& place, HKEY key, const std::wstring& native)
 {
     WideStringList names;
     static_cast<void>(CRegKeyHelper::GetSubKeys(key, names));
@@ -99,12 +105,60 @@ bool CKeyLook::RunSubkeys(const KeyPlace& place, HKEY key)
         KeyPlace child = place;
         PathJoin(child.subkey, name);
         PathJoin(child.full, name);
-        stays = Run(child) || stays;
+        stays = RunKey(child, native + L'\\' + name) || stays;
     }
     return stays;
 }
 
-bool CKeyLook::Run(const KeyPlace& place)
+// True: it stays, for what is in it.
+bool CKeyLook::RunOpened(const KeyPlace& place, HKEY key, const std::wstring& native)
+{
+    digest.Add(LastWrite(key));
+    // Deliberate in the deletion: values go first, also those of a key that then stays for the sake of one below it.
+    const bool valueStays = RunValues(place, key);
+    const bool subkeyStays = RunSubkeys(place, key, native);
+    if (valueStays || subkeyStays)
+        return true;
+    ++item.contents.keys;
+    return false;
+}
+
+// The deletion walks through links, and what it deletes at last by the name of one is the key behind it.
+bool CKeyLook::RunLink(const KeyPlace& place, HKEY key, const std::wstring& native)
+{
+    const std::string real = ToUtf8(ReadableKeyName(native));
+    digest.Add(native);
+    ++item.contents.links;
+    AddPart(item, {PlannedPart::Kind::Link, ToUtf8(place.full), ItemState::Present, {}, real});
+    if (const ForbiddenPlace* const forbidden = context.forbidden.OfKey(place.hive, place.subkey))
+    {
+        context.Endanger(ToUtf8(place.full), real, *forbidden);
+        item.contents.complete = false;
+    }
+    else
+    {
+        RunOpened(place, key, native);
+    }
+    Fail(place, "a link in it is walked through and not deleted");
+    return true;
+}
+
+// A key that can't be opened. True: it stays.
+bool CKeyLook::RunClosed(const KeyPlace& place, LSTATUS status)
+{
+    if (status == ERROR_ACCESS_DENIED)
+        Fail(place, "access to a key in it is denied");
+    else if (IsKeyLink(place.hive, place.subkey))
+        Fail(place, "a link in it leads to no key");
+    else
+    {
+        item.contents.complete = false;
+        return false;
+    }
+    return true;
+}
+
+bool CKeyLook::RunKey(const KeyPlace& place, const std::wstring& unlinked)
 {
     ++things;
     digest.Add(place.full);
@@ -114,30 +168,17 @@ bool CKeyLook::Run(const KeyPlace& place)
         return true;
     }
     UniqueRegKey key;
-    const LSTATUS status = OpenPlace(place, KEY_ALL_ACCESS, key);
-    if (status == ERROR_ACCESS_DENIED)
-    {
-        Fail(place, "access to a key in it is denied");
-        return true;
-    }
-    if (status != ERROR_SUCCESS)
-    {
-        item.contents.complete = false;
-        return false;
-    }
+    if (const LSTATUS status = OpenPlace(place, KEY_ALL_ACCESS, key); status != ERROR_SUCCESS)
+        return RunClosed(place, status);
     if (LeadsBack(key.get(), place.hive, place.subkey, view))
     {
         Fail(place, "a link in it leads back to a key around it");
         return true;
     }
-    digest.Add(LastWrite(key.get()));
-    // Deliberate in the deletion: values go first, also those of a key that then stays for the sake of one below it.
-    const bool valueStays = RunValues(place, key.get());
-    const bool subkeyStays = RunSubkeys(place, key.get());
-    if (valueStays || subkeyStays)
-        return true;
-    ++item.contents.keys;
-    return false;
+    const std::wstring native = NativeKeyName(key.get());
+    const bool isElsewhere = !unlinked.empty() && ToLower(native) != ToLower(unlinked);
+    return isElsewhere && IsKeyLink(place.hive, place.subkey) ? RunLink(place, key.get(), native)
+                                                              : RunOpened(place, key.get(), native);
 }
 
 } // namespace

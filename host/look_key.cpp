@@ -1,4 +1,5 @@
 #include "key_verdicts.h"
+#include "text.h"
 
 namespace prodsweep {
 
@@ -28,6 +29,7 @@ void LookAtKey(PlannedItem& item, const CachedRegItem& key, const LookContext& c
         item.reason = "it begins with no known hive; their names are in capitals";
         return;
     }
+    item.leadsTo = ToUtf8(LeadsElsewhere(place));
     if (IsForbidden(item, place, context) || !IsThere(item, place) || IsGone(item, place, context))
         return;
     // The descriptor's own spelling is asked about first, then the long one.

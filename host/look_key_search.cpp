@@ -11,11 +11,10 @@ namespace {
 
 // The empty text is in every value, and a list that ends in a separator ends in one: such a search takes nearly all
 // keys below the one that it starts at, so it is judged as if it took that one. True: the item is settled.
-bool IsForbiddenForItsEmptyText(PlannedItem& item, const CachedRegKeySearch& search, const LookContext& context)
+bool IsForbiddenForItsEmptyText(PlannedItem& item, const CachedRegKeySearch& search, const KeyPlace& start,
+                                const LookContext& context)
 {
-    KeyPlace start;
-    const bool hasEmptyText = std::find(search.data.begin(), search.data.end(), L"") != search.data.end();
-    if (!hasEmptyText || !SplitPlace(search.key, start))
+    if (std::find(search.data.begin(), search.data.end(), L"") == search.data.end())
         return false;
     context.Warn(item.name, search.complete
                                 ? "It also searches for the empty text, which every empty value is equal to."
@@ -51,12 +50,13 @@ std::string SearchedTexts(const CachedRegKeySearch& search)
 
 void AddFound(PlannedItem& item, const PlannedItem& found)
 {
-    AddPart(item, {PlannedPart::Kind::Key, found.name, found.state, found.user, {}});
+    AddPart(item, {PlannedPart::Kind::Key, found.name, found.state, found.user, found.leadsTo});
+    item.contents.links += found.contents.links;
     item.contents.keys += found.contents.keys;
     item.contents.values += found.contents.values;
     item.contents.inUse += found.contents.inUse;
     item.contents.complete = item.contents.complete && found.contents.complete;
-    item.mark += found.name + found.mark;
+    item.mark += found.name + found.leadsTo + found.mark;
     for (const PlannedPart& part : found.parts)
         AddPart(item, part);
 }
@@ -97,7 +97,14 @@ void LookAtKeySearch(PlannedItem& item, const CachedRegKeySearch& search, const 
 {
     item.kind = ItemKind::KeySearch;
     item.detail = SearchedTexts(search);
-    if (IsForbiddenForItsEmptyText(item, search, context))
+    KeyPlace start;
+    if (!SplitPlace(search.key, start))
+    {
+        item.state = ItemState::Absent;
+        return;
+    }
+    item.leadsTo = ToUtf8(LeadsElsewhere(start));
+    if (IsForbiddenForItsEmptyText(item, search, start, context))
         return;
     item.state = ItemState::Absent;
     std::vector<PlannedItem> all;
@@ -105,6 +112,7 @@ void LookAtKeySearch(PlannedItem& item, const CachedRegKeySearch& search, const 
     {
         PlannedItem& found = all.emplace_back();
         found.name = ToUtf8(place.full);
+        found.leadsTo = ToUtf8(LeadsElsewhere(place));
         if (!IsForbidden(found, place, context) && !IsGone(found, place, context))
             LookInto(found, place, search.x32view, context);
         AddFound(item, found);

@@ -1,8 +1,10 @@
 #include "look.h"
 
+#include <string>
 #include <utility>
+#include <vector>
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <windows.h>
 
@@ -16,6 +18,8 @@
 
 namespace prodsweep {
 namespace {
+
+using testing::ElementsAre;
 
 // Lets a key of the user's settings be read by everybody, or not even that, and changed by nobody, for as long as it
 // lives.
@@ -118,6 +122,156 @@ TEST_F(LookRegistryTest, LinkThatLeadsBackStaysWithTheKeysAroundIt)
     EXPECT_FALSE(box.HasKey(L"a\\locked\\deep"));
     EXPECT_FALSE(box.HasValue(L"a", L"Path"));
     EXPECT_TRUE(box.HasKey(L"a\\locked\\link"));
+}
+
+class LookAtKeyLinkTest : public LookRegistryTest
+{
+protected:
+    // Hives that a process keeps open from their first use on are no handles that a look leaves.
+    static void SetUpTestSuite()
+    {
+        for (const wchar_t* const key : {L"HKLM\\Software", L"HKU\\.DEFAULT"})
+            ASSERT_EQ(_ERROR_SUCCESS, CRegKeyHelper::CheckKey(key, false)) << key;
+    }
+
+    PlannedItem LookAtKeyOf(const std::wstring& key)
+    {
+        PlannedItem item;
+        LookAtKey(item, {box.Path(key), {}, false, false}, context);
+        return item;
+    }
+    // Each as "what it leads to: reason".
+    std::vector<std::string> Dangers() const
+    {
+        std::vector<std::string> dangers;
+        for (const PlanDanger& danger : plan.dangers)
+            dangers.push_back(danger.leadsTo + ": " + danger.reason);
+        return dangers;
+    }
+    test::KeyLink LinkToMachine(const std::wstring& key, const std::wstring& target)
+    {
+        return {HKEY_CURRENT_USER, box.Subkey(key), HKEY_LOCAL_MACHINE, target};
+    }
+};
+
+TEST_F(LookAtKeyLinkTest, LinkToAForbiddenKeyIsADangerAndNotLookedInto)
+{
+    const test::KeyLink link = LinkToMachine(L"a\\free\\link", L"Software\\Microsoft");
+    const PlannedItem item = LookAtKeyOf(L"a");
+    EXPECT_THAT(Dangers(), ElementsAre(R"(HKEY_LOCAL_MACHINE\Software\Microsoft: Windows' own settings)"));
+    EXPECT_EQ(ToUtf8(box.Path(L"a\\free\\link")), plan.dangers.at(0).item);
+    EXPECT_FALSE(item.contents.complete);
+    EXPECT_EQ(1u, item.contents.links);
+    EXPECT_EQ(2u, item.contents.keys);
+}
+
+TEST_F(LookAtKeyLinkTest, LinkToAKeyAboveAForbiddenOneIsADanger)
+{
+    const std::wstring above = L"System\\CurrentControlSet\\Hardware Profiles";
+    const test::KeyLink link = LinkToMachine(L"a\\link", above);
+    LookAtKeyOf(L"a");
+    ASSERT_EQ(1u, plan.dangers.size());
+    EXPECT_EQ("the hardware profile", plan.dangers[0].reason);
+}
+
+TEST_F(LookAtKeyLinkTest, ForbiddenKeyBehindASecondLinkIsADanger)
+{
+    box.AddKey(L"elsewhere");
+    const test::KeyLink first(HKEY_CURRENT_USER, box.Subkey(L"a\\link"), box.Subkey(L"elsewhere"));
+    const test::KeyLink second = LinkToMachine(L"elsewhere\\link", L"Software\\Classes\\CLSID");
+    LookAtKeyOf(L"a");
+    EXPECT_THAT(Dangers(), ElementsAre(R"(HKEY_LOCAL_MACHINE\Software\Classes\CLSID: all registered COM classes)"));
+}
+
+TEST_F(LookAtKeyLinkTest, LinkToAKeyBelowAForbiddenOneIsToldAndNoDanger)
+{
+    const test::KeyLink link =
+        LinkToMachine(L"a\\link", L"Software\\Microsoft\\Windows\\CurrentVersion\\Control Panel");
+    const PlannedItem item = LookAtKeyOf(L"a");
+    EXPECT_THAT(Dangers(), ElementsAre());
+    ASSERT_EQ(2u, item.parts.size());
+    EXPECT_EQ(PlannedPart::Kind::Link, item.parts[0].kind);
+    EXPECT_EQ(R"(HKEY_LOCAL_MACHINE\Software\Microsoft\Windows\CurrentVersion\Control Panel)", item.parts[0].leadsTo);
+}
+
+TEST_F(LookAtKeyLinkTest, KeyBehindALinkGoesAndTheLinkStaysWithTheKeysAroundIt)
+{
+    box.AddText(L"elsewhere\\sub", L"value", L"data");
+    const test::KeyLink link(HKEY_CURRENT_USER, box.Subkey(L"a\\free\\link"), box.Subkey(L"elsewhere"));
+    const PlannedItem item = LookAtKeyOf(L"a");
+    EXPECT_EQ(ItemState::Fails, item.state);
+    EXPECT_NE(std::string::npos, item.reason.find("a link in it is walked through and not deleted")) << item.reason;
+    EXPECT_EQ(ToUtf8(box.Path(L"elsewhere")), item.parts.at(0).leadsTo);
+    // "a\locked" with what is in it, and "elsewhere" with what is in it.
+    EXPECT_EQ(4u, item.contents.keys);
+    EXPECT_EQ(4u, item.contents.values);
+    // What the removal does.
+    EXPECT_NE(_ERROR_SUCCESS, CRegKeyHelper::DeleteKey(box.Path(L"a").c_str(), false, nullptr));
+    EXPECT_FALSE(box.HasKey(L"elsewhere"));
+    EXPECT_FALSE(box.HasKey(L"a\\locked"));
+    EXPECT_FALSE(box.HasValue(L"a\\free", L"Path"));
+    EXPECT_TRUE(box.HasKey(L"a\\free"));
+}
+
+TEST_F(LookAtKeyLinkTest, LinkThatLeadsNowhereStaysWithTheKeysAroundIt)
+{
+    box.AddKey(L"elsewhere");
+    const test::KeyLink link(HKEY_CURRENT_USER, box.Subkey(L"a\\link"), box.Subkey(L"elsewhere"));
+    ASSERT_EQ(_ERROR_SUCCESS, CRegKeyHelper::DeleteKey(box.Path(L"elsewhere").c_str(), false, nullptr));
+    const PlannedItem item = LookAtKeyOf(L"a");
+    EXPECT_EQ(ItemState::Fails, item.state);
+    EXPECT_NE(std::string::npos, item.reason.find("a link in it leads to no key")) << item.reason;
+    EXPECT_TRUE(item.contents.complete);
+    EXPECT_NE(_ERROR_SUCCESS, CRegKeyHelper::DeleteKey(box.Path(L"a").c_str(), false, nullptr));
+    EXPECT_TRUE(box.HasKey(L"a"));
+}
+
+TEST_F(LookAtKeyLinkTest, ItemThatIsALinkOrLiesBehindOneIsJudgedByWhereItLeads)
+{
+    const test::KeyLink link = LinkToMachine(L"a\\link", L"Software");
+    EXPECT_EQ(R"(HKEY_LOCAL_MACHINE\Software)", LookAtKeyOf(L"a\\link").leadsTo);
+    EXPECT_EQ(R"(HKEY_LOCAL_MACHINE\Software\Microsoft)", LookAtKeyOf(L"a\\link\\Microsoft").leadsTo);
+    EXPECT_THAT(Dangers(), ElementsAre(R"(HKEY_LOCAL_MACHINE\Software: all programs' settings)",
+                                       R"(HKEY_LOCAL_MACHINE\Software\Microsoft: Windows' own settings)"));
+}
+
+TEST_F(LookAtKeyLinkTest, ItemBehindALinkToAKeyThatMayGoSaysWhereItLeads)
+{
+    box.AddKey(L"elsewhere\\sub");
+    const test::KeyLink link(HKEY_CURRENT_USER, box.Subkey(L"a\\link"), box.Subkey(L"elsewhere"));
+    const PlannedItem item = LookAtKeyOf(L"a\\link\\sub");
+    EXPECT_EQ(ItemState::Present, item.state);
+    EXPECT_EQ(ToUtf8(box.Path(L"elsewhere\\sub")), item.leadsTo);
+    EXPECT_EQ("", LookAtKeyOf(L"a\\free").leadsTo);
+    EXPECT_THAT(Dangers(), ElementsAre());
+}
+
+TEST_F(LookAtKeyLinkTest, KeyThatASearchFindsBehindALinkIsJudgedByWhereItLeads)
+{
+    const test::KeyLink link = LinkToMachine(L"a\\link", L"System\\CurrentControlSet\\Control\\Session Manager");
+    PlannedItem item;
+    LookAtKeySearch(item, {box.Path(L"a\\link"), {L"cmd.exe"}, false, false}, context);
+    EXPECT_TRUE(item.leadsTo.ends_with(R"(\Control\Session Manager)")) << item.leadsTo;
+    EXPECT_THAT(Dangers(), ElementsAre(item.leadsTo + R"(\Environment: the environment of all programs)"));
+    EXPECT_EQ(item.leadsTo + R"(\Environment)", item.parts.at(0).leadsTo);
+}
+
+TEST_F(LookAtKeyLinkTest, LinkWithinAKeyThatASearchFindsIsJudged)
+{
+    box.AddText(L"a\\free", L"Path", L"what is searched");
+    const test::KeyLink link = LinkToMachine(L"a\\free\\link", L"Software\\Clients");
+    PlannedItem item;
+    LookAtKeySearch(item, {box.Path(), {L"what is searched"}, false, false}, context);
+    EXPECT_THAT(Dangers(), ElementsAre(R"(HKEY_LOCAL_MACHINE\Software\Clients: the default programs)"));
+    EXPECT_EQ(1u, item.contents.links);
+}
+
+TEST_F(LookAtKeyLinkTest, ValueBehindALinkIsJudgedByWhereItLeads)
+{
+    const test::KeyLink link = LinkToMachine(L"a\\link", L"System\\CurrentControlSet\\Control\\Session Manager");
+    const PlannedItem item = LookAtValueOf(L"a\\link\\Environment", L"Path");
+    EXPECT_TRUE(item.leadsTo.ends_with(R"(\Control\Session Manager\Environment)")) << item.leadsTo;
+    EXPECT_THAT(Dangers(), ElementsAre(item.leadsTo + ": the search path of all programs, not of one"));
 }
 
 TEST_F(LookRegistryTest, SearchThatFindsAKeyAroundALockedOneFails)

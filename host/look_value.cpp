@@ -69,6 +69,7 @@ void LookAtValue(PlannedItem& item, const CachedRegItem& value, const LookContex
             FailForAccess(item, "its key");
         return;
     }
+    item.leadsTo = ToUtf8(LeadsElsewhere(place));
     const CValuePattern pattern(value.valueName);
     if (pattern.IsRefused())
     {
@@ -80,7 +81,7 @@ void LookAtValue(PlannedItem& item, const CachedRegItem& value, const LookContex
     if (!pattern.IsPlain() && pattern.Matches(L"") && IsForbidden(item, place, context))
         return;
     if (const ForbiddenPlace* const forbidden = context.forbidden.OfValue(place.hive, place.subkey, value.valueName))
-        context.Endanger(item.name, "", *forbidden);
+        context.Endanger(item.name, item.leadsTo, *forbidden);
     if (IsGone(item, place, context))
         return;
     LookAtNames(item, NamesMeant(pattern, value.valueName, key.get()), place.full, value.x32view, context);

@@ -52,7 +52,7 @@ struct PlannedPart
     std::string name; // full path; a value's bare name
     ItemState state = ItemState::Present;
     std::string user;    // InUse: the product
-    std::string leadsTo; // of links
+    std::string leadsTo; // of links, and of what a search finds behind one
 };
 
 // What would go with an item, counted. Nothing that stays is in it.

@@ -58,6 +58,8 @@ std::string PartText(const PlannedPart& part)
     std::string text = std::string(KindWord(part.kind)) + ' ' + part.name;
     if (part.kind == PlannedPart::Kind::Link)
         return text + " leads to " + part.leadsTo;
+    if (!part.leadsTo.empty())
+        text += " (leads to " + part.leadsTo + ')';
     return text + ": " + StateWord(part.state) + (part.user.empty() ? "" : " by " + part.user);
 }
 

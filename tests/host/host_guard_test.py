@@ -3,7 +3,7 @@ import json
 import unittest
 from xml.sax.saxutils import quoteattr
 
-from windows import Installation, REPORTS, UserKey, product, run
+from windows import Installation, REPORTS, UserKey, product, run, windows_path
 
 import pyreport
 
@@ -227,6 +227,28 @@ class Guarded(unittest.TestCase):
         self.folders(self.host.path("app"))
         self.assert_refused(self.uninstall(), self.host.path("app\\deep\\link"), "the descriptors of prodsweep")
         self.assertTrue((self.host.folder / "app" / "deep" / "a.txt").exists())
+
+    def link_key(self, name, target):
+        """A link in the registry below this test's key."""
+        key = f"{self.key.path}\\{name}".removeprefix("HKEY_CURRENT_USER\\")
+        program = windows_path(REPORTS / "registry_link.exe")
+        self.assertEqual(run(program, "make", key, target).code, 0)
+        self.addCleanup(run, program, "remove", key)
+
+    def test_links_within_a_key_are_judged_too(self):
+        self.key.add_version("App")
+        self.link_key("App\\link", "\\Registry\\Machine\\Software\\Clients")
+        self.install(section("del_regkey", entry(name=f"{self.key.path}\\App")))
+        self.assert_refused(self.uninstall(), f"{self.key.path}\\App\\link", "HKEY_LOCAL_MACHINE\\Software\\Clients",
+                            "the default programs")
+        for untouched in ["HKLM\\Software\\Clients\\Mail", f"{self.key.path}\\App\\UpdateLocation"]:
+            self.assertEqual(run("reg", "query", untouched).code, 0, untouched)
+
+    def test_key_behind_a_link_is_judged_by_where_it_leads(self):
+        self.link_key("machine", "\\Registry\\Machine\\Software")
+        self.install(section("del_regkey", entry(name=f"{self.key.path}\\machine\\Clients")))
+        self.assert_refused(self.uninstall(), f"{self.key.path}\\machine\\Clients", "HKEY_LOCAL_MACHINE\\Software\\Clients")
+        self.assertEqual(run("reg", "query", "HKLM\\Software\\Clients\\Mail").code, 0)
 
     def test_search_that_finds_a_forbidden_key_is_refused(self):
         # The empty text is in every value: the first key on the way that has one is taken whole.

@@ -35,13 +35,13 @@ std::wstring NativePath(HKEY hive, const std::wstring& subkey)
 
 } // namespace
 
-KeyLink::KeyLink(HKEY hive, const std::wstring& path, const std::wstring& target)
+KeyLink::KeyLink(HKEY hive, const std::wstring& path, HKEY targetHive, const std::wstring& target)
 {
     HKEY made = nullptr;
     EXPECT_EQ(ERROR_SUCCESS, RegCreateKeyExW(hive, path.c_str(), 0, nullptr, REG_OPTION_CREATE_LINK,
                                              KEY_ALL_ACCESS | KEY_CREATE_LINK, nullptr, &made, nullptr));
     link.reset(made);
-    const std::wstring native = NativePath(hive, target);
+    const std::wstring native = NativePath(targetHive, target);
     EXPECT_EQ(ERROR_SUCCESS,
               RegSetValueExW(made, L"SymbolicLinkValue", 0, REG_LINK, reinterpret_cast<const BYTE*>(native.data()),
                              static_cast<DWORD>(native.size() * sizeof(wchar_t))));
