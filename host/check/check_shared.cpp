@@ -3,126 +3,130 @@
 #include <map>
 #include <set>
 #include <string_view>
+#include <tuple>
 #include <utility>
 
-#include "check/key_text.h"
-#include "check/known_names.h"
-#include "interpreter/entry_composer.h"
+#include "check/named_things.h"
 
 namespace prodsweep {
 
 namespace {
 
-enum class ThingKind
+using Kind = NamedThing::Kind;
+
+// How one thing lies to the other.
+enum class Relation
 {
-    Path,
-    Key,
-    Value,
-    Service
+    Same,
+    Within,
+    Around
 };
 
-// Something that an entry names, as the library compares it and as Windows does. The library knows each hive by its
-// long name there, whichever was written.
-struct Thing
+// The removal that comes to what lies in a folder or key spells it by that place's text, and by what the machine has
+// behind it: single "\" in any case, and of letters no text can tell.
+bool ComesToItAs(const NamedThing& outer, const NamedThing& inner)
 {
-    ThingKind kind;
-    std::wstring spelled;
-    std::wstring folded;
-    const SourceFile* file;
-    Position at;
-};
-
-std::wstring WithLongHive(const std::wstring& text)
-{
-    const KeyText key = SplitKeyText(text);
-    return key.hiveKnown ? key.hive + L'\\' + key.subkey : text;
+    if (outer.x32view != inner.x32view || !inner.spelled.starts_with(outer.spelled + L'\\'))
+        return false;
+    const std::wstring_view rest = std::wstring_view(inner.spelled).substr(outer.spelled.size());
+    return inner.kind != Kind::Path ||
+           (rest.find(L'/') == std::wstring_view::npos && rest.find(L"\\\\") == std::wstring_view::npos);
 }
 
-// The app path of a version is known on the machine only, and differs from product to product.
-bool LiesInAppPath(const EntryModel& entry, const wchar_t* attribute = L"path")
+// What one product uses, the other's removal knows by this very text.
+bool AreSpelledAlike(const NamedThing& thing, const NamedThing& other, Relation relation)
 {
-    const std::wstring* keyword = entry.Find(attribute);
-    return keyword != nullptr && *keyword == L"app_path";
+    if (relation == Relation::Same)
+        return thing.spelled == other.spelled && thing.x32view == other.x32view;
+    return relation == Relation::Within ? ComesToItAs(other, thing) : ComesToItAs(thing, other);
 }
 
-void AddPath(const EntryPlace& place, std::vector<Thing>& things)
-{
-    const bool isFile = place.section.Is(L"del_file");
-    if ((!isFile && !place.section.Is(L"del_folder")) || LiesInAppPath(place.entry))
-        return;
-    const FileEntry file = isFile ? ComposeFile(place.entry.attributes, {}) : FileEntry();
-    const FolderEntry folder = isFile ? FolderEntry() : ComposeFolder(place.entry.attributes, {});
-    const std::wstring& path = isFile ? file.path : folder.path;
-    if (!path.empty())
-        things.push_back({ThingKind::Path, path, Lowered(path), place.model.file, place.entry.node->at});
-}
-
-void AddKeyOrValue(const EntryPlace& place, std::vector<Thing>& things)
-{
-    const auto add = [&](ThingKind kind, const std::wstring& text) {
-        things.push_back({kind, text, Lowered(text), place.model.file, place.entry.node->at});
-    };
-    const std::wstring* name = place.entry.Find(L"name");
-    if (place.section.Is(L"del_regkey") && name != nullptr && !place.entry.Find(L"data_str"))
-        add(ThingKind::Key, WithLongHive(*name));
-    if (!place.section.Is(L"del_regvalue") || LiesInAppPath(place.entry, L"rel_name"))
-        return;
-    const RegValueEntry value = ComposeRegValue(place.entry.attributes, {});
-    if (value.fault == EntryFault::None)
-        add(ThingKind::Value, WithLongHive(value.key) + L'\\' + value.valueName);
-}
-
-void AddService(const EntryPlace& place, std::vector<Thing>& things)
-{
-    const bool isService = place.section.Is(L"disable_driver") || place.section.Is(L"disable_service") ||
-                           place.section.Is(L"disableandstop_driver") || place.section.Is(L"disableandstop_service");
-    if (const std::wstring* name = place.entry.Find(L"name"); isService && name != nullptr)
-        things.push_back({ThingKind::Service, *name, Lowered(*name), place.model.file, place.entry.node->at});
-}
-
-std::vector<Thing> ThingsOf(const DescriptorModel& model)
-{
-    std::vector<Thing> things;
-    for (const EntryPlace& place : ListedEntriesOf(model))
-    {
-        AddPath(place, things);
-        AddKeyOrValue(place, things);
-        AddService(place, things);
-    }
-    return things;
-}
-
-// What two things that Windows takes for one break; empty when they do no harm to each other.
-std::string_view RuleFor(const Thing& thing, const Thing& other)
+// What two things that Windows takes for one, or for one in the other, break; empty when they do no harm to each other.
+std::string_view RuleFor(const NamedThing& thing, const NamedThing& other, Relation relation)
 {
     if (thing.file == other.file)
         return {};
     // Only the family protects, and only its own.
     if (thing.file->owner != Owner::Own || other.file->owner != Owner::Own)
         return "shared-unprotected";
-    if (thing.kind == ThingKind::Service)
+    if (thing.kind == Kind::Service)
         return "shared-service";
-    return thing.spelled != other.spelled ? "shared-spelling" : "";
+    return AreSpelledAlike(thing, other, relation) ? "" : "shared-spelling";
 }
 
-void Report(const Thing& thing, const Thing& other, std::string_view rule, CFindings& findings)
+std::string Told(const NamedThing& thing, const NamedThing& other, Relation relation, std::string_view rule)
 {
-    const std::string where = " in " + other.file->shown + ", line " + std::to_string(other.at.line);
-    const std::string what = rule == "shared-spelling"
-                                 ? Quoted(thing.spelled) + " is " + Quoted(other.spelled) + where + '.'
-                                 : Quoted(thing.spelled) + " is named" + where + ", too.";
-    CFileReport(findings, thing.file->shown).Add(rule, thing.at, what);
+    const std::string line = "line " + std::to_string(other.at.line);
+    if (relation != Relation::Same)
+        return Quoted(thing.spelled) + (relation == Relation::Within ? " lies in " : " holds ") +
+               Quoted(other.spelled) + ", which " + other.file->shown + " names in " + line + '.';
+    const std::string where = " in " + other.file->shown + ", " + line;
+    if (rule != "shared-spelling")
+        return Quoted(thing.spelled) + " is named" + where + ", too.";
+    if (thing.spelled == other.spelled)
+        return Quoted(thing.spelled) + " has another x32view" + where + '.';
+    return Quoted(thing.spelled) + " is " + Quoted(other.spelled) + where + '.';
 }
 
-// Each rule once: the first other thing is as good as all.
-void Compare(const Thing& thing, const std::vector<Thing>& things, CFindings& findings)
+// Tells each rule once for each thing: the first other thing is as good as all.
+class CSharedReport
 {
-    std::set<std::string_view> told;
-    for (const Thing& other : things)
+public:
+    explicit CSharedReport(CFindings& all) : findings(all) {}
+
+    void Compare(const NamedThing& thing, const NamedThing& other, Relation relation)
     {
-        const std::string_view rule = RuleFor(thing, other);
-        if (!rule.empty() && told.insert(rule).second)
-            Report(thing, other, rule, findings);
+        const std::string_view rule = RuleFor(thing, other, relation);
+        if (!rule.empty() && told.emplace(&thing, rule).second)
+            CFileReport(findings, thing.file->shown).Add(rule, thing.at, Told(thing, other, relation, rule));
+    }
+
+private:
+    CFindings& findings;
+    std::set<std::pair<const NamedThing*, std::string_view>> told;
+};
+
+// Of each file once for each spelling.
+std::vector<NamedThing> ThingsOf(std::span<const DescriptorModel> models)
+{
+    std::vector<NamedThing> things;
+    for (const DescriptorModel& model : models)
+    {
+        std::set<std::tuple<Kind, bool, bool, std::wstring>> seen;
+        for (NamedThing& thing : ThingsOf(model))
+        {
+            if (seen.emplace(thing.kind, thing.holdsOthers, thing.x32view, thing.spelled).second)
+                things.push_back(std::move(thing));
+        }
+    }
+    return things;
+}
+
+using ThingsByText = std::map<std::pair<Kind, std::wstring>, std::vector<const NamedThing*>>;
+
+ThingsByText ByPlainText(const std::vector<NamedThing>& things)
+{
+    ThingsByText found;
+    for (const NamedThing& thing : things)
+        found[{thing.kind, thing.plain}].push_back(&thing);
+    return found;
+}
+
+void CompareWithPlacesAround(const NamedThing& thing, const ThingsByText& byText, CSharedReport& report)
+{
+    const Kind kindOfPlaces = thing.kind == Kind::Value ? Kind::Key : thing.kind;
+    for (const std::wstring& place : PlacesAround(thing))
+    {
+        const auto found = byText.find({kindOfPlaces, place});
+        if (found == byText.end())
+            continue;
+        for (const NamedThing* other : found->second)
+        {
+            if (!other->holdsOthers)
+                continue;
+            report.Compare(thing, *other, Relation::Within);
+            report.Compare(*other, thing, Relation::Around);
+        }
     }
 }
 
@@ -130,22 +134,19 @@ void Compare(const Thing& thing, const std::vector<Thing>& things, CFindings& fi
 
 void CheckShared(std::span<const DescriptorModel> models, CFindings& findings)
 {
-    std::map<std::pair<ThingKind, std::wstring>, std::vector<Thing>> byThing;
-    for (const DescriptorModel& model : models)
+    const std::vector<NamedThing> things = ThingsOf(models);
+    const ThingsByText byText = ByPlainText(things);
+    CSharedReport report(findings);
+    for (const auto& [text, same] : byText)
     {
-        // Once for each spelling in a file.
-        std::set<std::pair<ThingKind, std::wstring>> spellings;
-        for (Thing& thing : ThingsOf(model))
+        for (const NamedThing* thing : same)
         {
-            if (spellings.emplace(thing.kind, thing.spelled).second)
-                byThing[{thing.kind, thing.folded}].push_back(std::move(thing));
+            for (const NamedThing* other : same)
+                report.Compare(*thing, *other, Relation::Same);
         }
     }
-    for (const auto& [key, things] : byThing)
-    {
-        for (const Thing& thing : things)
-            Compare(thing, things, findings);
-    }
+    for (const NamedThing& thing : things)
+        CompareWithPlacesAround(thing, byText, report);
 }
 
 } // namespace prodsweep

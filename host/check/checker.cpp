@@ -128,6 +128,9 @@ const SourceFile* CChecker::CheckFile(const std::string& shown, Owner owner)
         file.root = std::move(document.root);
         if (document.documentType)
             report.Add("document-type", *document.documentType, "The file has a document type.");
+        for (const UndeclaredPrefix& use : document.undeclaredPrefixes)
+            report.Add("undeclared-prefix", use.at,
+                       "Nothing declares the prefix " + Quoted(use.prefix) + " of " + Quoted(use.name) + '.');
     }
     catch (const CXmlFault& fault)
     {

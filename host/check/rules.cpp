@@ -16,6 +16,9 @@ constexpr Rule rules[] = {
     {"not-well-formed", Error, "the file is not well-formed XML",
      "The library cannot read the file: a catalogue fails every call, a descriptor finds and removes nothing.",
      "Mend the XML at this place."},
+    {"undeclared-prefix", Error, "a prefix that no xmlns declares",
+     "Windows cannot read the file: a catalogue fails every call, a descriptor finds and removes nothing.",
+     "Declare it, as in xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\", or take it off."},
     {"wrong-root", Error, "the root element is not uninstall_information",
      "The library finds nothing in the file: a catalogue fails every call, a descriptor finds and removes nothing.",
      "Name the root element uninstall_information."},
@@ -251,13 +254,14 @@ constexpr Rule rules[] = {
      "Windows does not start, or not work, without it.", "Name the product's own services and drivers."},
 
     // What several products name.
-    {"shared-spelling", Warning, "two products of the family spell a shared thing differently",
+    {"shared-spelling", Warning, "two products of the family spell a shared thing, or what it lies in, differently",
      "What a product that stays uses is found by its exact spelling: the other's removal takes it away.",
      "Spell it alike, case included."},
     {"shared-service", Warning, "two products of the family name one service",
      "Services are never in use: removing either product stops or disables it.",
      "Name it in neither, or in the one that has to go last."},
-    {"shared-unprotected", Warning, "two products name the same thing, and one of them is of another maker",
+    {"shared-unprotected", Warning,
+     "two products name the same thing, or one a part of the other's, and one of them is of another maker",
      "Only the family protects what it uses, and only from itself: removing either takes it away.",
      "Name it in neither."},
 };

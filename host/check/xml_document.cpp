@@ -12,6 +12,7 @@
 
 #include <expat.h>
 
+#include "check/xml_prefixes.h"
 #include "text.h"
 
 namespace prodsweep {
@@ -278,7 +279,9 @@ std::wstring XmlNode::TextContent() const
 XmlDocument ParseXml(std::string_view bytes)
 {
     const CXmlText text(bytes);
-    return CTreeBuilder(text).Build();
+    XmlDocument document = CTreeBuilder(text).Build();
+    document.undeclaredPrefixes = UndeclaredPrefixes(document.root);
+    return document;
 }
 
 } // namespace prodsweep

@@ -44,14 +44,23 @@ struct XmlNode
     std::wstring TextContent() const;
 };
 
+// A name whose prefix no xmlns declares.
+struct UndeclaredPrefix
+{
+    std::wstring prefix;
+    std::wstring name;
+    Position at; // of the element or the attribute
+};
+
 struct XmlDocument
 {
     XmlNode root;
     std::optional<Position> documentType; // of the <!DOCTYPE
+    std::vector<UndeclaredPrefix> undeclaredPrefixes;
 };
 
 // Throws CXmlFault when it is not well-formed, or nested deeper than the library's own
-// parser goes.
+// parser goes. A prefix that is not declared is no such fault for all parsers, and is noted.
 XmlDocument ParseXml(std::string_view bytes);
 
 } // namespace prodsweep

@@ -1,7 +1,10 @@
 #include "host/check_behaviour.h"
 
 #include "check/rules.h"
+#include "environment/special_folder.h"
 #include "support/com_scope.h"
+#include "support/process.h"
+#include "support/temp_tree.h"
 
 #include <gtest/gtest.h>
 
@@ -21,8 +24,8 @@ std::wstring Below(const std::wstring& relative)
 std::vector<Behaviour> AllBehaviour()
 {
     std::vector<Behaviour> all;
-    for (const auto& part :
-         {CountedBehaviour(), DetectedBehaviour(), RecordedBehaviour(), RemovedBehaviour(), CatalogueBehaviour()})
+    for (const auto& part : {CountedBehaviour(), DetectedBehaviour(), RecordedBehaviour(), RemovedBehaviour(),
+                             CatalogueBehaviour(), FamilyBehaviour()})
         all.insert(all.end(), part.begin(), part.end());
     return all;
 }
@@ -80,6 +83,31 @@ bool IsDetected(const std::string& rule, const std::wstring& file)
 {
     return CProductInstalled(SamplePath(rule, file)).Process();
 }
+
+std::wstring FolderOf(const wchar_t* keyword)
+{
+    std::wstring folder;
+    EXPECT_TRUE(CSpecialFolder({}).Get(keyword, folder));
+    return folder;
+}
+
+HarborFolder::HarborFolder(const wchar_t* keyword) : root(FolderOf(keyword) + L"\\Harbor")
+{
+    EXPECT_TRUE(CreateDirectoryW(root.c_str(), nullptr)) << GetLastError();
+}
+
+HarborFolder::~HarborFolder() { RemoveTree(root); }
+
+std::wstring HarborFolder::Add(const std::wstring& relative, const wchar_t* program) const
+{
+    const std::wstring path = Path(relative);
+    if (const std::size_t separator = relative.find(L'\\'); separator != std::wstring::npos)
+        CreateDirectoryW(Path(relative.substr(0, separator)).c_str(), nullptr);
+    EXPECT_TRUE(CopyFileW((ThisProgramsFolder() + program).c_str(), path.c_str(), TRUE)) << GetLastError();
+    return path;
+}
+
+bool HarborFolder::Has(const std::wstring& relative) const { return Exists(Path(relative)); }
 
 HarborKey::HarborKey() { AddText({}, L"Ledger 4", L"C:\\Harbor"); }
 

@@ -23,6 +23,7 @@ std::vector<Behaviour> DetectedBehaviour();  // whether a product counts as inst
 std::vector<Behaviour> RecordedBehaviour();  // what a removal records
 std::vector<Behaviour> RemovedBehaviour();   // what a removal takes away
 std::vector<Behaviour> CatalogueBehaviour(); // what a catalogue is taken to say
+std::vector<Behaviour> FamilyBehaviour();    // what a product that stays protects
 
 // The file of a sample, "bad.xml" or "good\\products.xml".
 [[nodiscard]] std::wstring SamplePath(const std::string& rule, const std::wstring& file);
@@ -44,6 +45,27 @@ private:
 };
 
 [[nodiscard]] bool IsDetected(const std::string& rule, const std::wstring& file);
+
+// The folder of a keyword.
+[[nodiscard]] std::wstring FolderOf(const wchar_t* keyword);
+
+// The folder "Harbor" in that of a keyword, for as long as it lives.
+class HarborFolder
+{
+public:
+    explicit HarborFolder(const wchar_t* keyword);
+    ~HarborFolder();
+    HarborFolder(const HarborFolder&) = delete;
+    HarborFolder& operator=(const HarborFolder&) = delete;
+
+    // A copy of a program that lies beside this one; the path of the copy.
+    std::wstring Add(const std::wstring& relative, const wchar_t* program = L"victim.exe") const;
+    [[nodiscard]] bool Has(const std::wstring& relative) const;
+    [[nodiscard]] std::wstring Path(const std::wstring& relative) const { return root + L'\\' + relative; }
+
+private:
+    std::wstring root;
+};
 
 // The key that the samples name, HKEY_CURRENT_USER\Software\Harbor Ledger, for as long as it lives.
 class HarborKey

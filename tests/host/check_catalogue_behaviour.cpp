@@ -1,4 +1,4 @@
-// What the library takes the samples' catalogues to say, and what products protect.
+// What the library takes the samples' catalogues to say.
 #include "host/check_behaviour.h"
 
 #include "catalogue/products.h"
@@ -77,24 +77,27 @@ std::vector<std::wstring> ListsOfRemoval(CProducts& products, int kind)
     return lines;
 }
 
-// The removal of one member of a family while the other stays.
-class FamilyRemoval
+// Whether the removal of Harbor Ledger, the only one installed, takes away the file of Harbor Reader.
+bool LastRemovalTakesOthers(const wchar_t* which)
 {
-public:
-    FamilyRemoval(const std::string& rule, const wchar_t* which, const std::wstring& leaving,
-                  const std::wstring& staying)
-        : pass(L"Harbor Ledger", SamplePath(rule, which + (L"\\intern\\" + leaving)), stays, nullptr)
-    {
-        stays.emplace_back(SamplePath(rule, which + (L"\\intern\\" + staying)));
-        EXPECT_TRUE(pass.Process());
-        pass.PrepareCachedOperations();
-    }
-    RemovalPass* operator->() { return &pass; }
+    const InstalledLedger ledger;
+    const HarborFolder folder(L"common_files");
+    folder.Add(L"ledger.dat");
+    folder.Add(L"reader.dat");
+    CProducts products = Loaded("exec-all-value", which);
+    for (CProduct& product : products.products)
+        product.file = SamplePath("exec-all-value", which + product.file.substr(product.file.rfind(L"\\intern\\")));
+    bool restart = false;
+    EXPECT_TRUE(products.Uninstall({L"Harbor Ledger"}, {}, 1, &restart, nullptr));
+    EXPECT_FALSE(folder.Has(L"ledger.dat"));
+    return !folder.Has(L"reader.dat");
+}
 
-private:
-    CheckList stays;
-    RemovalPass pass;
-};
+void ShowExecAllValue()
+{
+    EXPECT_TRUE(LastRemovalTakesOthers(bad));
+    EXPECT_FALSE(LastRemovalTakesOthers(good));
+}
 
 void ShowExecAllWithoutEffect()
 {
@@ -134,31 +137,6 @@ void ShowDisplayNameLength()
     EXPECT_NE(L"", FirstVersion("display-name-length", good).keyPath);
 }
 
-void ShowDescriptorMissing()
-{
-    const std::wstring missing = SamplePath("descriptor-missing", L"bad\\extern\\ledger.xml");
-    EXPECT_FALSE(CProductInstalled(missing).Process());
-    EXPECT_FALSE(SampleRemoval("descriptor-missing", L"bad\\extern\\ledger.xml").Walked());
-    EXPECT_TRUE(SampleRemoval("descriptor-missing", L"good\\extern\\harbor_ledger.xml").Walked());
-    EXPECT_TRUE(EndsIn(Loaded("descriptor-missing", bad, 2).products.at(0).file, L"\\extern\\ledger.xml"));
-}
-
-void ShowDescriptorShared()
-{
-    FamilyRemoval removal("descriptor-shared", bad, L"harbor.xml", L"harbor.xml");
-    EXPECT_TRUE(removal->IsUsedFile(removal->cachedFiles.at(0).c_str()));
-    FamilyRemoval apart("descriptor-shared", good, L"harbor.xml", L"reader.xml");
-    EXPECT_FALSE(apart->IsUsedFile(apart->cachedFiles.at(0).c_str()));
-}
-
-void ShowSharedSpelling()
-{
-    FamilyRemoval removal("shared-spelling", bad, L"ledger.xml", L"reader.xml");
-    EXPECT_FALSE(removal->IsUsedFile(removal->cachedFiles.at(0).c_str()));
-    FamilyRemoval alike("shared-spelling", good, L"ledger.xml", L"reader.xml");
-    EXPECT_TRUE(alike->IsUsedFile(alike->cachedFiles.at(0).c_str()));
-}
-
 void ShowBothCatalogues()
 {
     CProducts both = Loaded("product-in-both-catalogues", bad, 1);
@@ -179,8 +157,12 @@ constexpr Behaviour catalogueBehaviour[] = {
      }},
     {"version-without-mark",
      [] {
-         EXPECT_EQ(L"", FirstVersion("version-without-mark", bad).keyPath);
-         EXPECT_NE(L"", FirstVersion("version-without-mark", good).keyPath);
+         UninstallEntries entries;
+         entries.Add(L"HarborLedger4");
+         EXPECT_FALSE(FirstVersion("version-without-mark", bad).IsInstalled());
+         EXPECT_FALSE(FirstVersion("version-without-mark", bad).IsInstalled2());
+         EXPECT_EQ(0U, InstalledProducts(Loaded("version-without-mark", bad), 1));
+         EXPECT_EQ(1U, InstalledProducts(Loaded("version-without-mark", good), 1));
      }},
     {"mark-ignored",
      [] {
@@ -226,26 +208,14 @@ constexpr Behaviour catalogueBehaviour[] = {
          EXPECT_EQ(2U, InstalledProducts(Loaded("shared-mark", bad), 1));
          EXPECT_EQ(1U, InstalledProducts(Loaded("shared-mark", good), 1));
      }},
-    {"exec-all-value",
-     [] {
-         EXPECT_TRUE(Loaded("exec-all-value", bad).exec_all);
-         EXPECT_FALSE(Loaded("exec-all-value", good).exec_all);
-     }},
+    {"exec-all-value", &ShowExecAllValue},
     {"exec-all-repeated",
      [] {
          EXPECT_TRUE(Loaded("exec-all-repeated", bad).exec_all);
          EXPECT_FALSE(Loaded("exec-all-repeated", good).exec_all);
      }},
     {"exec-all-without-effect", &ShowExecAllWithoutEffect},
-    {"descriptor-missing", &ShowDescriptorMissing},
-    {"descriptor-shared", &ShowDescriptorShared},
     {"product-in-both-catalogues", &ShowBothCatalogues},
-    {"shared-spelling", &ShowSharedSpelling},
-    {"shared-service",
-     [] {
-         FamilyRemoval removal("shared-service", bad, L"ledger.xml", L"reader.xml");
-         EXPECT_EQ(WideStringList{L"HarborSync"}, removal->cachedDisableDrivers);
-     }},
     {"shared-unprotected", &ShowSharedUnprotected},
 };
 

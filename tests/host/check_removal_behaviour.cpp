@@ -1,31 +1,23 @@
 // What a removal records of the samples, and what it takes away.
 #include "host/check_behaviour.h"
 
-#include "check/xml_document.h"
-#include "environment/special_folder.h"
 #include "environment/wow64.h"
-#include "interpreter/entry_composer.h"
+#include "support/log_recorder.h"
 #include "support/running_victim.h"
 #include "support/shortcut_maker.h"
 #include "support/temp_tree.h"
 
 #include <gtest/gtest.h>
 
+#include <windows.h>
+
 #include <shlwapi.h>
+#include <tlhelp32.h>
 
 #include <iterator>
 
-#include <algorithm>
-
 namespace prodsweep::test {
 namespace {
-
-std::wstring Folder(const wchar_t* keyword)
-{
-    std::wstring folder;
-    EXPECT_TRUE(CSpecialFolder({}).Get(keyword, folder));
-    return folder;
-}
 
 // Carries out what the sample says; nothing in the samples that come here lies outside of what the tests made.
 void Remove(const std::string& rule, const std::wstring& file)
@@ -44,6 +36,15 @@ public:
                                                  nullptr, &key, nullptr));
         RegCloseKey(key);
     }
+    [[nodiscard]] static bool IsThere()
+    {
+        HKEY key = nullptr;
+        const bool found =
+            RegOpenKeyExW(HKEY_LOCAL_MACHINE, name, 0, KEY_READ | KEY_WOW64_32KEY, &key) == ERROR_SUCCESS;
+        if (found)
+            RegCloseKey(key);
+        return found;
+    }
     ~View32Key() { RegDeleteKeyExW(HKEY_LOCAL_MACHINE, name, KEY_WOW64_32KEY, 0); }
     View32Key(const View32Key&) = delete;
     View32Key& operator=(const View32Key&) = delete;
@@ -55,7 +56,7 @@ private:
 // What stays of a shortcut to the program in the folder that the samples name.
 bool ShortcutStays(const std::wstring& file)
 {
-    const std::wstring folder = Folder(L"local_app_data") + L"\\Harbor Ledger";
+    const std::wstring folder = FolderOf(L"local_app_data") + L"\\Harbor Ledger";
     CreateDirectoryW(folder.c_str(), nullptr);
     const std::wstring link = folder + L"\\Ledger.lnk";
     MakeShortcut(link, L"C:\\Harbor\\ledger.exe");
@@ -88,7 +89,7 @@ using LogLeft = std::pair<bool, std::size_t>;
 
 LogLeft LogAfterRemoval(const std::wstring& file)
 {
-    const std::wstring folder = Folder(L"local_app_data") + L"\\Harbor Ledger";
+    const std::wstring folder = FolderOf(L"local_app_data") + L"\\Harbor Ledger";
     const std::wstring log = folder + L"\\ledger.log";
     CreateDirectoryW(folder.c_str(), nullptr);
     CopyFileW(SamplePath("impossible-path", file).c_str(), log.c_str(), FALSE);
@@ -108,6 +109,74 @@ bool VictimStays(const std::wstring& file)
     removal->cachedFiles.clear();
     removal->ExecuteCachedOperations();
     return victim.Runs();
+}
+
+void ShowX32ViewWithoutEffect()
+{
+    const View32Key key;
+    EXPECT_FALSE(IsDetected("x32view-no-effect", L"bad.xml"));
+    EXPECT_TRUE(IsDetected("x32view-no-effect", L"good.xml"));
+    Remove("x32view-no-effect", L"bad.xml");
+    EXPECT_TRUE(key.IsThere());
+    Remove("x32view-no-effect", L"good.xml");
+    EXPECT_FALSE(key.IsThere());
+}
+
+// Detection goes on below a key whose value holds none of the texts that it looks for. That the key counts as found
+// all the same is another rule.
+bool DetectionLooksBelow(const std::wstring& data)
+{
+    const HarborKey key;
+    key.AddText({}, L"Path", data);
+    key.AddText(L"4", L"Path", L"none");
+    const LogRecorder log;
+    EXPECT_TRUE(IsDetected("data-str-terminator", L"bad.xml"));
+    return log.Count(4, "CRegKeyHelper::CheckKeySearch", LR"(RegOpenKeyEx "Software\Harbor Ledger\4" failed 0x2)") != 0;
+}
+
+void ShowDataStrTerminator()
+{
+    EXPECT_FALSE(DetectionLooksBelow(L"one.dll"));
+    EXPECT_TRUE(DetectionLooksBelow(L"two.dll"));
+    EXPECT_FALSE(KeyStays("data-str-terminator", L"bad.xml", L"one.dll"));
+    EXPECT_FALSE(KeyStays("data-str-terminator", L"bad.xml", L"two.dll"));
+    EXPECT_TRUE(KeyStays("data-str-terminator", L"bad.xml", L"none"));
+}
+
+// Ends the process of that name which this one started.
+void EndChild(const wchar_t* name)
+{
+    const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
+    PROCESSENTRY32W entry{};
+    entry.dwSize = sizeof(entry);
+    bool found = Process32FirstW(snapshot, &entry) != FALSE;
+    while (found && (entry.th32ParentProcessID != GetCurrentProcessId() || std::wstring(name) != entry.szExeFile))
+        found = Process32NextW(snapshot, &entry) != FALSE;
+    CloseHandle(snapshot);
+    ASSERT_TRUE(found);
+    const HANDLE child = OpenProcess(PROCESS_TERMINATE | SYNCHRONIZE, FALSE, entry.th32ProcessID);
+    EXPECT_TRUE(TerminateProcess(child, 0));
+    WaitForSingleObject(child, INFINITE);
+    CloseHandle(child);
+}
+
+void ShowToolNotWaitedFor()
+{
+    {
+        const HarborFolder folder(L"program_files");
+        const std::wstring tool = folder.Add(L"Ledger\\unregister.exe", L"victim.exe"); // runs on
+        SampleRemoval removal("tool-not-waited-for");
+        removal->ExecuteCachedOperations();
+        EXPECT_TRUE(Exists(tool));
+        EXPECT_EQ((WideStringList{tool, folder.Path(L"Ledger")}), removal->restartDeleteList);
+        EndChild(L"unregister.exe");
+    }
+    const HarborFolder folder(L"program_files");
+    folder.Add(L"Ledger\\unregister.exe", L"tool.exe"); // ends by itself
+    SampleRemoval removal("tool-not-waited-for", L"good.xml");
+    removal->ExecuteCachedOperations();
+    EXPECT_FALSE(folder.Has(L"Ledger"));
+    EXPECT_TRUE(removal->restartDeleteList.empty());
 }
 
 constexpr Behaviour recordedBehaviour[] = {
@@ -146,29 +215,16 @@ constexpr Behaviour recordedBehaviour[] = {
          EXPECT_TRUE(SampleRemoval("complete-str-value", L"good.xml")->cachedRegKeySearches.at(0).complete);
      }},
     {"x32view-value", [] { EXPECT_FALSE(SampleRemoval("x32view-value")->cachedRegItems.at(0).x32view); }},
-    {"x32view-no-effect",
-     [] {
-         const View32Key key;
-         EXPECT_TRUE(SampleRemoval("x32view-no-effect")->cachedRegItems.at(0).x32view);
-         EXPECT_FALSE(IsDetected("x32view-no-effect", L"bad.xml"));
-         EXPECT_TRUE(IsDetected("x32view-no-effect", L"good.xml"));
-     }},
-    {"data-str-terminator",
-     [] {
-         const WideStringList removed = SampleRemoval("data-str-terminator")->cachedRegKeySearches.at(0).data;
-         EXPECT_EQ((WideStringList{L"a", L"b"}), removed);
-         const AttributeMap entry{{L"name", L"HKCU\\x"}, {L"data_str", L"a;b"}};
-         EXPECT_EQ(WideStringList{L"a"}, ComposeRegKey(entry, DataStrReading::Terminator).data);
-     }},
     {"drivers-case",
      [] {
-         EXPECT_EQ(Folder(L"windows_system") + L"\\ledgerflt.sys", SampleRemoval("drivers-case")->cachedFiles.at(0));
-         EXPECT_EQ(Folder(L"windows_system") + L"\\drivers\\ledgerflt.sys",
+         EXPECT_EQ(FolderOf(L"windows_system") + L"\\ledgerflt.sys", SampleRemoval("drivers-case")->cachedFiles.at(0));
+         EXPECT_EQ(FolderOf(L"windows_system") + L"\\drivers\\ledgerflt.sys",
                    SampleRemoval("drivers-case", L"good.xml")->cachedFiles.at(0));
      }},
     {"keyword-x86",
      [] {
-         EXPECT_EQ(Folder(L"program_files") + L"\\Harbor\\ledger.exe", SampleRemoval("keyword-x86")->cachedFiles.at(0));
+         EXPECT_EQ(FolderOf(L"program_files") + L"\\Harbor\\ledger.exe",
+                   SampleRemoval("keyword-x86")->cachedFiles.at(0));
      }},
     {"relative-path",
      [] {
@@ -182,11 +238,11 @@ constexpr Behaviour recordedBehaviour[] = {
      }},
     // Recorded and not carried out, here.
     {"dangerous-folder",
-     [] { EXPECT_EQ(Folder(L"windows_folder"), SampleRemoval("dangerous-folder")->cachedFolders.at(0)); }},
+     [] { EXPECT_EQ(FolderOf(L"windows_folder"), SampleRemoval("dangerous-folder")->cachedFolders.at(0)); }},
     {"dangerous-key", [] { EXPECT_EQ(L"HKLM\\Software", SampleRemoval("dangerous-key")->cachedRegItems.at(0).key); }},
     {"dangerous-file",
      [] {
-         EXPECT_EQ(Folder(L"windows_system") + L"\\kernel32.dll", SampleRemoval("dangerous-file")->cachedFiles.at(0));
+         EXPECT_EQ(FolderOf(L"windows_system") + L"\\kernel32.dll", SampleRemoval("dangerous-file")->cachedFiles.at(0));
      }},
     {"dangerous-value", [] { EXPECT_EQ(L"Path", SampleRemoval("dangerous-value")->cachedRegItems.at(0).valueName); }},
     {"dangerous-process", [] { EXPECT_EQ(L"svchost.exe", SampleRemoval("dangerous-process")->cachedKills.at(0)); }},
@@ -202,13 +258,6 @@ constexpr Behaviour recordedBehaviour[] = {
          const std::wstring own = program.substr(0, program.find(L"check_samples"));
          EXPECT_EQ(L'"' + own + L"unregister.exe\" ",
                    SampleRemoval("tool-without-path")->cachedTools.at(0).commandLine);
-     }},
-    {"tool-not-waited-for",
-     [] {
-         SampleRemoval bad("tool-not-waited-for");
-         EXPECT_FALSE(bad->cachedTools.at(0).wait);
-         EXPECT_TRUE(bad->cachedTools.at(0).commandLine.starts_with(L'"' + bad->cachedFolders.at(0)));
-         EXPECT_TRUE(SampleRemoval("tool-not-waited-for", L"good.xml")->cachedTools.at(0).wait);
      }},
 };
 
@@ -258,6 +307,9 @@ std::vector<Behaviour> RemovedBehaviour()
              EXPECT_TRUE(ShortcutStays(L"bad.xml"));
              EXPECT_FALSE(ShortcutStays(L"good.xml"));
          }},
+        {"x32view-no-effect", &ShowX32ViewWithoutEffect},
+        {"data-str-terminator", &ShowDataStrTerminator},
+        {"tool-not-waited-for", &ShowToolNotWaitedFor},
         {"process-name",
          [] {
              EXPECT_TRUE(VictimStays(L"bad.xml"));

@@ -34,6 +34,13 @@ std::vector<Behaviour> CountedBehaviour()
 {
     return {
         {"not-well-formed", [] { ExpectUnreadable("not-well-formed"); }},
+        {"undeclared-prefix",
+         [] {
+             // Of the two systems Wine is the one that does not mind.
+             const bool isWine = GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+             EXPECT_EQ(isWine, SampleRemoval("undeclared-prefix").Walked());
+             EXPECT_TRUE(SampleRemoval("undeclared-prefix", L"good.xml").Walked());
+         }},
         {"wrong-root", [] { ExpectUnreadable("wrong-root"); }},
         {"version-list-missing", [] { ExpectUnreadable("version-list-missing"); }},
         {"version-list-empty",

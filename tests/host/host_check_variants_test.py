@@ -227,6 +227,56 @@ FOLDERS = {
         [], [product("a.xml"), product("b.xml", "Reader", '<v name="1" id="R"/>')],
         {"extern/a.xml": descriptor(section("del_regvalue", VALUE + ' rel_name="common_files" name="x.dll"')),
          "extern/b.xml": descriptor(section("del_regvalue", VALUE + ' rel_name="windows_system" name="x.dll"'))}, []),
+    "file in a folder that the other one spells differently": (
+        [product("a.xml"), product("b.xml", "Reader", '<v name="1" id="R"/>')], [],
+        {"intern/a.xml": beside("del_folder", 'name="C:\\H\\Shared"'),
+         "intern/b.xml": beside("del_file", 'name="C:\\H\\shared\\deep\\words.dat"')}, ["shared-spelling"] * 2),
+    "folder in the app path of the other, which is spelled differently": (
+        [product("a.xml"), product("b.xml", "Reader", '<v name="1" id="R"/>')], [],
+        {"intern/a.xml": descriptor(section("del_folder", 'path="app_path"')),
+         "intern/b.xml": beside("del_folder", 'path="program_files" name="Harbor\\ledger\\Data"')},
+        ["shared-spelling"] * 2),
+    "file in a folder that is spelled alike": (
+        [product("a.xml"), product("b.xml", "Reader", '<v name="1" id="R"/>')], [],
+        {"intern/a.xml": beside("del_folder", 'name="C:\\H\\Shared"', 'name="C:\\H\\Data\\"'),
+         "intern/b.xml": beside("del_file", 'name="C:\\H\\Shared\\Words.dat"', 'name="C:\\H\\Data\\x"',
+                                'name="C:\\H\\Sharedwords.dat"', 'name="C:\\H\\shared2\\words.dat"')}, []),
+    "files of folders with other separators": (
+        [product("a.xml"), product("b.xml", "Reader", '<v name="1" id="R"/>')], [],
+        {"intern/a.xml": beside("del_folder", 'name="C:\\H\\Shared"'),
+         "intern/b.xml": beside("del_file", 'name="C:\\H\\Shared\\deep/words.dat"', 'name="C:/H/Shared/x"')},
+        ["shared-spelling"] * 3),
+    "file in a file": (
+        [product("a.xml"), product("b.xml", "Reader", '<v name="1" id="R"/>')], [],
+        {"intern/a.xml": beside("del_file", 'name="C:\\H\\Shared"'),
+         "intern/b.xml": beside("del_file", 'name="C:\\H\\shared\\words.dat"')}, []),
+    "key below one that is spelled differently, and a value of it": (
+        [product("a.xml"), product("b.xml", "Reader", '<v name="1" id="R"/>')], [],
+        {"intern/a.xml": beside("del_regkey", 'name="HKCU\\Software\\JJ\\Shared"'),
+         "intern/b.xml": descriptor(
+             PROBE, section("del_regkey", 'name="HKEY_CURRENT_USER\\Software\\jj\\shared\\deep"'),
+             section("del_regvalue", 'key_path="HKCU\\Software\\jj\\Shared" name="C:\\a\\b.dll"'))},
+        ["shared-spelling"] * 3),
+    "key below one that is spelled alike, and a value of it": (
+        [product("a.xml"), product("b.xml", "Reader", '<v name="1" id="R"/>')], [],
+        {"intern/a.xml": beside("del_regkey", 'name="HKCU\\Software\\JJ\\Shared"'),
+         "intern/b.xml": descriptor(
+             PROBE, section("del_regkey", 'name="HKEY_CURRENT_USER\\Software\\JJ\\Shared\\deep"'),
+             section("del_regvalue", 'key_path="HKCU\\Software\\JJ\\Shared" name="C:\\a\\b.dll"'))}, []),
+    "key of another view": (
+        [product("a.xml"), product("b.xml", "Reader", '<v name="1" id="R"/>')], [],
+        {"intern/a.xml": beside("del_regkey", 'name="HKCU\\Software\\JJ" x32view="1"'),
+         "intern/b.xml": beside("del_regkey", 'name="HKCU\\Software\\JJ"')},
+        ["shared-spelling"] * 2 + ["x32view-no-effect"]),
+    "value of the name of a key": (
+        [product("a.xml"), product("b.xml", "Reader", '<v name="1" id="R"/>')], [],
+        {"intern/a.xml": beside("del_regvalue", 'key_path="HKCU\\Software" name="JJ"'),
+         "intern/b.xml": beside("del_regkey", 'name="HKCU\\Software\\jj\\deep"')}, []),
+    "folder of another maker around a file of the family": (
+        [product("a.xml")], [product("b.xml", "Reader", '<v name="1" id="R"/>')],
+        {"intern/a.xml": descriptor(section("del_file", 'path="common_files" name="Harbor\\x.dll"')),
+         "extern/b.xml": descriptor(section("del_folder", 'path="common_files" name="Harbor"'))},
+        ["shared-unprotected"] * 2),
     "file of the family and of another maker": (
         [product("a.xml")], [product("b.xml", "Reader", '<v name="1" id="R"/>')],
         {"intern/a.xml": descriptor(section("del_file", 'path="common_files" name="Harbor\\x.dll"')),
