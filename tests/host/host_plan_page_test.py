@@ -49,6 +49,13 @@ for (const element of document.querySelectorAll("body *")) {
 return worst;
 """
 
+# Where an element stands on the page, and the colour that its style says lies behind it.
+BOX = """
+const element = document.querySelector(arguments[0]);
+const {left, top, width, height} = element.getBoundingClientRect();
+return [left + scrollX, top + scrollY, width, height, getComputedStyle(element).backgroundColor];
+"""
+
 SHOWN_ITEMS = """
 return [...document.querySelectorAll(".item")].filter(item => item.checkVisibility())
   .map(item => item.querySelector(".name").textContent);
@@ -232,6 +239,33 @@ return [...document.querySelectorAll(".item")].map(item => [
                 self.assertGreaterEqual(contrast, 4.5, f"{scheme}: {kind}")
             grounds.append(self.browser.run("return getComputedStyle(document.body).backgroundColor"))
         self.assertNotEqual(*grounds)
+
+    def painted(self, selector):
+        """An element as a reader sees it: how much of it has the colour that is meant to lie behind it, and that colour."""
+        *place, ground = self.browser.run(BOX, selector)
+        pixels = [pixel for line in self.browser.picture(*place) for pixel in line]
+        ground = tuple(map(int, re.findall(r"\d+", ground)))
+        return pixels.count(ground) / len(pixels), ground
+
+    def test_box_of_the_warnings_is_painted_in_its_colour_with_its_text_in_it(self):
+        grounds = set()
+        for scheme in ["light", "dark"]:
+            with self.subTest(scheme):
+                self.browser.emulate(prefers_color_scheme=scheme)
+                share, ground = self.painted(".warn")
+                # Neither hidden behind something, nor empty.
+                self.assertGreater(share, 0.8)
+                self.assertLess(share, 0.98)
+                grounds.add(ground)
+        self.assertEqual(len(grounds), 2)
+
+    def test_margin_of_the_page_is_painted_light_or_dark(self):
+        for scheme, brightness in [("light", range(200, 256)), ("dark", range(0, 56))]:
+            with self.subTest(scheme):
+                self.browser.emulate(prefers_color_scheme=scheme)
+                colours = {pixel for line in self.browser.picture(0, 0, 8, 400) for pixel in line}
+                self.assertEqual(len(colours), 1)
+                self.assertEqual([channel for channel in colours.pop() if channel not in brightness], [])
 
     def test_it_can_be_read_without_scripts(self):
         self.browser.protocol("Emulation.setScriptExecutionDisabled", value=True)
