@@ -7,6 +7,7 @@
 #include "common/path_join.h"
 #include "forbidden_places.h"
 #include "key_name.h"
+#include "profile_list.h"
 #include "registry/split_key_path.h"
 
 namespace prodsweep {
@@ -58,16 +59,30 @@ std::vector<ForbiddenPath> ForbiddenPaths()
         for (const wchar_t* const file : ForbiddenSystemFiles())
             Add(paths, Joined(folder, file), "a file that Windows and most programs stand on");
     }
-    Add(paths, ProfilesFolder(), "the folder of all users' profiles");
+    for (const std::wstring& folder : ProfilesFolders())
+        Add(paths, folder, "the folder of all users' profiles");
     return paths;
 }
 
-std::wstring ProfilesFolder()
+std::vector<std::wstring> ProfilesFolders()
 {
+    std::vector<std::wstring> folders;
+    if (std::wstring folder = ReadProfileList().folder; !folder.empty())
+        folders.push_back(std::move(folder));
     const std::wstring profile = ShellFolder(CSIDL_PROFILE);
     const std::size_t separator = profile.find_last_of(L'\\');
     // The root of a drive is no such folder.
-    return separator == std::wstring::npos || separator < 3 ? L"" : profile.substr(0, separator);
+    if (separator != std::wstring::npos && separator >= 3)
+        folders.push_back(profile.substr(0, separator));
+    return folders;
+}
+
+std::vector<ForbiddenPath> ForbiddenPathsOfProfile(const std::wstring& root)
+{
+    std::vector<ForbiddenPath> paths;
+    for (const ForbiddenProfilePlace& place : ForbiddenProfilePlaces())
+        Add(paths, Joined(root, place.below), place.reason);
+    return paths;
 }
 
 std::vector<ForbiddenKeyName> ForbiddenKeyNames()

@@ -11,11 +11,14 @@ struct ForbiddenPath
     std::wstring path; // as the system tells it, without a separator at its end
     const char* reason;
 };
-// Of the system and this user; the folder of all profiles with them, but not what lies in it.
+// Of the system and this user; the folders of all profiles with them, but not what lies in them.
 std::vector<ForbiddenPath> ForbiddenPaths();
 
-// In which all users' profiles lie side by side. Empty when there is none.
-std::wstring ProfilesFolder();
+// The folders in which users' profiles lie side by side: the system's own, and the one around this user's profile.
+std::vector<std::wstring> ProfilesFolders();
+
+// Of one profile, and what lies in it. root: its folder, without a separator at its end.
+std::vector<ForbiddenPath> ForbiddenPathsOfProfile(const std::wstring& root);
 
 struct ForbiddenKeyName
 {

@@ -97,10 +97,11 @@ constexpr const wchar_t* systemFiles[] = {
     L"winload.exe",  L"winlogon.exe",     L"ws2_32.dll",
 };
 
-constexpr ForbiddenProfileFolder profileFolders[] = {
+constexpr ForbiddenProfilePlace profilePlaces[] = {
     {L"", "a user's profile"},
     {L"AppData", "a user's data of all programs"},
     {L"AppData\\Local", "a user's data of all programs"},
+    {L"AppData\\Local\\Microsoft\\Windows\\UsrClass.dat", "a user's settings of all programs"},
     {L"AppData\\Local\\Temp", "a user's temporary files"},
     {L"AppData\\LocalLow", "a user's data of all programs"},
     {L"AppData\\Roaming", "a user's data of all programs"},
@@ -113,6 +114,7 @@ constexpr ForbiddenProfileFolder profileFolders[] = {
     {L"Favorites", "a user's favourites"},
     {L"Links", "a user's links"},
     {L"Music", "a user's music"},
+    {L"NTUSER.DAT", "a user's settings of all programs"},
     {L"Pictures", "a user's pictures"},
     {L"Saved Games", "a user's saved games"},
     {L"Searches", "a user's searches"},
@@ -329,7 +331,7 @@ constexpr CriticalName services[] = {
 
 std::span<const ForbiddenFolder> ForbiddenFolders() { return folders; }
 
-std::span<const ForbiddenProfileFolder> ForbiddenProfileFolders() { return profileFolders; }
+std::span<const ForbiddenProfilePlace> ForbiddenProfilePlaces() { return profilePlaces; }
 
 std::span<const ForbiddenKey> ForbiddenKeys() { return keys; }
 

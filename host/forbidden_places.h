@@ -18,13 +18,13 @@ struct ForbiddenFolder
 constexpr int noShellFolder = -1;
 std::span<const ForbiddenFolder> ForbiddenFolders();
 
-// A folder that each user has, below the root of the profile.
-struct ForbiddenProfileFolder
+// A folder or file that each user has, below the root of the profile.
+struct ForbiddenProfilePlace
 {
     const wchar_t* below; // "" for the root of the profile
     const char* reason;
 };
-std::span<const ForbiddenProfileFolder> ForbiddenProfileFolders();
+std::span<const ForbiddenProfilePlace> ForbiddenProfilePlaces();
 
 // A key, by its plainest name. It stands for all others that lead to it: in either view of the registry, in
 // HKEY_CLASSES_ROOT, in any user's settings, in any control set.

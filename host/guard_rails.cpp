@@ -9,6 +9,7 @@
 #include "forbidden_names.h"
 #include "forbidden_places.h"
 #include "key_name.h"
+#include "profile_list.h"
 #include "real_path.h"
 #include "registry/split_key_path.h"
 #include "registry/value_pattern.h"
@@ -43,29 +44,36 @@ CGuardRails::CGuardRails(const std::wstring& libraryFolder)
     AddValues();
 }
 
+// Whether their users are logged on or not: those that the system knows, and what else lies beside them.
 void CGuardRails::AddProfiles()
 {
-    // All users' profiles lie side by side, whether they are logged on or not.
-    const std::wstring profiles = ProfilesFolder();
-    if (profiles.empty())
-        return;
+    for (const std::wstring& root : ReadProfileList().roots)
+        AddProfile(root);
+    for (const std::wstring& folder : ProfilesFolders())
+        AddProfilesIn(folder);
+}
+
+void CGuardRails::AddProfilesIn(const std::wstring& folder)
+{
     WIN32_FIND_DATAW entry{};
-    auto* const find = FindFirstFileW((profiles + L"\\*").c_str(), &entry);
+    auto* const find = FindFirstFileW((folder + L"\\*").c_str(), &entry);
     if (find == INVALID_HANDLE_VALUE)
         return;
     do
     {
         const std::wstring name = entry.cFileName;
         if (name != L"." && name != L".." && (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
-            AddProfile(profiles + L'\\' + name);
+            AddProfile(folder + L'\\' + name);
     } while (FindNextFileW(find, &entry));
     FindClose(find);
 }
 
 void CGuardRails::AddProfile(const std::wstring& root)
 {
-    for (const ForbiddenProfileFolder& folder : ForbiddenProfileFolders())
-        AddPath(*folder.below == L'\0' ? root : root + L'\\' + folder.below, folder.reason);
+    if (!profiles.insert(ToLower(root)).second)
+        return;
+    for (const ForbiddenPath& path : ForbiddenPathsOfProfile(root))
+        AddPath(path.path, path.reason);
 }
 
 void CGuardRails::AddKeys()

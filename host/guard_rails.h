@@ -61,12 +61,14 @@ private:
     void AddPath(const std::wstring& path, const char* reason);
     void AddSpelling(const std::wstring& path, const ForbiddenPlace& place);
     void AddProfiles();
+    void AddProfilesIn(const std::wstring& folder);
     void AddProfile(const std::wstring& root);
     void AddKeys();
     void AddValues();
     const ForbiddenPlace* OfText(const std::wstring& path) const;
 
     std::map<std::wstring, std::optional<FolderIdentity>> asked; // folders above the places, in lower case
+    std::set<std::wstring> profiles;                             // that were added, in lower case
     std::vector<Path> paths;
     std::vector<Key> keys;
     std::vector<Value> values;

@@ -1,6 +1,7 @@
 #include "check/system_places.h"
 
 #include <algorithm>
+#include <optional>
 #include <vector>
 
 #include <shlwapi.h>
@@ -11,6 +12,7 @@
 #include "forbidden_places.h"
 #include "interpreter/attribute_map.h"
 #include "key_name.h"
+#include "profile_list.h"
 #include "registry/value_pattern.h"
 #include "text.h"
 
@@ -47,6 +49,11 @@ const std::vector<Place>& Paths()
         std::vector<Place> all;
         for (const ForbiddenPath& path : ForbiddenPaths())
             all.push_back({PlainPath(path.path), path.reason});
+        for (const std::wstring& root : ReadProfileList().roots)
+        {
+            for (const ForbiddenPath& path : ForbiddenPathsOfProfile(root))
+                all.push_back({PlainPath(path.path), path.reason});
+        }
         return all;
     }();
     return places;
@@ -63,18 +70,37 @@ const char* PlaceAtOrBelow(const std::wstring& item, const std::vector<Place>& p
     return found != places.end() ? found->what.c_str() : nullptr;
 }
 
-// All users' profiles lie side by side; a user of that machine may be none of this one.
-const char* ProfileFolder(const std::wstring& path)
+bool IsSame(const std::wstring& item, const std::wstring& place) { return item == place; }
+
+// What follows the user's name in a path within this folder of profiles. Nothing: it is no such path.
+std::optional<std::wstring> BelowProfileIn(const std::wstring& profiles, const std::wstring& path)
 {
-    static const std::wstring profiles = PlainPath(ProfilesFolder());
-    if (profiles.empty() || !IsAtOrAbove(profiles, path) || path.size() == profiles.size())
-        return nullptr;
+    if (!IsAtOrAbove(profiles, path) || path.size() == profiles.size())
+        return std::nullopt;
     const std::size_t user = path.find(L'\\', profiles.size() + 1);
-    const std::wstring below = user == std::wstring::npos ? std::wstring() : path.substr(user + 1);
-    for (const ForbiddenProfileFolder& row : ForbiddenProfileFolders())
+    return user == std::wstring::npos ? std::wstring() : path.substr(user + 1);
+}
+
+// Profiles lie side by side; a user of that machine may be none of this one. The reason of the first place that
+// is meant by what follows the user's name; else null.
+const char* ProfilePlace(const std::wstring& path, bool (*isMeant)(const std::wstring&, const std::wstring&))
+{
+    static const std::vector<std::wstring> folders = [] {
+        std::vector<std::wstring> all;
+        for (const std::wstring& folder : ProfilesFolders())
+            all.push_back(PlainPath(folder));
+        return all;
+    }();
+    for (const std::wstring& folder : folders)
     {
-        if (below.empty() || IsAtOrAbove(below, ToLower(row.below)))
-            return row.reason;
+        const std::optional<std::wstring> below = BelowProfileIn(folder, path);
+        if (!below)
+            continue;
+        for (const ForbiddenProfilePlace& row : ForbiddenProfilePlaces())
+        {
+            if (isMeant(*below, ToLower(row.below)))
+                return row.reason;
+        }
     }
     return nullptr;
 }
@@ -87,7 +113,7 @@ const char* SystemFolder(const std::wstring& path)
     if (PathIsRootW(plain.c_str()))
         return "a whole drive or share";
     const char* const what = PlaceAtOrBelow(plain, Paths());
-    return what != nullptr ? what : ProfileFolder(plain);
+    return what != nullptr ? what : ProfilePlace(plain, IsAtOrAbove);
 }
 
 const char* SystemFile(const std::wstring& path)
@@ -95,7 +121,7 @@ const char* SystemFile(const std::wstring& path)
     const std::wstring plain = PlainPath(path);
     const auto found =
         std::find_if(Paths().begin(), Paths().end(), [&](const Place& place) { return place.text == plain; });
-    return found != Paths().end() ? found->what.c_str() : nullptr;
+    return found != Paths().end() ? found->what.c_str() : ProfilePlace(plain, IsSame);
 }
 
 const char* SystemKey(const KeyText& key)

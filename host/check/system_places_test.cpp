@@ -6,6 +6,7 @@
 
 #include "forbidden_names.h"
 #include "forbidden_places.h"
+#include "profile_list.h"
 
 namespace prodsweep {
 namespace {
@@ -37,6 +38,22 @@ TEST(SystemPlacesTest, KeysOfTheUserAndOfTheHardwareProfileAreKnownAsThoseOfTheM
         EXPECT_NE(nullptr, SystemKey(SplitKeyText(key))) << key;
     for (const wchar_t* const key : {L"HKCU\\System\\Anvil", L"HKCC\\Software\\Anvil", L"HKCU\\Software\\Anvil"})
         EXPECT_EQ(nullptr, SystemKey(SplitKeyText(key))) << key;
+}
+
+TEST(SystemPlacesTest, PlacesOfAnyProfileAreKnownAndTheirNeighboursAreNot)
+{
+    std::vector<std::wstring> profiles = ReadProfileList().roots;
+    ASSERT_FALSE(profiles.empty());
+    for (const std::wstring& folder : ProfilesFolders())
+        profiles.push_back(folder + L"\\nobody of this machine");
+    for (const std::wstring& profile : profiles)
+    {
+        EXPECT_NE(nullptr, SystemFolder(profile)) << profile;
+        EXPECT_NE(nullptr, SystemFolder(profile + L"\\appdata")) << profile;
+        EXPECT_EQ(nullptr, SystemFolder(profile + L"\\AppData\\Local\\Anvil")) << profile;
+        EXPECT_STREQ("a user's settings of all programs", SystemFile(profile + L"\\ntuser.dat")) << profile;
+        EXPECT_EQ(nullptr, SystemFile(profile + L"\\anvil.dat")) << profile;
+    }
 }
 
 TEST(SystemPlacesTest, NeighboursOfSuchPlacesAreNot)

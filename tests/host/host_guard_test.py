@@ -1,5 +1,6 @@
 """The guard rails of prodsweep uninstall: what it refuses to start, and that nothing is touched then."""
 import json
+import os
 import unittest
 from xml.sax.saxutils import quoteattr
 
@@ -197,6 +198,20 @@ class Guarded(unittest.TestCase):
     def test_folder_above_the_library_is_refused(self):
         self.folders(self.host.path("intern\\..\\.."))
         self.assert_refused(self.uninstall(), "is or holds", self.host.path("intern")[:-len("\\intern")])
+
+    def test_profile_is_refused_wherever_the_system_says_that_it_lies(self):
+        key = f"HKLM\\{MICROSOFT}\\Windows NT\\CurrentVersion\\ProfileList\\S-1-5-21-{os.getpid()}"
+        self.addCleanup(run, "reg", "delete", key, "/f")
+        run("reg", "add", key, "/v", "ProfileImagePath", "/t", "REG_EXPAND_SZ", "/d", self.host.path("users\\jo"), "/f")
+        self.folders(self.host.path("users\\jo\\AppData\\Roaming\\Anvil"))
+        self.assertEqual(self.dangers(), [])
+        self.assert_each_is_refused("del_folder", {
+            "profiles": (self.host.path("users"), "a user's profile"),
+            "profile": (self.host.path("users\\jo"), "a user's profile"),
+            "desktop": (self.host.path("users\\jo\\Desktop"), "a user's desktop"),
+            "data": (self.host.path("users\\jo\\AppData\\Roaming"), "a user's data of all programs")})
+        self.assert_each_is_refused("del_file", {
+            "settings": (self.host.path("users\\jo\\ntuser.dat"), "a user's settings of all programs")})
 
     def test_files_of_the_library_are_refused(self):
         self.host.write("log.dll", "x")
