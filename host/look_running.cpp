@@ -117,6 +117,10 @@ void LookAtModule(PlannedItem& item, const std::wstring& path, const wchar_t* ex
         item.reason = "an earlier product of this sweep takes it along";
         context.Warn(item.name, "It is deleted with \"" + item.by + "\" before it can run.");
     }
+    else
+    {
+        item.mark = DigestOfFile(IsFile(path) ? path : path + extension);
+    }
 }
 
 // A module without a folder is looked for in the library's.

@@ -1,5 +1,6 @@
 """prodsweep plan: what it says of a removal, and that a saved plan holds only for the machine that it was made on."""
 import json
+import os
 import subprocess
 import time
 import unittest
@@ -534,6 +535,20 @@ class Saved(Planned):
         time.sleep(0.01)
         self.host.write("app/a.txt", "y")
         self.assert_refused(self.path("app"), "something in it has changed")
+
+    def test_replaced_tool_or_dll_is_drift_whatever_its_time(self):
+        tools = [self.host.write(name, "x") for name in ["tools/clean.exe", "tools/clean.dll"]]
+        self.host.write("intern/Anvil.xml", descriptor(
+            section("del_folder", entry(name=self.path("app"))),
+            section("exec_tool", entry(tool_name="tools\\clean", wait="yes"),
+                    entry(module="tools\\clean.dll", method_name="Clean"))))
+        for tool in tools:
+            with self.subTest(tool.name):
+                self.host.run("plan", "Anvil", "--save", self.path("saved.json"))
+                before = tool.stat()
+                tool.write_text("y", encoding="utf-8")
+                os.utime(tool, ns=(before.st_atime_ns, before.st_mtime_ns))
+                self.assert_refused(self.path("tools/clean"), "something in it has changed")
 
     def test_other_descriptor_is_drift(self):
         self.host.write("intern/Anvil.xml", descriptor(section("del_folder", entry(name=self.path("app")))))
