@@ -15,6 +15,9 @@
 
 namespace prodsweep {
 
+// So many things of one item are looked at. The same ones each time, so that a saved plan can be compared.
+constexpr std::uint64_t mostThings = 1'000'000;
+
 struct LookContext
 {
     const CUsers& users;
@@ -27,6 +30,7 @@ struct LookContext
     CSweptPlaces& swept; // the looks add what their items take
     PlannedProduct& product;
     Plan& plan; // the looks add dangers and warnings
+    std::uint64_t most = mostThings;
 
     void Warn(const std::string& item, const std::string& sentence) const
     {
@@ -44,10 +48,13 @@ struct LookContext
     {
         plan.dangers.push_back({product.name, item, leadsTo, place.name, place.reason});
     }
+    // A forbidden place may be among what was not looked at.
+    void EndangerUnjudged(const std::string& item) const
+    {
+        plan.dangers.push_back({product.name, item, "", item, "too large to be judged: not all in it was looked at"});
+    }
 };
 
-// So many things of one item are looked at. The same ones each time, so that a saved plan can be compared.
-constexpr std::uint64_t mostThings = 1'000'000;
 // So many files of one item are tried for being open in a program.
 constexpr std::uint64_t mostOpenTries = 100'000;
 // So many parts of one item are listed.

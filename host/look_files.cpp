@@ -167,9 +167,12 @@ void CFolderLook::Run()
     std::size_t staying = 0;
     for (WalkStep step = walk.Next(); step != WalkStep::End; step = walk.Next())
     {
-        if (++things > mostThings)
+        // Each thing gives rise to one of these.
+        const bool isThing = step == WalkStep::Met || step == WalkStep::File;
+        if (isThing && ++things > context.most)
         {
             item.contents.complete = false;
+            context.EndangerUnjudged(item.name);
             break;
         }
         bool stays = false;

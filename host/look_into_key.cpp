@@ -31,6 +31,8 @@ public:
     // True: it stays, for itself or for what is below it.
     bool Run(const KeyPlace& place) { return RunKey(place, {}); }
     std::string Mark() { return digest.Text(); }
+    // There is more than was looked at.
+    bool IsCutOff() const { return isCutOff; }
     // Why a key stays that is not in use; else null.
     const char* Obstacle() const { return obstacle; }
 
@@ -50,6 +52,7 @@ private:
     const LookContext& context;
     CDigest digest;
     std::uint64_t things = 0;
+    bool isCutOff = false;
     const char* obstacle = nullptr;
 };
 
@@ -97,9 +100,10 @@ bool CKeyLook::RunSubkeys(const KeyPlace& place, HKEY key, const std::wstring& n
     bool stays = false;
     for (const std::wstring& name : names)
     {
-        if (things > mostThings)
+        if (things >= context.most)
         {
             item.contents.complete = false;
+            isCutOff = true;
             break;
         }
         KeyPlace child = place;
@@ -189,6 +193,8 @@ void LookInto(PlannedItem& item, const KeyPlace& place, bool x32view, const Look
         context.WarnOnce(item.name, "The installed product \"" + user + "\" uses this key as well, and is not asked.");
     CKeyLook look(item, x32view, context);
     const bool stays = look.Run(place);
+    if (look.IsCutOff())
+        context.EndangerUnjudged(item.name);
     if (look.Obstacle() != nullptr)
     {
         item.state = ItemState::Fails;

@@ -313,6 +313,29 @@ TEST_F(LookRegistryTest, ValueThatIsNotInALockedKeyIsAbsentAndWhereNobodyMayLook
     EXPECT_EQ(ItemState::Fails, LookAtValueOf(L"a\\free", L"Path").state);
 }
 
+TEST_F(LookRegistryTest, KeyWithMoreInItThanIsLookedAtIsADanger)
+{
+    const auto lookAtMost = [&](const std::wstring& key, std::uint64_t most) {
+        LookContext less = context;
+        less.most = most;
+        PlannedItem item;
+        item.name = ToUtf8(key);
+        LookAtKey(item, {box.Path(key), {}, false, false}, less);
+        return item.contents.complete;
+    };
+    // A key, its value, and a key in it.
+    box.AddText(L"b", L"Path", L"x");
+    box.AddKey(L"b\\sub");
+    EXPECT_TRUE(lookAtMost(L"b", 3));
+    EXPECT_TRUE(plan.dangers.empty());
+    box.AddText(L"c", L"Path", L"x");
+    box.AddKey(L"c\\sub");
+    EXPECT_FALSE(lookAtMost(L"c", 2));
+    ASSERT_EQ(1u, plan.dangers.size());
+    EXPECT_EQ("c", plan.dangers[0].item);
+    EXPECT_EQ("too large to be judged: not all in it was looked at", plan.dangers[0].reason);
+}
+
 TEST_F(LookRegistryTest, LookChangesNoTimeOfAKey)
 {
     const auto lastWrite = [&] {

@@ -26,6 +26,13 @@ TEST(FindObjectionsTest, DangersAreToldWithWhereTheyLead)
     EXPECT_EQ("\"C:\\users\\x\" of \"Anvil\" is or holds \"C:\\users\\x\\Desktop\", a user's desktop", objections[2]);
 }
 
+TEST(FindObjectionsTest, WhatIsTooLargeToBeJudgedIsToldAsThat)
+{
+    Plan plan;
+    plan.dangers.push_back({"Anvil", "C:\\x", "", "C:\\x", "too large to be judged"});
+    EXPECT_EQ("\"C:\\x\" of \"Anvil\" is too large to be judged", FindObjections(plan, {}).at(0));
+}
+
 TEST(FindObjectionsTest, CountsBeyondTheLimitsAreToldAndSoIsWhatWasNotCounted)
 {
     Plan plan;
