@@ -66,6 +66,29 @@ void AddPath(const EntryPlace& place, std::vector<NamedThing>& things)
     things.push_back(std::move(thing));
 }
 
+// Whichever they are, they lie in the folder and are known by its spelling. A path that ends like a shortcut's is one.
+void AddShortcuts(const EntryPlace& place, std::vector<NamedThing>& things)
+{
+    if (!place.section.Is(L"del_shortcut") || LiesSomewhere(place, L"rel_shortcut"))
+        return;
+    const ShortcutEntry entry = ComposeShortcut(place.entry.attributes, place.version.appPath);
+    if (entry.fault != EntryFault::None || entry.shortcut.empty())
+        return;
+    NamedThing thing = ThingAt(place, NamedThing::Kind::Path);
+    thing.spelled = WithoutSeparatorAtEnd(entry.shortcut);
+    thing.plain = WithoutSeparatorAtEnd(Lowered(AbsolutePath(entry.shortcut)));
+    thing.parent = thing.plain.ends_with(L".lnk") ? ParentLength(thing.plain) : thing.plain.size();
+    if (thing.parent == thing.plain.size())
+    {
+        // Two products share what lies in one folder if they look for the same target there.
+        thing.spelled += L"\\*.lnk";
+        thing.plain += L"\\*" + Lowered(entry.target);
+        if (LiesSomewhere(place, L"rel_target"))
+            thing.plain += L'*' + thing.file->path;
+    }
+    things.push_back(std::move(thing));
+}
+
 void AddKey(const EntryPlace& place, std::vector<NamedThing>& things)
 {
     if (!place.section.Is(L"del_regkey"))
@@ -120,6 +143,7 @@ std::vector<NamedThing> ThingsOf(const DescriptorModel& model)
     for (const EntryPlace& place : ListedEntriesOf(model))
     {
         AddPath(place, things);
+        AddShortcuts(place, things);
         AddKey(place, things);
         AddValue(place, things);
         AddService(place, things);

@@ -27,7 +27,7 @@ struct NamedThing
     Position at;
 };
 
-// All but what searches would find, and what lies in an app path that only the machine knows.
+// All but what searches of keys would find, and what lies in an app path that only the machine knows.
 std::vector<NamedThing> ThingsOf(const DescriptorModel& model);
 
 // The plain texts of all folders or keys around the thing, the nearest first.

@@ -2,6 +2,7 @@
 #include "host/check_behaviour.h"
 
 #include "support/com_scope.h"
+#include "support/shortcut_maker.h"
 
 #include <gtest/gtest.h>
 
@@ -107,6 +108,29 @@ TEST(SharedKeyTest, EmptyKeyBelowAnotherIsKnownByTheLongNameOfItsHive)
 {
     EXPECT_TRUE(EmptyKeyStays("HKEY_CURRENT_USER"));
     EXPECT_FALSE(EmptyKeyStays("HKCU"));
+}
+
+// Whether a shortcut outlives the removal of the folder around it, while a product stays that finds it by this name of
+// the folder.
+bool ShortcutStays(const std::string& name)
+{
+    const ComScope com;
+    const HarborFolder folder(L"common_files");
+    folder.Add(L"Shared\\reader.exe");
+    MakeShortcut(folder.Path(L"Shared\\Reader.lnk"), folder.Path(L"Shared\\reader.exe"));
+    const CheckList stays{Staying("<s op_code='del_shortcut'><e rel_shortcut='common_files' path='" + name +
+                                  "' target_name='reader.exe'/></s>")};
+    RemovalPass removal(L"Harbor Ledger", SamplePath("shared-spelling", L"good\\intern\\ledger.xml"), stays, nullptr);
+    EXPECT_TRUE(removal.Process());
+    removal.ExecuteCachedOperations();
+    EXPECT_FALSE(folder.Has(L"Shared\\reader.exe"));
+    return folder.Has(L"Shared\\Reader.lnk");
+}
+
+TEST(SharedFolderTest, ShortcutIsKnownByTheSpellingOfItsFolder)
+{
+    EXPECT_TRUE(ShortcutStays("Harbor\\Shared"));
+    EXPECT_FALSE(ShortcutStays("Harbor\\shared"));
 }
 
 constexpr Behaviour familyBehaviour[] = {

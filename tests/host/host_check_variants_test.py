@@ -192,6 +192,14 @@ def catalogue(*products):
 
 UNINSTALL = "Microsoft\\Windows\\CurrentVersion\\Uninstall"
 
+PAIR = [product("a.xml"), product("b.xml", "Reader", '<v name="1" id="R"/>')]
+
+
+def shortcuts(path, target):
+    return beside("del_shortcut", f'rel_shortcut="common_app_data" path="{path}" target_name="{target}"',
+                  attributes=NO_MINIMUM)
+
+
 # Products of the family, of other makers, and the files that they lie in.
 FOLDERS = {
     "descriptors whose names differ in case": (
@@ -220,56 +228,76 @@ FOLDERS = {
         [], [product("a.xml", versions='<v name="1" id="Ledger"/>')], {"extern/a.xml": descriptor(
             PROBE, section("del_regkey", f'name="HKLM\\SOFTWARE\\WOW6432Node\\{UNINSTALL}\\Ledger"'))}, []),
     "shared key with two names of its hive": (
-        [product("a.xml"), product("b.xml", "Reader", '<v name="1" id="R"/>')], [],
+        PAIR, [],
         {"intern/a.xml": beside("del_regkey", 'name="HKCU\\Software\\Shared"'),
          "intern/b.xml": beside("del_regkey", 'name="HKEY_CURRENT_USER\\Software\\Shared"')}, []),
     "values of one name in two folders": (
-        [], [product("a.xml"), product("b.xml", "Reader", '<v name="1" id="R"/>')],
+        [], PAIR,
         {"extern/a.xml": descriptor(section("del_regvalue", VALUE + ' rel_name="common_files" name="x.dll"')),
          "extern/b.xml": descriptor(section("del_regvalue", VALUE + ' rel_name="windows_system" name="x.dll"'))}, []),
     "file in a folder that the other one spells differently": (
-        [product("a.xml"), product("b.xml", "Reader", '<v name="1" id="R"/>')], [],
+        PAIR, [],
         {"intern/a.xml": beside("del_folder", 'name="C:\\H\\Shared"'),
          "intern/b.xml": beside("del_file", 'name="C:\\H\\shared\\deep\\words.dat"')}, ["shared-spelling"] * 2),
     "folder in the app path of the other, which is spelled differently": (
-        [product("a.xml"), product("b.xml", "Reader", '<v name="1" id="R"/>')], [],
+        PAIR, [],
         {"intern/a.xml": descriptor(section("del_folder", 'path="app_path"')),
          "intern/b.xml": beside("del_folder", 'path="program_files" name="Harbor\\ledger\\Data"')},
         ["shared-spelling"] * 2),
     "file in a folder that is spelled alike": (
-        [product("a.xml"), product("b.xml", "Reader", '<v name="1" id="R"/>')], [],
+        PAIR, [],
         {"intern/a.xml": beside("del_folder", 'name="C:\\H\\Shared"', 'name="C:\\H\\Data\\"'),
          "intern/b.xml": beside("del_file", 'name="C:\\H\\Shared\\Words.dat"', 'name="C:\\H\\Data\\x"',
                                 'name="C:\\H\\Sharedwords.dat"', 'name="C:\\H\\shared2\\words.dat"')}, []),
     "files of folders with other separators": (
-        [product("a.xml"), product("b.xml", "Reader", '<v name="1" id="R"/>')], [],
+        PAIR, [],
         {"intern/a.xml": beside("del_folder", 'name="C:\\H\\Shared"'),
          "intern/b.xml": beside("del_file", 'name="C:\\H\\Shared\\deep/words.dat"', 'name="C:/H/Shared/x"')},
         ["shared-spelling"] * 3),
+    "shortcuts in a folder that the other one spells differently": (
+        PAIR, [],
+        {"intern/a.xml": beside("del_folder", 'path="common_app_data" name="Harbor"'),
+         "intern/b.xml": shortcuts("harbor", "a.exe")}, ["shared-spelling"] * 2),
+    "shortcut in a folder that the other one spells differently": (
+        PAIR, [],
+        {"intern/a.xml": beside("del_folder", 'path="common_app_data" name="Harbor"'),
+         "intern/b.xml": shortcuts("harbor\\x.lnk", "a.exe")}, ["shared-spelling"] * 2),
+    "shortcuts in a folder that is spelled alike": (
+        PAIR, [],
+        {"intern/a.xml": beside("del_folder", 'path="common_app_data" name="Harbor"'),
+         "intern/b.xml": shortcuts("Harbor", "a.exe")}, []),
+    "the same shortcuts in one folder with two spellings": (
+        PAIR, [],
+        {"intern/a.xml": shortcuts("Harbor", "a.exe"),
+         "intern/b.xml": shortcuts("harbor", "A.exe")}, ["shared-spelling"] * 2),
+    "other shortcuts in one folder with two spellings": (
+        PAIR, [],
+        {"intern/a.xml": shortcuts("Harbor", "a.exe"),
+         "intern/b.xml": shortcuts("harbor", "b.exe")}, []),
     "file in a file": (
-        [product("a.xml"), product("b.xml", "Reader", '<v name="1" id="R"/>')], [],
+        PAIR, [],
         {"intern/a.xml": beside("del_file", 'name="C:\\H\\Shared"'),
          "intern/b.xml": beside("del_file", 'name="C:\\H\\shared\\words.dat"')}, []),
     "key below one that is spelled differently, and a value of it": (
-        [product("a.xml"), product("b.xml", "Reader", '<v name="1" id="R"/>')], [],
+        PAIR, [],
         {"intern/a.xml": beside("del_regkey", 'name="HKCU\\Software\\JJ\\Shared"'),
          "intern/b.xml": descriptor(
              PROBE, section("del_regkey", 'name="HKEY_CURRENT_USER\\Software\\jj\\shared\\deep"'),
              section("del_regvalue", 'key_path="HKCU\\Software\\jj\\Shared" name="C:\\a\\b.dll"'))},
         ["shared-spelling"] * 3),
     "key below one that is spelled alike, and a value of it": (
-        [product("a.xml"), product("b.xml", "Reader", '<v name="1" id="R"/>')], [],
+        PAIR, [],
         {"intern/a.xml": beside("del_regkey", 'name="HKCU\\Software\\JJ\\Shared"'),
          "intern/b.xml": descriptor(
              PROBE, section("del_regkey", 'name="HKEY_CURRENT_USER\\Software\\JJ\\Shared\\deep"'),
              section("del_regvalue", 'key_path="HKCU\\Software\\JJ\\Shared" name="C:\\a\\b.dll"'))}, []),
     "key of another view": (
-        [product("a.xml"), product("b.xml", "Reader", '<v name="1" id="R"/>')], [],
+        PAIR, [],
         {"intern/a.xml": beside("del_regkey", 'name="HKCU\\Software\\JJ" x32view="1"'),
          "intern/b.xml": beside("del_regkey", 'name="HKCU\\Software\\JJ"')},
         ["shared-spelling"] * 2 + ["x32view-no-effect"]),
     "value of the name of a key": (
-        [product("a.xml"), product("b.xml", "Reader", '<v name="1" id="R"/>')], [],
+        PAIR, [],
         {"intern/a.xml": beside("del_regvalue", 'key_path="HKCU\\Software" name="JJ"'),
          "intern/b.xml": beside("del_regkey", 'name="HKCU\\Software\\jj\\deep"')}, []),
     "folder of another maker around a file of the family": (
