@@ -4,6 +4,7 @@ The folder "check" has samples for each rule: "bad" triggers it and "good" does 
 say what is to be found in it, and that must be found and nothing else.
 """
 import json
+import os
 import re
 import shutil
 import subprocess
@@ -250,6 +251,17 @@ wrong.xml:1:122: error: "del_fiel" is no op_code. Is "del_file" meant? [unknown-
             "<uninstall_information>", '<uninstall_information xmlns:xsi="http://www.w3.org/2001/XMLSchema-instance" '
             'xsi:noNamespaceSchemaLocation="../schema/descriptor.xsd">'))
         self.assertEqual(self.check("schema.xml").out_text(), "Nothing found in 1 file.\n")
+
+    def test_profile_is_dangerous_wherever_the_system_says_that_it_lies(self):
+        folder = self.host.path("users\\jo\\Desktop")
+        self.host.write("profile.xml", GOOD.replace(
+            "<f op", f"<g op_code='del_folder' minimum_score='1'><e name='{folder}'/></g><f op"))
+        self.assertEqual(self.check("profile.xml").out_text(), "Nothing found in 1 file.\n")
+        key = "HKLM\\Software\\Microsoft\\Windows NT\\CurrentVersion\\ProfileList\\S-1-5-21-" + str(os.getpid())
+        self.addCleanup(windows.run, "reg", "delete", key, "/f")
+        windows.run("reg", "add", key, "/v", "ProfileImagePath", "/d", self.host.path("users\\jo"), "/f")
+        found = json.loads(self.check("profile.xml", "--format", "json").out)["findings"]
+        self.assertEqual([finding["rule"] for finding in found], ["dangerous-folder"])
 
     def test_empty_marks_are_found(self):
         # An empty id is the list of installed programs itself, which is always there.
