@@ -1,13 +1,34 @@
 #include "command_line.h"
 
 #include <algorithm>
+#include <charconv>
 
 #include <CLI/CLI.hpp>
 
 #include "exit_codes.h"
 #include "failure.h"
+#include "parse_fault.h"
+#include "text.h"
 
 namespace prodsweep {
+
+namespace {
+
+// The parser itself would take "-1" for a very large number, "" for 0 and "0x10" for 16, and who sets a limit must get
+// that limit.
+std::uint64_t ReadNumber(const std::string& name, const std::string& text)
+{
+    std::uint64_t number = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number);
+    if (error == std::errc::result_out_of_range)
+        throw CFailure(exitBadArguments, name + ": the number \"" + text + "\" is too large.");
+    if (error != std::errc() || stop != end)
+        throw CFailure(exitBadArguments, name + " takes a whole number in digits, and not \"" + text + "\".");
+    return number;
+}
+
+} // namespace
 
 void COptions::AddFlag(const char* names, bool& isSet, const char* help) { parser->add_flag(names, isSet, help); }
 
@@ -18,13 +39,19 @@ void COptions::AddText(const char* name, std::string& value, const char* valueNa
 
 void COptions::AddNumber(const char* name, std::uint64_t& value, const char* valueName, const char* help)
 {
-    parser->add_option(name, value, help)->type_name(valueName);
+    const auto read = [&value, name = std::string(name)](const std::string& text) { value = ReadNumber(name, text); };
+    parser->add_option_function<std::string>(name, read, help)->type_name(valueName);
 }
 
 void COptions::AddChoice(const char* name, std::string& value, const std::vector<std::string>& words,
                          const char* valueName, const char* help)
 {
-    parser->add_option(name, value, help)->check(CLI::IsMember(words))->type_name(valueName);
+    const auto check = [name = std::string(name), words](const std::string& text) {
+        if (std::find(words.begin(), words.end(), text) == words.end())
+            throw CFailure(exitBadArguments, name + " knows no \"" + text + "\": say " + Listed(words) + '.');
+        return std::string();
+    };
+    parser->add_option(name, value, help)->check(check)->type_name(valueName);
 }
 
 void COptions::AddOperand(const char* name, std::string& value, const char* help)
@@ -94,7 +121,7 @@ std::optional<std::string> CCommandLine::Read(std::vector<std::string> arguments
     }
     catch (const CLI::ParseError& error)
     {
-        throw CFailure(exitBadArguments, std::string(error.what()) + " (see prodsweep --help)");
+        throw CFailure(exitBadArguments, ParseFault(*parser, error) + " (see prodsweep --help).");
     }
 }
 

@@ -131,4 +131,12 @@ std::string Printable(std::string_view utf8)
     return ToUtf8(text);
 }
 
+std::string Listed(const std::vector<std::string>& words)
+{
+    std::string text;
+    for (std::size_t i = 0; i < words.size(); ++i)
+        text += (i == 0 ? "" : i + 1 == words.size() ? " or " : ", ") + words[i];
+    return text;
+}
+
 } // namespace prodsweep

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace prodsweep {
 
@@ -24,5 +25,8 @@ std::string CutToWidth(std::string_view utf8, std::size_t columns);
 // The text on one line: control characters, by which a name out of a catalogue could steer the
 // reader's terminal, become U+FFFD.
 std::string Printable(std::string_view utf8);
+
+// "own, other or all"
+std::string Listed(const std::vector<std::string>& words);
 
 } // namespace prodsweep

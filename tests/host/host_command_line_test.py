@@ -66,6 +66,45 @@ class CommandLine(unittest.TestCase):
             with self.subTest(word):
                 self.assertIn(word, self.host.run(*arguments).err_text())
 
+    def test_refusal_says_in_plain_words_what_was_wrong(self):
+        for arguments, sentence in [
+                ([], "say what to do: list, explain, plan, uninstall, pending or check"),
+                (["lst"], '"lst" is no command; say list, explain, plan, uninstall, pending or check'),
+                (["--json", "list"], '"--json" has to stand behind list'),
+                (["--jsn"], '"--jsn" is no option of this program; say what to do: list, explain, plan, uninstall, pending '
+                            'or check'),
+                (["list", "--instaled"], '"--instaled" is no option of list'),
+                (["list", "Halvane Notes"], 'list has no use for "Halvane Notes"'),
+                (["list", "--kind"], "--kind needs a value"),
+                (["list", "--kind", "own", "--kind", "other"], "--kind was given more than once"),
+                (["pending", "--check", "a", "--check", "b"], "--check was given more than once"),
+                (["pending", "--cancel", "a", "--check", "a"], "--check does not go together with --cancel"),
+                (["--log-level", "all", "list"], "--log-level goes only with --log"),
+                (["explain"], "explain needs a PRODUCT")]:
+            with self.subTest(arguments):
+                ended = self.host.run(*arguments)
+                self.assertEqual((ended.code, ended.err_text()),
+                                 (87, f"prodsweep: {sentence} (see prodsweep --help).\n"))
+        self.assertEqual(self.host.run("list", "--kind", "mine").err_text(),
+                         'prodsweep: --kind knows no "mine": say own, other or all.\n')
+
+    def test_number_is_digits_alone_and_no_other_text_sets_a_limit(self):
+        for option in ["--max-files", "--max-keys"]:
+            for text in ["-1", "+3", " 3", "3 ", "0x10", "1e3", "3.0", "1'000", "many", ""]:
+                with self.subTest(option, text=text):
+                    ended = self.host.run("uninstall", "--yes", "Anvil", option, text)
+                    self.assertEqual((ended.code, ended.err_text()), (
+                        87, f'prodsweep: {option} takes a whole number in digits, and not "{text}".\n'))
+            for text in ["18446744073709551616", "99999999999999999999999"]:
+                with self.subTest(option, text=text):
+                    ended = self.host.run("uninstall", "--yes", "Anvil", f"{option}={text}")
+                    self.assertEqual((ended.code, ended.err_text()),
+                                     (87, f'prodsweep: {option}: the number "{text}" is too large.\n'))
+            for text in ["0", "010", "18446744073709551615"]:
+                with self.subTest(option, text=text):
+                    # That is as far as the command line goes: the product is in no catalogue.
+                    self.assertEqual(self.host.run("uninstall", "--yes", "Anvil", option, text).code, 1605 % 256)
+
     def test_wildcards_are_left_to_the_program(self):
         ended = self.host.run("list", "--library", self.host.path("*.dll"))
         self.assertEqual(ended.code, 2)

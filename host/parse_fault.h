@@ -1,0 +1,16 @@
+// What was wrong with a command line, in this program's own words.
+#pragma once
+
+#include <string>
+
+namespace CLI {
+class App;
+class ParseError;
+} // namespace CLI
+
+namespace prodsweep {
+
+// A clause without full stop. app is the parser that met it.
+std::string ParseFault(const CLI::App& app, const CLI::ParseError& error);
+
+} // namespace prodsweep
