@@ -37,16 +37,24 @@ RunningRemoval running;
 
 void Hear(int32_t event, int32_t code, const void* value)
 {
-    if (event == PRODSWEEP_EVENT_PRODUCT && value != nullptr && running.watcher != nullptr)
-        running.watcher->ProductBegins(ToUtf8(static_cast<const wchar_t*>(value)));
+    std::vector<ProductRun>& runs = running.result->runs;
+    if (event == PRODSWEEP_EVENT_PRODUCT && value != nullptr)
+    {
+        runs.push_back({ToUtf8(static_cast<const wchar_t*>(value)), {}, false});
+        if (running.watcher != nullptr)
+            running.watcher->ProductBegins(runs.back().product);
+    }
+    // What comes before the first product is about the catalogue.
+    if (runs.empty())
+        return;
     if (event == PRODSWEEP_EVENT_DESCRIPTOR && code == PRODSWEEP_LOAD_DONE)
-        running.result->descriptorRead = true;
+        runs.back().descriptorRead = true;
     const char* const name = StageName(event);
     if (name == nullptr)
         return;
-    running.result->stages.push_back({name, code == 0});
+    runs.back().stages.push_back({name, code == 0});
     if (running.watcher != nullptr)
-        running.watcher->StageEnds(running.result->stages.back());
+        running.watcher->StageEnds(runs.back().stages.back());
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// The removal of one product through the library, and what it told meanwhile.
+// A removal through the library, and what it told meanwhile.
 #pragma once
 
 #include <functional>
@@ -16,12 +16,21 @@ struct StageReport
     bool done = true;  // false: something in it failed
 };
 
+// What was told between the beginning of one product and that of the next.
+struct ProductRun
+{
+    std::string product;
+    std::vector<StageReport> stages;
+    bool descriptorRead = false; // its descriptor was walked
+};
+
 struct RemovalResult
 {
     bool success = false; // what the library returned; no proof that the product is gone
     bool restart = false;
-    std::vector<StageReport> stages;
-    bool descriptorRead = false; // at least one descriptor was walked
+    // In their order. One removal may run the descriptors of several products: those of a whole catalogue, or of all
+    // others when the last of a kind goes.
+    std::vector<ProductRun> runs;
 };
 
 // A stage's name for people; null for an event that reports no stage.

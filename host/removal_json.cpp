@@ -25,11 +25,16 @@ const char* OutcomeWord(Outcome outcome)
     return "not installed";
 }
 
-Json ProductAsJson(const ProductOutcome& product)
+Json StagesAsJson(const std::vector<StageReport>& stages)
 {
     Json events = Json::array();
-    for (const StageReport& stage : product.stages)
+    for (const StageReport& stage : stages)
         events.push_back({{"stage", stage.stage}, {"done", stage.done}});
+    return events;
+}
+
+Json ProductAsJson(const ProductOutcome& product)
+{
     Json stayed = Json::array();
     for (const StayedItem& item : product.stayed)
         stayed.push_back({{"kind", item.kind}, {"name", item.name}, {"user", item.user}});
@@ -37,7 +42,7 @@ Json ProductAsJson(const ProductOutcome& product)
             {"kind", KindName(product.kind)},
             {"outcome", OutcomeWord(product.outcome)},
             {"reason", product.reason.empty() ? Json() : Json(product.reason)},
-            {"events", std::move(events)},
+            {"events", StagesAsJson(product.stages)},
             {"stayed", std::move(stayed)}};
 }
 
@@ -54,6 +59,12 @@ std::string RemovalAsJson(const RemovalReport& report)
     Json& products = json["products"] = Json::array();
     for (const ProductOutcome& product : report.products)
         products.push_back(ProductAsJson(product));
+    Json& cleanedUp = json["cleanedUp"] = Json::array();
+    for (const CleanedUp& product : report.cleanedUp)
+        cleanedUp.push_back({{"name", product.name},
+                             {"kind", KindName(product.kind)},
+                             {"descriptorRead", product.descriptorRead},
+                             {"events", StagesAsJson(product.stages)}});
     return ReportText(json);
 }
 

@@ -1,6 +1,7 @@
 #include "removal_report.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "exit_codes.h"
 #include "plan.h"
@@ -33,9 +34,21 @@ void AddStayed(std::vector<StayedItem>& stayed, const PlannedItem& item)
 
 } // namespace
 
-ProductOutcome JudgeRemoval(const Product& before, const Product* after, const RemovalResult& result)
+ProductRun TakeRun(RemovalResult& result, const Product& product)
 {
-    ProductOutcome outcome{before.name, before.kind, Outcome::Gone, {}, result.stages, {}};
+    const auto found = std::find_if(result.runs.begin(), result.runs.end(),
+                                    [&](const ProductRun& run) { return run.product == product.name; });
+    if (found == result.runs.end())
+        return {product.name, {}, false};
+    ProductRun run = std::move(*found);
+    result.runs.erase(found);
+    return run;
+}
+
+ProductOutcome JudgeRemoval(const Product& before, const Product* after, const RemovalResult& result,
+                            const ProductRun& run)
+{
+    ProductOutcome outcome{before.name, before.kind, Outcome::Gone, {}, run.stages, {}};
     if (after == nullptr)
     {
         if (result.restart)
@@ -57,8 +70,14 @@ ProductOutcome JudgeRemoval(const Product& before, const Product* after, const R
         return outcome;
     }
     outcome.outcome = Outcome::Remains;
-    outcome.reason = result.descriptorRead ? MarkOf(*after) : "its descriptor cannot be read; " + MarkOf(*after);
+    outcome.reason = run.descriptorRead ? MarkOf(*after) : "its descriptor cannot be read; " + MarkOf(*after);
     return outcome;
+}
+
+void AddCleanedUp(RemovalReport& report, const std::vector<ProductRun>& runs, int kind)
+{
+    for (const ProductRun& run : runs)
+        report.cleanedUp.push_back({run.product, kind, run.stages, run.descriptorRead});
 }
 
 void AddStayed(RemovalReport& report, const Plan& plan)

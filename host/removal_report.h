@@ -38,18 +38,36 @@ struct ProductOutcome
     std::vector<StayedItem> stayed;
 };
 
+// A product whose descriptor was run with the last of its kind, to clear away what it may have left. Nobody chose it.
+struct CleanedUp
+{
+    std::string name;
+    int kind = 0; // PRODSWEEP_KIND_...
+    std::vector<StageReport> stages;
+    bool descriptorRead = false;
+};
+
 struct RemovalReport
 {
     std::string library;
     std::vector<ProductOutcome> products;
-    bool failed = false;  // the library said so, or something remains
-    bool restart = false; // a restart of the machine is needed to finish
+    std::vector<CleanedUp> cleanedUp; // in the order in which they were run
+    bool failed = false;              // the library said so, or something remains
+    bool restart = false;             // a restart of the machine is needed to finish
     double seconds = 0;
     std::vector<std::string> lifted; // what would have kept the removal from being started, and was allowed
 };
 
-// Judges one product by its state after the removal: null when it is not found any more.
-ProductOutcome JudgeRemoval(const Product& before, const Product* after, const RemovalResult& result);
+// Takes the product's own run out of what its removal told; empty when it was not reached.
+ProductRun TakeRun(RemovalResult& result, const Product& product);
+
+// Judges one product by its state after the removal: null when it is not found any more. result: of the call that
+// removed it; run: its own part of that.
+ProductOutcome JudgeRemoval(const Product& before, const Product* after, const RemovalResult& result,
+                            const ProductRun& run);
+
+// Tells of the runs that no chosen product has taken.
+void AddCleanedUp(RemovalReport& report, const std::vector<ProductRun>& runs, int kind);
 
 // Tells of each product what the plan left alone.
 void AddStayed(RemovalReport& report, const Plan& plan);

@@ -15,6 +15,7 @@
 #include "planner.h"
 #include "progress_bar.h"
 #include "removal_guard.h"
+#include "removal_question.h"
 #include "text.h"
 
 namespace prodsweep {
@@ -23,7 +24,11 @@ namespace {
 
 constexpr const char* footer = R"(
 The removal is planned first, as the command plan does. It is refused (exit code 1603, nothing touched) when an item
-is a place that must not go or lies above one, such as a drive, the folder of Windows or HKLM\\Software.
+is a place that must not go or lies above one, such as a drive, the folder of Windows or HKLM\Software. After the
+answer it is planned once more, since the machine may have changed while the question waited.
+
+When the last installed product of a kind goes, all others of its catalogue may be cleaned up with it. The question and
+the report name them.
 
 Afterwards the products are looked for again, and the exit code tells what was seen.
 The machine is never restarted.
@@ -38,8 +43,9 @@ The machine is never restarted.
   products  name, kind ("own" or "other"),
     outcome  "gone", "gone after restart", "remains" or "not installed"
     reason   a sentence, or null
-    events   what the stages of the removal reported: stage, done (true or false)
+    events   what its stages reported: stage, done (true or false)
     stayed   what the plan left alone since it is in use: kind, name, user (a product)
+  cleanedUp  those that were cleaned up with the last of a kind: name, kind, descriptorRead, events
 After a failure the object holds format and error (code, message) instead.
 )";
 
@@ -56,12 +62,9 @@ void Tell(const std::string& sentence)
 }
 
 // Throws CFailure unless the answer is yes.
-void Ask(const std::vector<Product>& products, const COutput& out)
+void Ask(const Plan& plan, const COutput& out)
 {
-    std::string question = "These products will be removed:\n";
-    for (const Product& product : products)
-        question += "  " + Printable(product.name) + "\n";
-    if (!out.Write(question + "Remove them? [y/N] "))
+    if (!out.Write(QuestionText(plan)))
         throw CFailure(exitNotWritten, "the question cannot be written.");
     const std::optional<bool> answer = ReadYesOrNo();
     if (!answer)
@@ -85,27 +88,31 @@ RemovalResult SweepProduct(const CLibrary& library, const PlanSelection& selecti
                            IRemovalWatcher* watcher)
 {
     if (!IsDealtWith(selection, product))
-        return {true, false, {}, true};
+        return {true, false, {}};
     const auto removal = [&](bool* restart, UninstallCallback callback) {
         return library.Uninstall(product, selection.force, restart, callback);
     };
     return RunRemoval(removal, watcher);
 }
 
-// Looks again, for what came of it.
+// Looks again, for what came of it. results: of the one call for a whole catalogue, or one for each product.
 void Judge(const CLibrary& library, const PlanSelection& selection, const std::vector<Product>& products,
-           const std::vector<RemovalResult>& results, RemovalReport& report)
+           std::vector<RemovalResult> results, RemovalReport& report)
 {
     const std::vector<Product> installed = library.InstalledProducts(FlagsOf(selection));
     for (std::size_t i = 0; i < products.size(); ++i)
     {
-        ProductOutcome outcome = JudgeRemoval(products[i], FindProduct(installed, products[i]), results[i]);
+        RemovalResult& result = IsWholeCatalogue(selection) ? results.front() : results[i];
+        const ProductRun run = TakeRun(result, products[i]);
+        ProductOutcome outcome = JudgeRemoval(products[i], FindProduct(installed, products[i]), result, run);
         if (!IsDealtWith(selection, products[i]))
             outcome.outcome = Outcome::NotInstalled;
-        report.failed = report.failed || !results[i].success || outcome.outcome == Outcome::Remains;
-        report.restart = report.restart || results[i].restart;
+        report.failed = report.failed || !result.success || outcome.outcome == Outcome::Remains;
+        report.restart = report.restart || result.restart;
         report.products.push_back(std::move(outcome));
     }
+    for (std::size_t i = 0; i < results.size() && i < products.size(); ++i)
+        AddCleanedUp(report, results[i].runs, products[i].kind);
 }
 
 RemovalReport ReportOfNothing(const std::vector<Product>& products)
@@ -148,7 +155,7 @@ PlanSelection CUninstallCommand::Selection()
     return saved.selection;
 }
 
-Plan CUninstallCommand::Prepare(const CLibrary& library, RemovalReport& report) const
+Plan CUninstallCommand::Prepare(const CLibrary& library, std::vector<std::string>& lifted) const
 {
     Plan plan = MakePlan(library, selection, OpenFiles::LeftAlone);
     if (!saved.json.is_null())
@@ -162,26 +169,46 @@ Plan CUninstallCommand::Prepare(const CLibrary& library, RemovalReport& report) 
         limits.maxFiles = maxFiles;
     if (options.IsGiven("--max-keys"))
         limits.maxKeys = maxKeys;
-    report.lifted = FindObjections(plan, limits);
-    if (!report.lifted.empty() && !allowDangerous)
+    lifted = FindObjections(plan, limits);
+    if (!lifted.empty() && !allowDangerous)
     {
-        const std::size_t more = report.lifted.size() - 1;
+        const std::size_t more = lifted.size() - 1;
         throw CFailure(exitRemovalFailed,
-                       report.lifted.front() +
-                           (more == 0 ? "" : " (and " + std::to_string(more) + " more of the kind)") +
+                       lifted.front() + (more == 0 ? "" : " (and " + std::to_string(more) + " more of the kind)") +
                            "; nothing was removed, since only --allow-dangerous allows it.");
     }
-    for (const std::string& objection : report.lifted)
+    return plan;
+}
+
+void CUninstallCommand::TellOf(const Plan& plan, const std::vector<std::string>& lifted) const
+{
+    for (const std::string& objection : lifted)
         Tell("--allow-dangerous: " + objection + '.');
     for (const PlanWarning& warning : plan.warnings)
     {
         if (!quiet)
             Tell("warning: " + WarningSentence(warning));
     }
+}
+
+Plan CUninstallCommand::PrepareAgain(const CLibrary& library, const Plan& asked,
+                                     const std::vector<std::string>& liftedBefore) const
+{
+    std::vector<std::string> lifted;
+    Plan plan = Prepare(library, lifted);
+    std::string change = FindUnasked(asked, plan);
+    for (const std::string& objection : lifted)
+    {
+        if (std::find(liftedBefore.begin(), liftedBefore.end(), objection) == liftedBefore.end())
+            change = objection;
+    }
+    if (!change.empty())
+        throw CFailure(exitRemovalFailed,
+                       "the machine changed while the question waited: " + change + "; nothing was removed.");
     return plan;
 }
 
-RemovalReport CUninstallCommand::Remove(const CLibrary& library, const std::vector<Product>& products,
+RemovalReport CUninstallCommand::Remove(const CLibrary& library, std::vector<Product> products,
                                         const COutput& out) const
 {
     if (!HasAdministratorRights())
@@ -190,9 +217,14 @@ RemovalReport CUninstallCommand::Remove(const CLibrary& library, const std::vect
     if (!lock.IsOurs())
         throw CFailure(exitRemovalRunning, "another removal by this program is running.");
     RemovalReport report;
-    const Plan plan = Prepare(library, report);
+    Plan plan = Prepare(library, report.lifted);
+    TellOf(plan, report.lifted);
     if (!yes)
-        Ask(products, json ? StandardError() : out);
+    {
+        Ask(plan, json ? StandardError() : out);
+        plan = PrepareAgain(library, plan, report.lifted);
+        products = ChosenProducts(selection, library);
+    }
     if (json)
         KeepOutputToOurselves();
     const auto start = std::chrono::steady_clock::now();
@@ -210,7 +242,7 @@ std::vector<RemovalResult> CUninstallCommand::Sweep(const CLibrary& library, con
         bar = std::make_unique<CProgressBar>(out, [&] { return library.ProgressPercent(); });
     // One call for a whole catalogue; one a product for names, since only so the restart is told.
     if (IsWholeCatalogue(selection))
-        return std::vector(products.size(), SweepCatalogue(library, selection, bar.get()));
+        return {SweepCatalogue(library, selection, bar.get())};
     std::vector<RemovalResult> results;
     results.reserve(products.size());
     for (const Product& product : products)

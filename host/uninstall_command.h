@@ -30,11 +30,15 @@ private:
     void CheckOptions() const;
     // From the saved plan when there is one. Throws CFailure.
     PlanSelection Selection();
-    // Plans, and throws CFailure when something keeps the removal from being started. Tells what it lets pass.
-    Plan Prepare(const CLibrary& library, RemovalReport& report) const;
+    // Plans, and throws CFailure when something keeps the removal from being started. lifted: what would have, and is
+    // allowed.
+    Plan Prepare(const CLibrary& library, std::vector<std::string>& lifted) const;
+    void TellOf(const Plan& plan, const std::vector<std::string>& lifted) const;
+    // The same after a question, which may have waited for hours. Throws CFailure also for what it did not tell of.
+    Plan PrepareAgain(const CLibrary& library, const Plan& asked, const std::vector<std::string>& liftedBefore) const;
     // From the lock to the second look. Throws CFailure.
-    RemovalReport Remove(const CLibrary& library, const std::vector<Product>& products, const COutput& out) const;
-    // One result for each product.
+    RemovalReport Remove(const CLibrary& library, std::vector<Product> products, const COutput& out) const;
+    // One result for a whole catalogue, or one for each product.
     std::vector<RemovalResult> Sweep(const CLibrary& library, const std::vector<Product>& products,
                                      const COutput& out) const;
 

@@ -4,7 +4,7 @@ import re
 import unittest
 
 from terminal import COLUMNS, Terminal
-from windows import Installation, REPORTS, product, windows_path
+from windows import Installation, REPORTS, UserKey, product, run, windows_path
 
 import pyreport
 
@@ -72,6 +72,73 @@ class OnAConsole(unittest.TestCase):
                 terminal.type(answer + "\r")
                 self.assertEqual(terminal.wait(), 1602 % 256)
                 self.assertEqual(self.bars(terminal), [])
+
+    def answer_after(self, change, *arguments):
+        """Says yes, but only after the machine has changed. What the program said last, on one line."""
+        terminal = self.uninstall("Anvil", *arguments)
+        terminal.wait_for(QUESTION[-1])
+        change()
+        terminal.type("y\r")
+        self.assertEqual(terminal.wait(), 1603 % 256)
+        self.assertEqual(self.bars(terminal), [])
+        return terminal.err_text()
+
+    def folder_to_go(self, folder):
+        self.host.write("intern/descriptor.xml", DESCRIPTOR.replace(
+            "</win_nt>", f"<s op_code='del_folder'><e name='{self.host.path(folder)}'/></s></win_nt>"))
+
+    def test_place_that_leads_to_what_must_not_go_by_the_time_of_the_answer_is_refused(self):
+        self.folder_to_go("app")
+        link = self.host.folder / "app"
+        refusal = self.answer_after(lambda: link.symlink_to(self.host.folder / "intern"))
+        self.assertRegex(refusal, r'" leads to "[^"]+intern", which is [^\n]+; nothing was removed')
+        self.assertTrue((link / "descriptor.xml").exists())
+
+    def test_danger_that_came_while_the_question_waited_is_not_among_those_that_were_allowed(self):
+        self.folder_to_go("app")
+        link = self.host.folder / "app"
+        refusal = self.answer_after(lambda: link.symlink_to(self.host.folder / "intern"), "--allow-dangerous")
+        self.assertRegex(refusal, r"\Aprodsweep: the machine changed while the question waited: [^\n]+intern[^\n]+; "
+                                  r"nothing was removed\.\n\Z")
+        self.assertTrue((link / "descriptor.xml").exists())
+
+    def test_limit_that_is_passed_by_the_time_of_the_answer_holds(self):
+        self.folder_to_go("app")
+        new = self.host.folder / "app" / "new.txt"
+        refusal = self.answer_after(lambda: self.host.write("app/new.txt", "x"), "--max-files", "0")
+        self.assertIn("it would take 1 files, and --max-files allows 0; nothing was removed", refusal)
+        self.assertTrue(new.exists())
+
+    def test_saved_plan_is_held_to_until_the_answer(self):
+        self.folder_to_go("app")
+        plan = self.host.path("saved.json")
+        self.assertEqual(self.host.run("plan", "--force", "Anvil", "--save", plan).code, 0)
+        terminal = Terminal(windows_path(self.host.program), "uninstall", "--plan", plan)
+        self.addCleanup(terminal.close)
+        terminal.wait_for(QUESTION[-1])
+        new = self.host.write("app/new.txt", "x")
+        terminal.type("y\r")
+        self.assertEqual(terminal.wait(), 1603 % 256)
+        self.assertIn('"absent"; nothing was removed', terminal.err_text())
+        self.assertTrue(new.exists())
+
+    def test_product_that_the_question_did_not_name_is_not_cleaned_up(self):
+        """The one that is asked for becomes the last of its family only while the question waits."""
+        key = UserKey("console")
+        self.addCleanup(key.close)
+        for name in ["Anvil", "Bellows"]:
+            key.add_version(name)
+        self.host.catalogues(own=[product(name, key.version("1", name), file="descriptor.xml")
+                                  for name in ["Anvil", "Bellows"]])
+        terminal = Terminal(windows_path(self.host.program), "uninstall", "Anvil")
+        self.addCleanup(terminal.close)
+        terminal.wait_for(QUESTION[-1])
+        run("reg", "delete", rf"{key.path}\Bellows", "/f")
+        terminal.type("y\r")
+        self.assertEqual(terminal.wait(), 1603 % 256)
+        self.assertEqual(terminal.err_text(),
+                         'prodsweep: the machine changed while the question waited: "Bellows" would be cleaned up as '
+                         'well; nothing was removed.\n')
 
     def test_quiet_shows_nothing_at_all(self):
         terminal = self.uninstall("--yes", "--quiet", "Anvil")

@@ -69,6 +69,52 @@ class Uninstalling(unittest.TestCase):
         self.assertFalse((self.host.folder / "own").exists())
         self.assertTrue((self.host.folder / "shared" / "common.dll").exists())
 
+    def last_of_the_family(self):
+        """The one that is installed, and one of which only a folder is left."""
+        for name in ["own/a.dll", "left/over.txt"]:
+            self.host.write(name, "x")
+        self.install("Anvil", section("del_folder", f"<e name='{self.host.path('own')}'/>"))
+        self.host.write("intern/Bellows.xml",
+                        descriptor(section("del_folder", f"<e name='{self.host.path('left')}'/>")))
+        self.catalogue("Anvil", "Bellows", "Chisel")
+
+    def test_what_is_cleaned_up_with_the_last_of_the_family_is_told_apart(self):
+        self.last_of_the_family()
+        ended = self.uninstall("Anvil")
+        self.assertFalse((self.host.folder / "left").exists())
+        # The descriptor of the third is missing, and the library calls that a failure of the removal.
+        self.assertEqual((ended.code, ended.out_text()), (
+            seen(1603), "Anvil: gone (it is not found any more, though its removal reported a failure)\n"
+            "  folders             done\n  registry keys       done\n  registry values     done\n"
+            "Bellows: cleaned up with the last of kind own\n  folders             done\n"
+            "Chisel: cleaned up with the last of kind own (its descriptor cannot be read; nothing was done)\n"))
+
+    def test_json_tells_which_stages_belong_to_what_was_cleaned_up(self):
+        self.last_of_the_family()
+        report = json.loads(self.uninstall("--all-installed", "--kind", "own", "--json").out_text())
+        self.assertEqual([(entry["name"], [event["stage"] for event in entry["events"]]) for entry in report["products"]],
+                         [("Anvil", ["folders", "registry keys", "registry values"])])
+        self.assertEqual(report["cleanedUp"], [
+            {"name": "Bellows", "kind": "own", "descriptorRead": True, "events": [{"stage": "folders", "done": True}]},
+            {"name": "Chisel", "kind": "own", "descriptorRead": False, "events": []}])
+
+    def test_each_product_of_a_whole_catalogue_has_its_own_stages(self):
+        self.host.write("own/a.dll", "x")
+        self.install("Anvil", section("del_folder", f"<e name='{self.host.path('own')}'/>"))
+        self.install("Bellows")
+        self.catalogue("Anvil", "Bellows")
+        report = json.loads(self.uninstall("--all-installed", "--kind", "own", "--json").out_text())
+        self.assertEqual([[event["stage"] for event in entry["events"]] for entry in report["products"]],
+                         [["folders", "registry keys", "registry values"], ["registry keys", "registry values"]])
+        self.assertEqual(report["cleanedUp"], [])
+
+    def test_question_names_what_is_cleaned_up_and_not_what_is_passed_over(self):
+        self.last_of_the_family()
+        ended = self.host.run("uninstall", "Anvil", "Chisel")
+        self.assertEqual(ended.out_text(), "These products will be removed:\n  Anvil\n"
+                         "With the last of their kind, these will be cleaned up as well:\n  Bellows\n  Chisel\n"
+                         "Remove them? [y/N] ")
+
     def test_second_run_is_quiet(self):
         self.install("Anvil")
         self.install("Bellows")
@@ -164,7 +210,8 @@ class Uninstalling(unittest.TestCase):
         self.install("Bellows")
         self.catalogue("Anvil", "Bellows")
         report = json.loads(self.uninstall("Anvil", "--json").out_text())
-        self.assertEqual(list(report), ["format", "library", "exitCode", "restart", "seconds", "lifted", "products"])
+        self.assertEqual(list(report), ["format", "library", "exitCode", "restart", "seconds", "lifted", "products",
+                                        "cleanedUp"])
         self.assertEqual(report["products"], [{
             "name": "Anvil", "kind": "own", "outcome": "gone", "reason": None,
             "events": [{"stage": "registry keys", "done": True}, {"stage": "registry values", "done": True}],

@@ -6,6 +6,7 @@ import re
 import select
 import struct
 import subprocess
+import tempfile
 import termios
 import time
 import tty
@@ -82,8 +83,9 @@ class Terminal:
         # The console edits the line itself; Wine leaves the terminal's own editing on.
         tty.setraw(inner)
         fcntl.ioctl(inner, termios.TIOCSWINSZ, struct.pack("HHHH", ROWS, COLUMNS, 0, 0))
+        self.errors = tempfile.TemporaryFile()
         self.process = subprocess.Popen(
-            [ROOT / "cmake" / "wine", program, *arguments], stdin=inner, stdout=inner, stderr=subprocess.DEVNULL,
+            [ROOT / "cmake" / "wine", program, *arguments], stdin=inner, stdout=inner, stderr=self.errors,
             cwd=BUILD, env={**os.environ, "TERM": "xterm", "LC_ALL": "C.UTF-8"}, start_new_session=True)
         os.close(inner)
         self.deadline = time.monotonic() + TIMEOUT
@@ -115,7 +117,13 @@ class Terminal:
             pass
         return self.process.wait(TIMEOUT)
 
+    def err_text(self):
+        """What it has written to standard error, which is not this terminal."""
+        self.errors.seek(0)
+        return b"".join(line for line in self.errors if not line.startswith(b"wine: ")).decode("utf-8")
+
     def close(self):
+        self.errors.close()
         os.close(self.terminal)
         if self.process.poll() is None:
             self.process.kill()
