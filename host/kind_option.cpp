@@ -33,6 +33,13 @@ std::vector<std::string> KindNames()
     return names;
 }
 
+const KindChoice* FindKind(const std::string& name)
+{
+    const auto* const found = std::find_if(std::begin(kindChoices), std::end(kindChoices),
+                                           [&](const KindChoice& choice) { return choice.name == name; });
+    return found == std::end(kindChoices) ? nullptr : found;
+}
+
 } // namespace
 
 void AddKindOption(COptions& options, std::string& kind)
@@ -41,12 +48,12 @@ void AddKindOption(COptions& options, std::string& kind)
                       "own: the maker's family; other: other makers' products; all (default)");
 }
 
+bool IsKindName(const std::string& kind) { return FindKind(kind) != nullptr; }
+
 int FlagsOfKind(const std::string& kind)
 {
-    // The parser let no other name through.
-    return std::find_if(std::begin(kindChoices), std::end(kindChoices),
-                        [&](const KindChoice& choice) { return choice.name == kind; })
-        ->flags;
+    const KindChoice* const choice = FindKind(kind);
+    return choice == nullptr ? 0 : choice->flags;
 }
 
 } // namespace prodsweep

@@ -37,6 +37,18 @@ std::string MachineName()
     return GetComputerNameExW(ComputerNameDnsHostname, name, &length) ? ToUtf8({name, length}) : std::string();
 }
 
+// What is named twice goes once, and a saved plan has no use for the second.
+std::vector<std::string> WithoutRepeated(const std::vector<std::string>& names)
+{
+    std::vector<std::string> once;
+    for (const std::string& name : names)
+    {
+        if (std::find(once.begin(), once.end(), name) == once.end())
+            once.push_back(name);
+    }
+    return once;
+}
+
 // Plans one product after the other, as they would go.
 class CPlanner
 {
@@ -243,6 +255,7 @@ Plan MakePlan(const CLibrary& library, const PlanSelection& selection, OpenFiles
         plan.machine = MachineName();
         plan.made = Now();
         plan.selection = selection;
+        plan.selection.names = WithoutRepeated(selection.names);
         CPlanner planner(library, openFiles, plan);
         const std::vector<Product> chosen = ChosenProducts(selection, library);
         if (IsWholeCatalogue(selection))

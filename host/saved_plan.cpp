@@ -9,6 +9,7 @@
 #include "failure.h"
 #include "module_path.h"
 #include "plan_report.h"
+#include "saved_plan_shape.h"
 #include "text.h"
 #include "whole_file.h"
 
@@ -184,15 +185,17 @@ SavedPlan ReadSavedPlan(const std::string& path)
             throw CFailure(exitBadCatalogue, "\"" + path + "\" is a report of another kind, and no plan.");
         if (saved.json.at("format") != NewReport().at("format"))
             throw CFailure(exitBadCatalogue, "the plan \"" + path + "\" is of another format than this program's.");
-        saved.selection = ReadSelection(saved.json.at("selection"));
-        // Read once as it will be compared, so that what is missing shows here.
-        static_cast<void>(FindDrift(saved.json, saved.json));
-        return saved;
+        if (HasPlanShape(saved.json))
+        {
+            saved.selection = ReadSelection(saved.json.at("selection"));
+            return saved;
+        }
     }
     catch (const Json::exception&)
     {
-        throw CFailure(exitBadCatalogue, "\"" + path + "\" is no plan that this program has saved.");
+        // Not even an object with the first two of them.
     }
+    throw CFailure(exitBadCatalogue, "\"" + path + "\" is no plan that this program has saved.");
 }
 
 std::string FindDrift(const Json& saved, const Json& now)

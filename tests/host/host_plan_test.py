@@ -575,6 +575,9 @@ class Saved(Planned):
             "other report": (json.dumps({"format": 1, "products": []}), 13),
             "without selection": (json.dumps({**plan, "selection": None}), 13),
             "products of another kind": (json.dumps({**plan, "products": [1]}), 13),
+            "unknown kind": (json.dumps({**plan, "selection": {**plan["selection"], "kind": "mine"}}), 13),
+            "no names": (json.dumps({**plan, "selection": {**plan["selection"], "names": []}}), 13),
+            "the same name twice": (json.dumps({**plan, "selection": {**plan["selection"], "names": ["Anvil"] * 2}}), 13),
             "without products": (json.dumps({key: plan[key] for key in plan if key != "products"}), 13),
         }
         for name, (text, code) in cases.items():
@@ -586,6 +589,11 @@ class Saved(Planned):
         self.saved.unlink()
         self.assertEqual(self.uninstall().code, 87)
         self.assertTrue((self.host.folder / "app" / "a.txt").exists())
+
+    def test_product_that_was_named_twice_goes_once(self):
+        self.host.run("plan", "Anvil", "Anvil", "--save", self.path("saved.json"))
+        self.assertEqual(json.loads(self.saved.read_text(encoding="utf-8"))["selection"]["names"], ["Anvil"])
+        self.assertEqual(self.uninstall().code, 0)
 
     def test_plan_says_what_is_removed_and_nothing_else_does(self):
         for arguments in [["Anvil"], ["--kind", "own"], ["--force"], ["--all-installed"], ["--force-all"]]:
