@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <iterator>
+
 namespace prodsweep::test {
 namespace {
 
@@ -28,62 +30,61 @@ void ExpectUnreadable(const std::string& rule)
     EXPECT_TRUE(SampleRemoval(rule, L"good.xml").Walked());
 }
 
+constexpr Behaviour countedBehaviour[] = {
+    {"not-well-formed", [] { ExpectUnreadable("not-well-formed"); }},
+    {"undeclared-prefix",
+     [] {
+         // Of the two systems Wine is the one that does not mind.
+         const bool isWine = GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+         EXPECT_EQ(isWine, SampleRemoval("undeclared-prefix").Walked());
+         EXPECT_TRUE(SampleRemoval("undeclared-prefix", L"good.xml").Walked());
+     }},
+    {"wrong-root", [] { ExpectUnreadable("wrong-root"); }},
+    {"version-list-missing", [] { ExpectUnreadable("version-list-missing"); }},
+    {"version-list-empty",
+     [] {
+         ExpectOperations("version-list-empty", 0, 1);
+         EXPECT_TRUE(SampleRemoval("version-list-empty").Walked());
+         EXPECT_FALSE(IsDetected("version-list-empty", L"bad.xml"));
+     }},
+    {"document-type", [] { ExpectOperations("document-type", 0, 2); }},
+    {"unknown-element", [] { ExpectOperations("unknown-element", 1, 2); }},
+    {"missing-attribute", [] { ExpectOperations("missing-attribute", 1, 2); }},
+    {"repeated-element", [] { ExpectOperations("repeated-element", 1, 2); }},
+    {"version-without-win-nt", [] { ExpectOperations("version-without-win-nt", 0, 1); }},
+    {"app-path-unset", [] { ExpectOperations("app-path-unset", 0, 1); }},
+    {"comment-in-section", [] { ExpectOperations("comment-in-section", 1, 2); }},
+    {"section-without-op-code", [] { ExpectOperations("section-without-op-code", 0, 1); }},
+    {"unknown-op-code", [] { ExpectOperations("unknown-op-code", 0, 1); }},
+    {"sleep-element", [] { ExpectOperations("sleep-element", 1, 2); }},
+    {"os-never", [] { ExpectOperations("os-never", 1, 2); }},
+    {"os-value", [] { ExpectOperations("os-value", 2, 2); }},
+    {"unknown-keyword", [] { ExpectOperations("unknown-keyword", 0, 1); }},
+    {"app-path-case", [] { ExpectOperations("app-path-case", 0, 1); }},
+    {"pruned-folder", [] { ExpectOperations("pruned-folder", 1, 2); }},
+    {"pruned-key", [] { ExpectOperations("pruned-key", 1, 2); }},
+    {"version-absent",
+     [] {
+         const LogRecorder log;
+         ExpectOperations("version-absent", 1, 1);
+         EXPECT_EQ(1, log.Count(8, "CProductUninstall::Process", L"the xml doesn't have <ledger_5>"));
+     }},
+    {"comment-in-version-list",
+     [] {
+         const LogRecorder log;
+         ExpectOperations("comment-in-version-list", 1, 1);
+         EXPECT_EQ(1, log.Count(8, "CProductUninstall::Process", L"the xml doesn't have <#comment>"));
+     }},
+    {"version-not-listed",
+     [] {
+         SampleRemoval bad("version-not-listed");
+         EXPECT_EQ(SampleRemoval("version-not-listed", L"good.xml")->cachedFiles, bad->cachedFiles);
+     }},
+};
+
 } // namespace
 
-std::vector<Behaviour> CountedBehaviour()
-{
-    return {
-        {"not-well-formed", [] { ExpectUnreadable("not-well-formed"); }},
-        {"undeclared-prefix",
-         [] {
-             // Of the two systems Wine is the one that does not mind.
-             const bool isWine = GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
-             EXPECT_EQ(isWine, SampleRemoval("undeclared-prefix").Walked());
-             EXPECT_TRUE(SampleRemoval("undeclared-prefix", L"good.xml").Walked());
-         }},
-        {"wrong-root", [] { ExpectUnreadable("wrong-root"); }},
-        {"version-list-missing", [] { ExpectUnreadable("version-list-missing"); }},
-        {"version-list-empty",
-         [] {
-             ExpectOperations("version-list-empty", 0, 1);
-             EXPECT_TRUE(SampleRemoval("version-list-empty").Walked());
-             EXPECT_FALSE(IsDetected("version-list-empty", L"bad.xml"));
-         }},
-        {"document-type", [] { ExpectOperations("document-type", 0, 2); }},
-        {"unknown-element", [] { ExpectOperations("unknown-element", 1, 2); }},
-        {"missing-attribute", [] { ExpectOperations("missing-attribute", 1, 2); }},
-        {"repeated-element", [] { ExpectOperations("repeated-element", 1, 2); }},
-        {"version-without-win-nt", [] { ExpectOperations("version-without-win-nt", 0, 1); }},
-        {"app-path-unset", [] { ExpectOperations("app-path-unset", 0, 1); }},
-        {"comment-in-section", [] { ExpectOperations("comment-in-section", 1, 2); }},
-        {"section-without-op-code", [] { ExpectOperations("section-without-op-code", 0, 1); }},
-        {"unknown-op-code", [] { ExpectOperations("unknown-op-code", 0, 1); }},
-        {"sleep-element", [] { ExpectOperations("sleep-element", 1, 2); }},
-        {"os-never", [] { ExpectOperations("os-never", 1, 2); }},
-        {"os-value", [] { ExpectOperations("os-value", 2, 2); }},
-        {"unknown-keyword", [] { ExpectOperations("unknown-keyword", 0, 1); }},
-        {"app-path-case", [] { ExpectOperations("app-path-case", 0, 1); }},
-        {"pruned-folder", [] { ExpectOperations("pruned-folder", 1, 2); }},
-        {"pruned-key", [] { ExpectOperations("pruned-key", 1, 2); }},
-        {"version-absent",
-         [] {
-             const LogRecorder log;
-             ExpectOperations("version-absent", 1, 1);
-             EXPECT_EQ(1, log.Count(8, "CProductUninstall::Process", L"the xml doesn't have <ledger_5>"));
-         }},
-        {"comment-in-version-list",
-         [] {
-             const LogRecorder log;
-             ExpectOperations("comment-in-version-list", 1, 1);
-             EXPECT_EQ(1, log.Count(8, "CProductUninstall::Process", L"the xml doesn't have <#comment>"));
-         }},
-        {"version-not-listed",
-         [] {
-             SampleRemoval bad("version-not-listed");
-             EXPECT_EQ(SampleRemoval("version-not-listed", L"good.xml")->cachedFiles, bad->cachedFiles);
-         }},
-    };
-}
+std::vector<Behaviour> CountedBehaviour() { return {std::begin(countedBehaviour), std::end(countedBehaviour)}; }
 
 std::vector<Behaviour> DetectedBehaviour()
 {
