@@ -15,19 +15,7 @@ ArrayBuilder::~ArrayBuilder()
     freeAll(array);
 }
 
-HRESULT ArrayBuilder::Make(ULONG elementSize, std::size_t elementCount, void** data) noexcept
-{
-    failureFormat = L"SafeArrayAllocDescriptor failed 0x%x";
-    if (const HRESULT result = AllocDescriptor(elementSize, elementCount); FAILED(result))
-        return result;
-    failureFormat = L"SafeArrayAllocData failed 0x%x";
-    if (const HRESULT result = AllocData(); FAILED(result))
-        return result;
-    failureFormat = L"SafeArrayAccessData failed 0x%x";
-    return AccessData(data);
-}
-
-HRESULT ArrayBuilder::AllocDescriptor(ULONG elementSize, std::size_t elementCount) noexcept
+HRESULT ArrayBuilder::AllocDescriptor(ULONG elementSize, ULONG elementCount) noexcept
 {
     if (target == nullptr)
         return E_POINTER;
@@ -38,7 +26,7 @@ HRESULT ArrayBuilder::AllocDescriptor(ULONG elementSize, std::size_t elementCoun
         return result;
     }
     array->cbElements = elementSize;
-    array->rgsabound[0].cElements = static_cast<ULONG>(elementCount);
+    array->rgsabound[0].cElements = elementCount;
     array->rgsabound[0].lLbound = 0;
     return result;
 }

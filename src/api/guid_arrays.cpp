@@ -70,10 +70,20 @@ bool GetInstalledGuids(const VersionList& versions, SAFEARRAY** guids)
         return false;
 
     ArrayBuilder array(guids, ProdsweepFreeStrings);
-    void* data = nullptr;
-    if (const HRESULT result = array.Make(sizeof(BSTR), found.size(), &data); FAILED(result))
+    if (const HRESULT result = array.AllocDescriptor(sizeof(BSTR), static_cast<ULONG>(found.size())); FAILED(result))
     {
-        LOG(LogError, array.FailureFormat(), result);
+        LOG(LogError, L"SafeArrayAllocDescriptor failed 0x%x", result);
+        return false;
+    }
+    if (const HRESULT result = array.AllocData(); FAILED(result))
+    {
+        LOG(LogError, L"SafeArrayAllocData failed 0x%x", result);
+        return false;
+    }
+    void* data = nullptr;
+    if (const HRESULT result = array.AccessData(&data); FAILED(result))
+    {
+        LOG(LogError, L"SafeArrayAccessData failed 0x%x", result);
         return false;
     }
     auto* text = static_cast<BSTR*>(data);

@@ -75,10 +75,21 @@ ProductEntry* FillGuids(ProductEntry* entry, const ProductList& products, bool e
 bool GetProducts(SAFEARRAY** products, const ProductList& own, const ProductList& other)
 {
     ArrayBuilder array(products, ProdsweepFreeProducts);
-    void* data = nullptr;
-    if (const HRESULT result = array.Make(sizeof(ProductEntry), own.size() + other.size(), &data); FAILED(result))
+    const std::size_t count = own.size() + other.size();
+    if (const HRESULT result = array.AllocDescriptor(sizeof(ProductEntry), static_cast<ULONG>(count)); FAILED(result))
     {
-        LOG(LogError, array.FailureFormat(), result);
+        LOG(LogError, L"SafeArrayAllocDescriptor failed 0x%x", result);
+        return false;
+    }
+    if (const HRESULT result = array.AllocData(); FAILED(result))
+    {
+        LOG(LogError, L"SafeArrayAllocData failed 0x%x", result);
+        return false;
+    }
+    void* data = nullptr;
+    if (const HRESULT result = array.AccessData(&data); FAILED(result))
+    {
+        LOG(LogError, L"SafeArrayAccessData failed 0x%x", result);
         return false;
     }
     auto* const entries = static_cast<ProductEntry*>(data);
@@ -91,10 +102,21 @@ bool GetProducts(SAFEARRAY** products, const ProductList& own, const ProductList
 bool GetInstalledProductsHelper(SAFEARRAY** products, const ProductList& own, const ProductList& other, bool extended)
 {
     ArrayBuilder array(products, ProdsweepFreeProducts);
-    void* data = nullptr;
-    if (const HRESULT result = array.Make(sizeof(ProductEntry), own.size() + other.size(), &data); FAILED(result))
+    const std::size_t count = own.size() + other.size();
+    if (const HRESULT result = array.AllocDescriptor(sizeof(ProductEntry), static_cast<ULONG>(count)); FAILED(result))
     {
-        LOG(LogError, array.FailureFormat(), result);
+        LOG(LogError, L"SafeArrayAllocDescriptor failed 0x%x", result);
+        return false;
+    }
+    if (const HRESULT result = array.AllocData(); FAILED(result))
+    {
+        LOG(LogError, L"SafeArrayAllocData failed 0x%x", result);
+        return false;
+    }
+    void* data = nullptr;
+    if (const HRESULT result = array.AccessData(&data); FAILED(result))
+    {
+        LOG(LogError, L"SafeArrayAccessData failed 0x%x", result);
         return false;
     }
     auto* const entries = static_cast<ProductEntry*>(data);

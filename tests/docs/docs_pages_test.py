@@ -32,12 +32,12 @@ def page_log_lines(text):
 class LogLines(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        cls.written, cls.unread = log_lines.of_tree(ROOT / "src")
+        cls.written, cls.statements = log_lines.of_tree(ROOT / "src")
         cls.told = page_log_lines(pages.read(DOCS / "troubleshooting.md"))
 
     def test_each_statement_of_the_sources_is_understood(self):
-        self.assertGreater(len(self.written), 400)
-        self.assertEqual(self.unread, 0)
+        self.assertGreater(self.statements, 400)
+        self.assertEqual(len(self.written), self.statements)
 
     def test_levels_have_the_words_of_the_logger(self):
         numbers = re.findall(r"constexpr int (Log\w+) = (\w+);", pages.read(ROOT / "src" / "environment" / "log.h"))
@@ -81,11 +81,6 @@ static bool Helper(const Text& text)
             log_lines.LogLine('one "%s" \\ two', "error", "CThing::CThing"),
             log_lines.LogLine("spread over lines", "trace", "Helper"),
         ])
-
-    def test_failure_that_a_part_hands_on_is_its_callers_line(self):
-        source = "bool Fill(Array** out)\n{\n    LOG(LogError, array.FailureFormat(), result);\n}\n"
-        self.assertEqual(log_lines.of_source(source, ["first 0x%x", "second 0x%x"]), [
-            log_lines.LogLine("first 0x%x", "error", "Fill"), log_lines.LogLine("second 0x%x", "error", "Fill")])
 
 
 class Links(unittest.TestCase):

@@ -7,9 +7,7 @@ LEVELS = {"LogError": "error", "LogWarning": "tolerated", "LogTrace": "trace", "
 
 # A function's definition starts in the first column here, and nothing that logs is written inside a class.
 _DEFINITION = re.compile(r"^(?=[A-Za-z_])[^(\n]*?([\w:~]+)\(", re.MULTILINE)
-_STATEMENT = re.compile(r"\bLOG\(\s*(\w+),\s*(?:((?:L?\"(?:[^\"\\]|\\.)*\"\s*)+)|\w+\.FailureFormat\(\))")
-# Where a part does not log itself, its callers do so in their own names, with one of these.
-_FAILURE_FORMAT = re.compile(r"\bfailureFormat = (L\"(?:[^\"\\]|\\.)*\");")
+_STATEMENT = re.compile(r"\bLOG\(\s*(\w+),\s*((?:L?\"(?:[^\"\\]|\\.)*\"\s*)+)")
 _ESCAPES = {"\\\"": "\"", "\\\\": "\\", "\\t": "\t"}
 
 
@@ -28,18 +26,18 @@ def _function_around(source, position):
     return [found.group(1) for found in _DEFINITION.finditer(source, 0, position)][-1]
 
 
-def of_source(source, failures=()):
-    """The lines of one source. failures: what a part that it calls may hand it to log."""
-    return [LogLine(text, LEVELS[found.group(1)], _function_around(source, found.start()))
-            for found in _STATEMENT.finditer(source)
-            for text in ([_literal(found.group(2))] if found.group(2) else failures)]
+def of_source(source):
+    return [LogLine(_literal(found.group(2)), LEVELS[found.group(1)], _function_around(source, found.start()))
+            for found in _STATEMENT.finditer(source)]
 
 
 def of_tree(folder):
-    """All lines of the sources in folder, and how many of the statements there are not understood."""
-    sources = [path.read_text(encoding="utf-8") for path in sorted(pathlib.Path(folder).rglob("*.cpp"))
-               if not path.name.endswith("_test.cpp")]
-    failures = [_literal(text) for source in sources for text in _FAILURE_FORMAT.findall(source)]
-    lines = [line for source in sources for line in of_source(source, failures)]
-    unread = sum(len(re.findall(r"\bLOG\(", source)) - len(_STATEMENT.findall(source)) for source in sources)
-    return lines, unread
+    """All lines of the sources in folder, and how many statements there are in all."""
+    lines, statements = [], 0
+    for path in sorted(pathlib.Path(folder).rglob("*.cpp")):
+        if path.name.endswith("_test.cpp"):
+            continue
+        source = path.read_text(encoding="utf-8")
+        statements += len(re.findall(r"\bLOG\(", source))
+        lines += of_source(source)
+    return lines, statements
