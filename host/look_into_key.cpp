@@ -109,7 +109,9 @@ bool CKeyLook::RunSubkeys(const KeyPlace& place, HKEY key, const std::wstring& n
         KeyPlace child = place;
         PathJoin(child.subkey, name);
         PathJoin(child.full, name);
-        stays = RunKey(child, native + L'\\' + name) || stays;
+        std::wstring unlinked = native;
+        PathJoin(unlinked, name);
+        stays = RunKey(child, unlinked) || stays;
     }
     return stays;
 }

