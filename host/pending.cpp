@@ -16,7 +16,8 @@ constexpr int maximalAttempts = 20;
 
 PendingOperation OperationOf(const PendingValue& value, const PendingEntry& entry)
 {
-    return {ToUtf8(value.name), entry.action, PathOfEntry(entry.source), PathOfEntry(entry.target), entry.replaces};
+    return {ToUtf8(value.name),        entry.action,   PathOfEntry(entry.source),
+            PathOfEntry(entry.target), entry.replaces, false};
 }
 
 std::string WrongType(const PendingValue& value)
@@ -24,56 +25,71 @@ std::string WrongType(const PendingValue& value)
     return ToUtf8(value.name) + " is no list of texts (REG_MULTI_SZ, 7) but of type " + std::to_string(value.type);
 }
 
-bool Deletes(const PendingEntry& entry, const std::wstring& path)
+enum class Effect
 {
-    // What is unclear may be a deletion, and who asks is better warned. Not so with a target, even one that breaks off.
-    if (!entry.target.empty())
-        return false;
-    const std::wstring deleted = WithLongNames(PathOfEntry(entry.source));
-    return IsSamePath(deleted, path) || IsBelow(deleted, path);
+    None,
+    Spares, // the deletion of a folder above it, which the file keeps from being empty
+    Loses
+};
+
+// On a file that is written at the path.
+Effect EffectOf(const PendingEntry& entry, const std::wstring& path)
+{
+    const std::wstring source = WithLongNames(PathOfEntry(entry.source));
+    // What is unclear may be a deletion, or lead anywhere, and who asks is better warned.
+    if (IsSamePath(source, path))
+        return Effect::Loses;
+    if (IsBelow(source, path))
+        return entry.target.empty() ? Effect::Spares : Effect::Loses;
+    // Without the mark, a renaming to what is there fails.
+    const bool replaces = entry.action == PendingAction::Rename && entry.replaces &&
+                          IsSamePath(WithLongNames(PathOfEntry(entry.target)), path);
+    return replaces ? Effect::Loses : Effect::None;
 }
 
-// One value with those of its entries that would delete the path.
+// One value with those of its entries that concern the path.
 struct Match
 {
     PendingValue value;
     std::vector<PendingEntry> entries;
 };
 
-std::vector<Match> Matches(const std::wstring& path, const CPendingStore& store)
+std::vector<Match> Matches(const std::wstring& meant, const CPendingStore& store)
 {
-    const std::wstring meant = WithLongNames(path);
     std::vector<Match> matches;
     for (PendingValue& value : store.Read())
     {
         if (value.type != REG_MULTI_SZ)
             throw CFailure(ERROR_DATATYPE_MISMATCH, WrongType(value) + "; nobody can tell what it holds.");
         std::vector<PendingEntry> entries = ReadPendingList(value.data).entries;
-        std::erase_if(entries, [&](const PendingEntry& entry) { return !Deletes(entry, meant); });
+        std::erase_if(entries, [&](const PendingEntry& entry) { return EffectOf(entry, meant) == Effect::None; });
         if (!entries.empty())
             matches.push_back({std::move(value), std::move(entries)});
     }
     return matches;
 }
 
-// Both meant for one answer: what stands twice is told once.
-void AddOnce(std::vector<PendingOperation>& operations, const Match& match)
+// All meant for one answer: what stands twice is told once.
+void AddOnce(std::vector<PendingOperation>& operations, const Match& match, const std::wstring& meant)
 {
     for (const PendingEntry& entry : match.entries)
     {
         PendingOperation operation = OperationOf(match.value, entry);
+        operation.loses = EffectOf(entry, meant) == Effect::Loses;
         if (std::none_of(operations.begin(), operations.end(), [&](const PendingOperation& other) {
-                return other.list == operation.list && IsSamePath(other.path, operation.path);
+                return other.list == operation.list && IsSamePath(other.path, operation.path) &&
+                       IsSamePath(other.target, operation.target);
             }))
             operations.push_back(std::move(operation));
     }
 }
 
-// The path itself before the folders above it, the nearest first.
-void SortByNearness(std::vector<PendingOperation>& operations)
+// What loses the file before what spares it, and of the folders above it the nearest first.
+void SortByEffect(std::vector<PendingOperation>& operations)
 {
-    std::stable_sort(operations.begin(), operations.end(),
-                     [](const auto& left, const auto& right) { return left.path.size() > right.path.size(); });
+    std::stable_sort(operations.begin(), operations.end(), [](const auto& left, const auto& right) {
+        return left.loses != right.loses ? left.loses : left.path.size() > right.path.size();
+    });
 }
 
 } // namespace
@@ -97,31 +113,33 @@ PendingOperations ReadPending(const CPendingStore& store)
     return pending;
 }
 
-std::vector<PendingOperation> DeletionsOf(const std::wstring& path, const CPendingStore& store)
+std::vector<PendingOperation> OperationsOn(const std::wstring& path, const CPendingStore& store)
 {
-    std::vector<PendingOperation> deletions;
-    for (const Match& match : Matches(path, store))
-        AddOnce(deletions, match);
-    SortByNearness(deletions);
-    return deletions;
+    const std::wstring meant = WithLongNames(path);
+    std::vector<PendingOperation> operations;
+    for (const Match& match : Matches(meant, store))
+        AddOnce(operations, match, meant);
+    SortByEffect(operations);
+    return operations;
 }
 
-std::vector<PendingOperation> CancelDeletionsOf(const std::wstring& path, const CPendingStore& store)
+std::vector<PendingOperation> CancelOperationsOn(const std::wstring& path, const CPendingStore& store)
 {
+    const std::wstring meant = WithLongNames(path);
     std::vector<PendingOperation> cancelled;
     // The last look finds nothing any more: also a program that wrote an older copy of the list back is noticed so.
     for (int attempt = 0; attempt < maximalAttempts; ++attempt)
     {
-        const std::vector<Match> matches = Matches(path, store);
+        const std::vector<Match> matches = Matches(meant, store);
         if (matches.empty())
         {
-            SortByNearness(cancelled);
+            SortByEffect(cancelled);
             return cancelled;
         }
         for (const Match& match : matches)
         {
             if (store.Replace(match.value, WithoutEntries(match.value.data, match.entries)))
-                AddOnce(cancelled, match);
+                AddOnce(cancelled, match, meant);
         }
     }
     throw CFailure(ERROR_BUSY,

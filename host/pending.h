@@ -17,6 +17,7 @@ struct PendingOperation
     std::wstring path;
     std::wstring target; // empty when nothing stands there
     bool replaces = false;
+    bool loses = false; // of those on a path: a file that is written there is gone after the restart
 };
 
 struct PendingOperations
@@ -28,13 +29,14 @@ struct PendingOperations
 // Throws CFailure.
 PendingOperations ReadPending(const CPendingStore& store);
 
-// What would take a file that is written at path away again: the deletion of itself, then of a folder above it. The
-// system deletes a folder only when it is empty by then. path: full. Throws CFailure, also when a list is of a kind
-// that can't be read, since then there is no honest answer.
-std::vector<PendingOperation> DeletionsOf(const std::wstring& path, const CPendingStore& store);
+// What concerns a file that is written at path. First what loses it: its own deletion, its renaming or that of a folder
+// above it, and another file's that replaces it. Then the deletions of folders above it, the nearest first: the system
+// deletes a folder only when it is empty by then, so the file stays. path: full. Throws CFailure, also when a list is
+// of a kind that can't be read, since then there is no honest answer.
+std::vector<PendingOperation> OperationsOn(const std::wstring& path, const CPendingStore& store);
 
 // Takes just these out and returns them; nothing else is touched. A list that others change meanwhile is read again.
 // Throws CFailure.
-std::vector<PendingOperation> CancelDeletionsOf(const std::wstring& path, const CPendingStore& store);
+std::vector<PendingOperation> CancelOperationsOn(const std::wstring& path, const CPendingStore& store);
 
 } // namespace prodsweep

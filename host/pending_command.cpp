@@ -28,9 +28,10 @@ Without --check and --cancel it lists everything that the system deletes or rena
 system's order, whoever asked for it, and the products of the catalogues whose descriptors name the path or a folder
 above it.
 
---check is for installers: a file that is written where a deletion waits would be gone after the restart. It answers
-for the path itself and for the folders above it; the exit code is 1 when one of them is queued for deletion, and 0
-when none is. --cancel takes just what --check would tell out of the list and leaves everything else in it as it
+--check is for installers: would a file that is written to the path be lost at the restart? The exit code is 1 when
+the path is queued to be deleted, to be moved, alone or with a folder above it, or to be replaced by another file; and
+0 when it is not. The deletion of a folder above it is told, too, but does no harm: the system deletes a folder only if
+it is empty by then. --cancel takes just what --check tells out of the list and leaves everything else in it as it
 stands. It needs an administrator's rights, and no removal by this program may be running.
 Neither needs the library.
 
@@ -49,7 +50,8 @@ Windows has no call that closes this gap, and its own way of adding to the list 
   faults      sentences: what is odd about the list
 with --check and --cancel instead of the last three:
   path                 the full path that was looked for
-  queued or cancelled  the deletions that concern it: members as above, without products
+  queued or cancelled  what concerns it: members as above, without products, and
+    loses   true: a file at the path would be lost by it; false: it is the deletion of a folder above
 After a failure the object holds format and error (code, message) instead.
 )";
 
@@ -101,8 +103,9 @@ CPendingCommand::CPendingCommand(CCommandLine& commandLine)
     : options(commandLine.AddCommand("pending", "List what waits for the next restart; ask for a path, or cancel it",
                                      footer))
 {
-    options.AddText("--check", checkedPath, "PATH", "Is what is written there queued for deletion? 0 no, 1 yes");
-    options.AddText("--cancel", cancelledPath, "PATH", "Take the deletion of a path out of the list");
+    options.AddText("--check", checkedPath, "PATH",
+                    "Would a file that is written there be lost at the restart? 0 no, 1 yes");
+    options.AddText("--cancel", cancelledPath, "PATH", "Take what --check tells of a path out of the list");
     options.Exclude("--cancel", "--check");
     options.AddFlag("--json", json, "One JSON object on standard output");
     AddLibraryOption(options, libraryPath);
@@ -128,10 +131,11 @@ int CPendingCommand::List(const COutput& out) const
 int CPendingCommand::Check(const COutput& out) const
 {
     const std::wstring path = GivenPath("--check", checkedPath);
-    const std::vector<PendingOperation> queued = DeletionsOf(path, CPendingStore());
-    if (!out.Write(json ? DeletionsAsJson(path, "queued", queued) : CheckAsText(path, queued)))
+    const std::vector<PendingOperation> queued = OperationsOn(path, CPendingStore());
+    if (!out.Write(json ? OperationsOnAsJson(path, "queued", queued) : CheckAsText(path, queued)))
         return exitNotWritten;
-    return queued.empty() ? exitDone : exitQueued;
+    return std::any_of(queued.begin(), queued.end(), [](const auto& operation) { return operation.loses; }) ? exitQueued
+                                                                                                            : exitDone;
 }
 
 int CPendingCommand::Cancel(const COutput& out) const
@@ -143,8 +147,8 @@ int CPendingCommand::Cancel(const COutput& out) const
     const CRemovalLock lock;
     if (!lock.IsOurs())
         throw CFailure(exitRemovalRunning, "a removal by this program is running.");
-    const std::vector<PendingOperation> cancelled = CancelDeletionsOf(path, CPendingStore());
-    const std::string text = json ? DeletionsAsJson(path, "cancelled", cancelled) : CancelAsText(path, cancelled);
+    const std::vector<PendingOperation> cancelled = CancelOperationsOn(path, CPendingStore());
+    const std::string text = json ? OperationsOnAsJson(path, "cancelled", cancelled) : CancelAsText(path, cancelled);
     return out.Write(text) ? exitDone : exitNotWritten;
 }
 

@@ -40,14 +40,17 @@ std::string PendingAsJson(const PendingReport& report)
     return ReportText(json);
 }
 
-std::string DeletionsAsJson(const std::wstring& path, const char* question,
-                            const std::vector<PendingOperation>& deletions)
+std::string OperationsOnAsJson(const std::wstring& path, const char* question,
+                               const std::vector<PendingOperation>& operations)
 {
     Json json = NewReport();
     json["path"] = ToUtf8(path);
     Json& list = json[question] = Json::array();
-    for (const PendingOperation& deletion : deletions)
-        list.push_back(OperationAsJson(deletion));
+    for (const PendingOperation& operation : operations)
+    {
+        list.push_back(OperationAsJson(operation));
+        list.back()["loses"] = operation.loses;
+    }
     return ReportText(json);
 }
 

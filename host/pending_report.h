@@ -27,11 +27,11 @@ std::string PendingAsText(const PendingReport& report);
 std::string PendingAsJson(const PendingReport& report);
 
 // The answers to --check and --cancel: one sentence. path: full.
-std::string CheckAsText(const std::wstring& path, const std::vector<PendingOperation>& deletions);
+std::string CheckAsText(const std::wstring& path, const std::vector<PendingOperation>& operations);
 std::string CancelAsText(const std::wstring& path, const std::vector<PendingOperation>& cancelled);
-// The same for scripts. question: the member under which the deletions stand, "queued" or "cancelled".
-std::string DeletionsAsJson(const std::wstring& path, const char* question,
-                            const std::vector<PendingOperation>& deletions);
+// The same for scripts. question: the member under which the operations stand, "queued" or "cancelled".
+std::string OperationsOnAsJson(const std::wstring& path, const char* question,
+                               const std::vector<PendingOperation>& operations);
 
 // "delete", "rename" or "unclear".
 const char* ActionWord(PendingAction action);

@@ -53,7 +53,14 @@ protected:
             paths.push_back(operation.path);
         return paths;
     }
-    std::vector<std::wstring> Queued(const wchar_t* path) const { return Paths(DeletionsOf(path, store)); }
+    std::vector<std::wstring> Queued(const wchar_t* path) const { return Paths(OperationsOn(path, store)); }
+
+    std::vector<std::wstring> Lost(const wchar_t* path) const
+    {
+        std::vector<PendingOperation> operations = OperationsOn(path, store);
+        std::erase_if(operations, [](const PendingOperation& operation) { return !operation.loses; });
+        return Paths(operations);
+    }
 
     const test::RegistrySandbox box;
     const CPendingStore store{HKEY_CURRENT_USER, box.Subkey()};
@@ -80,7 +87,7 @@ TEST_F(PendingTest, NoListAtAllIsNothingThatWaits)
 
     EXPECT_THAT(ReadPending(store).operations, IsEmpty());
     EXPECT_THAT(Queued(L"C:\\a"), IsEmpty());
-    EXPECT_THAT(CancelDeletionsOf(L"C:\\a", store), IsEmpty());
+    EXPECT_THAT(CancelOperationsOn(L"C:\\a", store), IsEmpty());
 }
 
 TEST_F(PendingTest, ListOfAnotherTypeIsToldAndKeepsOnesMouthShutAboutPaths)
@@ -93,7 +100,7 @@ TEST_F(PendingTest, ListOfAnotherTypeIsToldAndKeepsOnesMouthShutAboutPaths)
     EXPECT_THAT(Paths(pending.operations), ElementsAre(L"C:\\b"));
     EXPECT_THAT(pending.faults, ElementsAre(HasSubstr("of type 1; it is not looked at.")));
     EXPECT_THROW(Queued(L"C:\\b"), CFailure);
-    EXPECT_THROW(CancelDeletionsOf(L"C:\\b", store), CFailure);
+    EXPECT_THROW(CancelOperationsOn(L"C:\\b", store), CFailure);
 }
 
 TEST_F(PendingTest, DamagedListIsToldWithWhatItHolds)
@@ -117,13 +124,30 @@ TEST_F(PendingTest, PathItselfAndFoldersAboveItAreQueued)
     EXPECT_THAT(Queued(L"C:\\Apple"), IsEmpty());
 }
 
-TEST_F(PendingTest, RenamingIsNoDeletion)
+TEST_F(PendingTest, WhatMovesTheFileLosesIt)
 {
-    Set(first, L"\\??\\C:\\a\0\\??\\C:\\b\0\0");
+    Set(first, L"\\??\\C:\\App\\a\0\\??\\C:\\b\0\\??\\C:\\App\0\\??\\C:\\c\0\0");
 
-    EXPECT_THAT(Queued(L"C:\\a"), IsEmpty());
-    EXPECT_THAT(CancelDeletionsOf(L"C:\\a", store), IsEmpty());
-    EXPECT_EQ(L"\\??\\C:\\a|\\??\\C:\\b||", Get(first));
+    EXPECT_THAT(Lost(L"C:\\App\\a"), ElementsAre(L"C:\\App\\a", L"C:\\App"));
+    EXPECT_THAT(Lost(L"C:\\App\\new"), ElementsAre(L"C:\\App"));
+}
+
+TEST_F(PendingTest, WhatReplacesTheFileLosesItAndWhatMayNotReplaceItFails)
+{
+    Set(first, L"\\??\\C:\\a\0!\\??\\C:\\x\0\\??\\C:\\b\0\\??\\C:\\y\0\0");
+
+    EXPECT_THAT(Lost(L"C:\\X"), ElementsAre(L"C:\\a"));
+    EXPECT_THAT(Queued(L"C:\\y"), IsEmpty());
+    EXPECT_THAT(Queued(L"C:\\x\\below"), IsEmpty());
+}
+
+TEST_F(PendingTest, DeletionOfAFolderAboveSparesTheFileAndIsToldLast)
+{
+    Set(first, L"\\??\\C:\\App\0\0\\??\\C:\\App\\a\0\0\\??\\C:\\x\0!\\??\\C:\\App\\a\0\0");
+
+    EXPECT_THAT(Queued(L"C:\\App\\a"), ElementsAre(L"C:\\App\\a", L"C:\\x", L"C:\\App"));
+    EXPECT_THAT(Lost(L"C:\\App\\a"), ElementsAre(L"C:\\App\\a", L"C:\\x"));
+    EXPECT_THAT(Lost(L"C:\\App\\new"), IsEmpty());
 }
 
 TEST_F(PendingTest, CancellingTakesOutJustWhatTheCheckTells)
@@ -131,21 +155,23 @@ TEST_F(PendingTest, CancellingTakesOutJustWhatTheCheckTells)
     Set(first, L"\\??\\C:\\z\0\0\\??\\C:\\App\\a\0\0\\??\\C:\\App\\a\0\\??\\C:\\y\0\\??\\C:\\App\0\0\\??\\C:\\x\0\0\0");
     Set(second, L"\\??\\C:\\APP\\A\0\0\0");
 
-    EXPECT_THAT(Paths(CancelDeletionsOf(L"C:\\App\\a", store)), ElementsAre(L"C:\\App\\a", L"C:\\APP\\A", L"C:\\App"));
+    EXPECT_THAT(Paths(CancelOperationsOn(L"C:\\App\\a", store)),
+                ElementsAre(L"C:\\App\\a", L"C:\\App\\a", L"C:\\APP\\A", L"C:\\App"));
 
-    EXPECT_EQ(L"\\??\\C:\\z||\\??\\C:\\App\\a|\\??\\C:\\y|\\??\\C:\\x|||", Get(first));
+    EXPECT_EQ(L"\\??\\C:\\z||\\??\\C:\\x|||", Get(first));
     EXPECT_EQ(L"none", Get(second));
     EXPECT_THAT(Queued(L"C:\\App\\a"), IsEmpty());
 }
 
-TEST_F(PendingTest, RenamingThatBreaksOffIsNoDeletionEither)
+TEST_F(PendingTest, RenamingThatBreaksOffStaysAsItIs)
 {
     // Without its last letter, since the system would add a zero that it sees behind a text.
     constexpr wchar_t text[] = L"\\??\\C:\\b\0\0\\??\\C:\\a\0!\\??\\C:\\xx";
     box.AddData(L"", first, REG_MULTI_SZ, text, sizeof(text) - 2 * sizeof(wchar_t));
 
-    EXPECT_THAT(Queued(L"C:\\a"), IsEmpty());
-    EXPECT_THAT(Paths(CancelDeletionsOf(L"C:\\b", store)), ElementsAre(L"C:\\b"));
+    EXPECT_THAT(Lost(L"C:\\a"), ElementsAre(L"C:\\a"));
+    EXPECT_THAT(Queued(L"C:\\x"), IsEmpty()) << "nobody can tell where it leads";
+    EXPECT_THAT(Paths(CancelOperationsOn(L"C:\\b", store)), ElementsAre(L"C:\\b"));
 
     EXPECT_EQ(L"\\??\\C:\\a|!\\??\\C:\\x", Get(first));
 }
@@ -154,7 +180,7 @@ TEST_F(PendingTest, CancellingWhatIsNotQueuedWritesNothing)
 {
     Set(first, L"\\??\\C:\\a\0\0"); // without its end mark, which writing would add
 
-    EXPECT_THAT(CancelDeletionsOf(L"C:\\b", store), IsEmpty());
+    EXPECT_THAT(CancelOperationsOn(L"C:\\b", store), IsEmpty());
 
     EXPECT_EQ(L"\\??\\C:\\a||", Get(first));
 }
@@ -207,7 +233,7 @@ TEST_F(PendingTest, WhatAnotherProgramAddsBeforeTheWritingIsKept)
     {
         CGrowingList growing(1);
         growing.box = &box;
-        EXPECT_THAT(Paths(CancelDeletionsOf(L"C:\\a", store)), ElementsAre(L"C:\\a"));
+        EXPECT_THAT(Paths(CancelOperationsOn(L"C:\\a", store)), ElementsAre(L"C:\\a"));
     }
     EXPECT_EQ(L"\\??\\C:\\b||\\??\\C:\\late|||", Get(first));
 }
@@ -218,7 +244,7 @@ TEST_F(PendingTest, ListThatNeverRestsEndsTheAttempt)
     CGrowingList growing(1000);
     growing.box = &box;
 
-    EXPECT_THROW(CancelDeletionsOf(L"C:\\a", store), CFailure);
+    EXPECT_THROW(CancelOperationsOn(L"C:\\a", store), CFailure);
 }
 
 TEST_F(PendingTest, PlaceThatCannotBeOpenedIsTold)

@@ -66,24 +66,36 @@ std::string PendingAsText(const PendingReport& report)
     return text;
 }
 
-std::string CheckAsText(const std::wstring& path, const std::vector<PendingOperation>& deletions)
+std::string CheckAsText(const std::wstring& path, const std::vector<PendingOperation>& operations)
 {
-    if (deletions.empty())
-        return Quoted(path) + " is not queued for deletion.\n";
-    // The nearest stands first; a folder above counts only where the path itself is not queued.
-    if (const std::wstring& queued = deletions.front().path; IsBelow(WithLongNames(queued), WithLongNames(path)))
-        return Quoted(path) + " is not queued itself, but the folder above it is: " + Quoted(queued) +
-               " is deleted at the next restart, if it is empty by then.\n";
-    return Quoted(path) + " is queued for deletion at the next restart.\n";
+    const std::string file = Quoted(path);
+    if (operations.empty())
+        return file + " is not queued to be deleted, moved or replaced.\n";
+    // What loses the file stands first.
+    const PendingOperation& first = operations.front();
+    const std::string queued = Quoted(first.path);
+    if (!first.loses)
+        return file + " is not queued itself. The folder above it is: " + queued +
+               " is deleted at the next restart only if it is empty by then, so a file that is written to " + file +
+               " stays.\n";
+    if (IsBelow(WithLongNames(first.path), WithLongNames(path)))
+        return file + " is moved at the next restart with the folder above it, " + queued + ", to " +
+               Quoted(first.target) + ".\n";
+    if (!IsSamePath(WithLongNames(first.path), WithLongNames(path)))
+        return file + " is queued to be replaced by " + queued + " at the next restart.\n";
+    if (first.target.empty())
+        return file + " is queued for deletion at the next restart.\n";
+    return file + " is queued to be moved to " + Quoted(first.target) + " at the next restart.\n";
 }
 
 std::string CancelAsText(const std::wstring& path, const std::vector<PendingOperation>& cancelled)
 {
     if (cancelled.empty())
-        return Quoted(path) + " was not queued for deletion; nothing was changed.\n";
-    std::string sentence = "No longer queued for deletion: ";
+        return Quoted(path) + " was not queued to be deleted, moved or replaced; nothing was changed.\n";
+    std::string sentence = "No longer queued: ";
     for (std::size_t i = 0; i < cancelled.size(); ++i)
-        sentence += (i == 0 ? "" : ", ") + Quoted(cancelled[i].path);
+        sentence += (i == 0 ? "" : ", ") + Quoted(cancelled[i].path) +
+                    (cancelled[i].target.empty() ? "" : " to " + Quoted(cancelled[i].target));
     return sentence + ".\n";
 }
 

@@ -13,6 +13,7 @@ import pyreport
 APP = "C:\\Program Files\\Holder"
 HELD = f"{APP}\\bin\\held.exe"
 FOREIGN = "C:\\foreign\\waits.txt"
+FOLDER, MOVED = "C:\\foreign\\folder", "C:\\foreign\\moved"
 NEW, OLD = "C:\\foreign\\new.txt", "C:\\foreign\\old.txt"
 PROGRAM = f"{SWEEP}\\prodsweep.exe"
 MANAGER = "HKEY_LOCAL_MACHINE\\System\\CurrentControlSet\\Control\\Session Manager"
@@ -103,14 +104,22 @@ class Pending(unittest.TestCase):
                                         "but of type 1; nobody can tell what it holds.\n")
 
     def test_check_answers_in_one_sentence_and_by_its_exit_code(self):
-        self.set_list(entry(HELD) + entry(APP) + "\0")
+        self.set_list(entry(HELD) + entry(APP) + entry(NEW, OLD, replace=True) + entry(FOLDER, MOVED) +
+                      entry(NEW, FOREIGN) + "\0")
         for path, code, sentence in [
                 (HELD, 1, f'"{HELD}" is queued for deletion at the next restart.\n'),
                 (HELD.lower().replace("\\", "/"), 1, f'"{HELD.lower()}" is queued for deletion at the next restart.\n'),
                 (f"\\??\\{APP}\\", 1, f'"{APP}" is queued for deletion at the next restart.\n'),
-                (f"{APP}\\new.txt", 1, f'"{APP}\\new.txt" is not queued itself, but the folder above it is: "{APP}" is '
-                                       "deleted at the next restart, if it is empty by then.\n"),
-                (f"{APP}s", 0, f'"{APP}s" is not queued for deletion.\n')]:
+                (f"{APP}\\new.txt", 0, f'"{APP}\\new.txt" is not queued itself. The folder above it is: "{APP}" is deleted '
+                                       'at the next restart only if it is empty by then, so a file that is written to '
+                                       f'"{APP}\\new.txt" stays.\n'),
+                (NEW, 1, f'"{NEW}" is queued to be moved to "{OLD}" at the next restart.\n'),
+                (OLD, 1, f'"{OLD}" is queued to be replaced by "{NEW}" at the next restart.\n'),
+                (f"{FOLDER}\\a.txt", 1, f'"{FOLDER}\\a.txt" is moved at the next restart with the folder above it, '
+                                        f'"{FOLDER}", to "{MOVED}".\n'),
+                # A renaming that may not replace anything fails when something is there.
+                (FOREIGN, 0, f'"{FOREIGN}" is not queued to be deleted, moved or replaced.\n'),
+                (f"{APP}s", 0, f'"{APP}s" is not queued to be deleted, moved or replaced.\n')]:
             with self.subTest(path):
                 ended = self.pending("--check", path)
                 self.assertEqual((ended.code, ended.out, ended.err), (code, sentence, ""))
@@ -120,17 +129,30 @@ class Pending(unittest.TestCase):
         ended = self.pending("--check", HELD, "--json")
         self.assertEqual((ended.code, json.loads(ended.out)), (1, {
             "format": 1, "path": HELD, "queued": [
-                {"list": LISTS[0], "action": "delete", "path": HELD, "target": None, "replaces": False}]}))
+                {"list": LISTS[0], "action": "delete", "path": HELD, "target": None, "replaces": False, "loses": True}]}))
+        self.set_list(entry(APP) + "\0")
+        ended = self.pending("--check", HELD, "--json")
+        self.assertEqual((ended.code, [(operation["path"], operation["loses"]) for operation in
+                                       json.loads(ended.out)["queued"]]), (0, [(APP, False)]))
 
     def test_cancel_leaves_the_others_in_their_order(self):
         self.set_list(entry(OLD) + entry(HELD) + entry(NEW, OLD, replace=True) + entry(APP) + entry(FOREIGN) + "\0")
         ended = self.pending("--cancel", HELD)
         self.assertEqual((ended.code, ended.out, ended.err),
-                         (0, f'No longer queued for deletion: "{HELD}", "{APP}".\n', ""))
+                         (0, f'No longer queued: "{HELD}", "{APP}".\n', ""))
         self.assertEqual(self.paths(), [OLD, NEW, FOREIGN])
         ended = self.pending("--cancel", HELD)
-        self.assertEqual((ended.code, ended.out), (0, f'"{HELD}" was not queued for deletion; nothing was changed.\n'))
+        self.assertEqual((ended.code, ended.out), (
+            0, f'"{HELD}" was not queued to be deleted, moved or replaced; nothing was changed.\n'))
         self.assertEqual(self.paths(), [OLD, NEW, FOREIGN])
+
+    def test_cancel_takes_out_what_would_move_or_replace_the_file(self):
+        self.set_list(entry(HELD, OLD) + entry(NEW, HELD, replace=True) + entry(APP, MOVED) + entry(FOREIGN) + "\0")
+        ended = self.pending("--cancel", HELD)
+        self.assertEqual((ended.code, ended.err), (0, ""))
+        self.assertIn(f'"{NEW}" to "{HELD}"', ended.out)
+        self.assertEqual(self.paths(), [FOREIGN])
+        self.assertEqual(self.pending("--check", HELD).code, 0)
 
     def bytes_of_list(self):
         """As they stand in the registry; None when there is no such value."""
@@ -146,14 +168,13 @@ class Pending(unittest.TestCase):
                 ("no end mark", stays + gone + renamed, stays + renamed + "\0"),
                 ("pairs of empty texts", "\0\0" + stays + "\0\0" + gone + renamed + "\0\0\0\0",
                  "\0\0" + stays + "\0\0" + renamed + "\0\0\0\0"),
-                ("renamed, replacing", entry(HELD, OLD, replace=True) + gone + entry(NEW, HELD, replace=True) + "\0",
-                 entry(HELD, OLD, replace=True) + entry(NEW, HELD, replace=True) + "\0"),
+                ("renamed to it without replacing", entry(NEW, HELD) + gone + "\0", entry(NEW, HELD) + "\0"),
                 ("nothing else", gone + "\0\0\0", None)]:
             with self.subTest(name):
                 self.set_list(before)
                 ended = self.pending("--cancel", HELD)
                 self.assertEqual((ended.code, ended.out, ended.err),
-                                 (0, f'No longer queued for deletion: "{HELD}".\n', ""))
+                                 (0, f'No longer queued: "{HELD}".\n', ""))
                 self.assertEqual(self.bytes_of_list(), after and after.encode("utf-16-le"))
 
     def test_path_that_is_none_and_options_that_do_not_go_together(self):
