@@ -21,17 +21,21 @@ constexpr const char* description = "Finds and removes installed software produc
 constexpr const char* exitCodeHelp = R"(
 Exit codes:
   0    done
-  1    pending --check: the path is queued for deletion; check --strict: warnings
+  1    pending --check: a file at the path would be lost at the restart; check --strict: warnings
   2    the library is missing, or the log.dll for --log, or what is to be checked; check: errors
-  13   a catalogue is missing or cannot be read
+  13   a catalogue is missing or cannot be read, or a saved plan is none
+  14   memory is short
+  29   the output, the log or a plan cannot be written
   87   the command line is wrong
+  127  the file given as library is another one
   740  an administrator's rights are needed
   1602 the removal was declined
-  1603 a removal failed, or something remains
+  1603 a removal failed, or something remains; or it was refused by a guard rail, a limit or a saved plan
   1605 a product is in no catalogue
   1618 a removal by this program is running
   3010 done, and a restart is needed to finish
-Any other code is that of the Windows error that is told on standard error.
+Any other code is that of the Windows error that is told on standard error, such as 193 for a library that is not
+64-bit.
 )";
 
 int WriteOrFail(const COutput& out, const std::string& text) { return out.Write(text) ? exitDone : exitNotWritten; }

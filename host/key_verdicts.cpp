@@ -12,7 +12,7 @@ bool IsForbidden(PlannedItem& item, const KeyPlace& place, const LookContext& co
     context.Endanger(item.name, item.leadsTo.empty() ? ToUtf8(place.full) : item.leadsTo, *forbidden);
     item.state = ItemState::Present;
     item.contents.complete = false;
-    item.reason = "it is not looked into: nobody should delete this";
+    item.reason = "it must not go, so it was not looked into";
     return true;
 }
 

@@ -224,7 +224,7 @@ bool IsLeftToLookAt(PlannedItem& item, const std::wstring& path, DWORD attribute
     {
         context.Endanger(item.name, item.leadsTo, *place);
         item.contents.complete = false;
-        item.reason = "it is not looked into: nobody should delete this";
+        item.reason = "it must not go, so it was not looked into";
         return false;
     }
     if (attributes == INVALID_FILE_ATTRIBUTES)

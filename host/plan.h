@@ -114,11 +114,12 @@ struct PlannedProduct
     int kind = 0; // PRODSWEEP_KIND_...
     Why why = Why::Chosen;
     bool installed = false;
-    std::string descriptor;       // full path
-    std::string descriptorDigest; // of the file's bytes; empty when there is none
-    std::string fault;            // why the descriptor can't be read; empty when it can
-    bool asksRestart = false;     // an entry says that a restart is required
-    bool restart = false;         // a restart will be needed, as far as can be seen now
+    std::string descriptor;              // full path
+    std::string descriptorDigest;        // of the file's bytes; empty when there is none
+    std::string fault;                   // why the descriptor can't be read; empty when it can
+    bool asksRestart = false;            // an entry says that a restart is required
+    bool restart = false;                // a restart will be needed, as far as can be seen now
+    std::vector<std::string> restartFor; // what needs it: names of items, and descriptions of the entries that ask
     std::vector<AskedProduct> asked;
     std::vector<PlannedStage> stages; // in order; only those that have items
 };

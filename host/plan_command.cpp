@@ -29,6 +29,7 @@ The exit code is 0 whatever the plan says, and 1605 for a name that is in no cat
   warnings   product or null, item or null, text
   notInstalled  chosen names that would be left alone
   products   in the order of the sweep: name, kind ("own" or "other"), installed, descriptor, digest, asksRestart, restart
+    restartFor  what the restart is for: names of items, and descriptions of the entries that ask for it
     why      "chosen" or "clean-up" (with the last product of its kind)
     fault    why the descriptor cannot be read, or null
     asked    products that stay and are asked what they use: name, descriptor, read

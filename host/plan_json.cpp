@@ -80,6 +80,7 @@ Json ProductAsJson(const PlannedProduct& product)
             {"fault", TextOrNull(product.fault)},
             {"asksRestart", product.asksRestart},
             {"restart", product.restart},
+            {"restartFor", product.restartFor},
             {"asked", std::move(asked)},
             {"stages", std::move(stages)}};
 }

@@ -1,8 +1,12 @@
 #include "plan_report.h"
 
+#include <cstdint>
+#include <map>
 #include <string_view>
 
 #include "product.h"
+#include "removal.h"
+#include "removal_guard.h"
 #include "text.h"
 
 namespace prodsweep {
@@ -50,7 +54,10 @@ std::string StateText(const PlannedItem& item)
         text += " by " + item.user;
     if (!item.reason.empty())
         text += ": " + item.reason;
-    return text;
+    // The reason of an item that must not go says already that it was not looked into.
+    const bool isToldWhy = item.state == ItemState::Present && !item.reason.empty() && !item.contents.complete;
+    const std::string contents = isToldWhy ? "" : ContentsText(item.contents);
+    return text + (contents.empty() ? "" : " (" + contents + ')');
 }
 
 std::string PartText(const PlannedPart& part)
@@ -73,8 +80,7 @@ std::string ItemText(const PlannedItem& item)
     std::string text = Line(2, name);
     if (!item.leadsTo.empty())
         text += Line(3, "leads to " + item.leadsTo);
-    const std::string contents = ContentsText(item.contents);
-    text += Line(3, StateText(item) + (contents.empty() ? "" : " (" + contents + ')'));
+    text += Line(3, StateText(item));
     for (const PlannedPart& part : item.parts)
         text += Line(4, PartText(part));
     if (item.partsLeftOut != 0)
@@ -101,11 +107,55 @@ std::string ProductText(const PlannedProduct& product)
     return text + '\n';
 }
 
-std::string DangerText(const PlanDanger& danger)
+// What would be done without anything being deleted by it.
+std::string ActionsText(const Plan& plan)
 {
-    return Line(0, "DANGER: " + danger.product + ": " + danger.item +
-                       (danger.leadsTo.empty() ? "" : " (" + danger.leadsTo + ')') + " would take " + danger.place +
-                       ", " + danger.reason);
+    std::map<std::string, std::uint64_t> stages;
+    std::uint64_t functions = 0;
+    for (const PlannedProduct& product : plan.products)
+    {
+        for (const PlannedStage& stage : product.stages)
+        {
+            for (const PlannedItem& item : stage.items)
+            {
+                const std::uint64_t count = item.state == ItemState::Present ? 1 : 0;
+                (item.kind == ItemKind::DllFunction ? functions : stages[stage.name]) += count;
+            }
+        }
+    }
+    std::string text;
+    const auto add = [&](std::uint64_t number, const char* one, const char* many, const char* verb) {
+        if (number != 0)
+            text += (text.empty() ? "" : ", ") + Count(number, one, many) + " would be " + verb;
+    };
+    add(stages[StageName(PRODSWEEP_EVENT_STOP_DRIVER)], "service", "services", "stopped");
+    add(stages[StageName(PRODSWEEP_EVENT_DISABLE_DRIVER)], "service", "services", "disabled");
+    add(functions, "function", "functions", "called");
+    add(stages[StageName(PRODSWEEP_EVENT_TOOLS)], "tool", "tools", "run");
+    add(stages[StageName(PRODSWEEP_EVENT_PROCESSES)], "program", "programs", "ended");
+    return text;
+}
+
+std::string TotalText(const Plan& plan)
+{
+    const std::string contents = ContentsText(plan.total);
+    const std::string actions = ActionsText(plan);
+    if (actions.empty())
+        return contents.empty() ? "nothing would go" : contents;
+    return (contents.empty() ? "nothing would be deleted" : contents) + "; " + actions;
+}
+
+std::string RestartText(const Plan& plan)
+{
+    if (!plan.restart)
+        return {};
+    std::string text = "A restart of the machine would be needed to finish, for:\n";
+    for (const PlannedProduct& product : plan.products)
+    {
+        for (const std::string& cause : product.restartFor)
+            text += Line(1, product.name + ": " + cause);
+    }
+    return text;
 }
 
 } // namespace
@@ -126,12 +176,8 @@ std::string PlanAsText(const Plan& plan)
     for (const PlanWarning& warning : plan.warnings)
         text += Line(0, "warning: " + WarningSentence(warning));
     for (const PlanDanger& danger : plan.dangers)
-        text += DangerText(danger);
-    const std::string total = ContentsText(plan.total);
-    text += Line(0, "In all: " + (total.empty() ? "nothing would go" : total) + '.');
-    if (plan.restart)
-        text += "A restart of the machine would be needed to finish.\n";
-    return text;
+        text += Line(0, "DANGER: " + DangerClause(danger));
+    return text + Line(0, "In all: " + TotalText(plan) + '.') + RestartText(plan);
 }
 
 } // namespace prodsweep

@@ -109,6 +109,8 @@ bool CPlannedRemoval::ExecOperation(const AttributeMap& attributes, const std::w
     const std::wstring* const text = FindAttribute(attributes, L"op_code");
     if (text != nullptr && FindOpCode(*text) == nullptr)
         unknownOpCodes.insert(*text);
+    if (IsYes(attributes, L"restart_required"))
+        restartEntries.push_back(Describe(attributes));
     return CProductUninstall::ExecOperation(attributes, appPath);
 }
 

@@ -62,6 +62,8 @@ public:
     const std::vector<AsideEntry>& Aside() const { return aside; }
     // Texts of sections' op_codes that are none.
     const std::set<std::wstring>& UnknownOpCodes() const { return unknownOpCodes; }
+    // The entries that demand a restart, described by their attributes.
+    const std::vector<std::string>& RestartEntries() const { return restartEntries; }
 
     bool ExecOperation(const AttributeMap& attributes, const std::wstring& appPath) override;
     bool ProcessDelFile(const AttributeMap& attributes, const std::wstring& appPath) override;
@@ -85,6 +87,7 @@ private:
     std::vector<AsideEntry> aside;
     std::set<std::wstring> relativeTools;
     std::set<std::wstring> unknownOpCodes;
+    std::vector<std::string> restartEntries;
 };
 
 } // namespace prodsweep

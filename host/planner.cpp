@@ -208,6 +208,8 @@ void CPlanner::PlanProduct(int kind, const CProduct& product, PlannedProduct::Wh
     WarnOfTools(planned);
     planned.asksRestart = removal.RestartRequired();
     planned.restart = planned.asksRestart;
+    for (const std::string& entry : removal.RestartEntries())
+        planned.restartFor.push_back("the entry " + entry);
     AddTotals(planned);
 }
 
@@ -237,7 +239,10 @@ void CPlanner::AddTotals(PlannedProduct& product)
         {
             AddContents(plan.total, item);
             if (item.contents.atRestart != 0 || item.restart)
+            {
                 product.restart = true;
+                product.restartFor.push_back(item.name);
+            }
         }
     }
     plan.restart = plan.restart || product.restart;

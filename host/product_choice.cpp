@@ -13,7 +13,7 @@ namespace prodsweep {
 
 namespace {
 
-std::vector<Product> NamedProducts(const PlanSelection& selection, const CLibrary& library)
+std::vector<Product> NamedProducts(const PlanSelection& selection, const CLibrary& library, const char* assurance)
 {
     const std::vector<Product> catalogue = library.Products(FlagsOf(selection));
     std::vector<Product> named;
@@ -22,7 +22,7 @@ std::vector<Product> NamedProducts(const PlanSelection& selection, const CLibrar
         const auto isNamed = [&](const Product& product) { return product.name == name; };
         const auto first = std::find_if(catalogue.begin(), catalogue.end(), isNamed);
         if (first == catalogue.end())
-            throw CFailure(exitUnknownProduct, "\"" + name + "\" is in no catalogue; nothing was removed.");
+            throw CFailure(exitUnknownProduct, "\"" + name + "\" is in no catalogue" + assurance + '.');
         const bool ofBothKinds = std::any_of(first, catalogue.end(), [&](const Product& product) {
             return isNamed(product) && product.kind != first->kind;
         });
@@ -43,7 +43,7 @@ CProductChoice::CProductChoice(const COptions& commandOptions) : options(command
 {
     options.AddOperands("NAME", selection.names, "Products of the catalogues, by their exact names");
     AddKindOption(options, selection.kind);
-    options.AddFlag("--force", selection.force, "Remove the named products whether they are found or not");
+    options.AddFlag("--force", selection.force, "The named products whether they are found or not");
     options.AddFlag("--all-installed", selection.allInstalled, "Every installed product of a kind");
     options.AddFlag("--force-all", selection.forceAll, "Every product of a kind, found or not");
     AddLibraryOption(options, libraryPath);
@@ -83,13 +83,13 @@ bool IsDealtWith(const PlanSelection& selection, const Product& product)
 
 int FlagsOf(const PlanSelection& selection) { return FlagsOfKind(selection.kind); }
 
-std::vector<Product> ChosenProducts(const PlanSelection& selection, const CLibrary& library)
+std::vector<Product> ChosenProducts(const PlanSelection& selection, const CLibrary& library, const char* assurance)
 {
     if (selection.forceAll)
         return library.Products(FlagsOf(selection));
     if (selection.allInstalled)
         return library.InstalledProducts(FlagsOf(selection));
-    return NamedProducts(selection, library);
+    return NamedProducts(selection, library, assurance);
 }
 
 const Product* FindProduct(const std::vector<Product>& products, const Product& wanted)

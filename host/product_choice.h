@@ -45,8 +45,10 @@ bool IsDealtWith(const PlanSelection& selection, const Product& product);
 // PRODSWEEP_LIST_...; for a single kind also its PRODSWEEP_KIND_... number.
 int FlagsOf(const PlanSelection& selection);
 
-// The chosen products of the catalogues: by name in the order of the names, else in the catalogue's. Throws CFailure.
-std::vector<Product> ChosenProducts(const PlanSelection& selection, const CLibrary& library);
+// The chosen products of the catalogues: by name in the order of the names, else in the catalogue's. Throws CFailure;
+// assurance: what the sentence about an unknown name adds, such as "; nothing was removed".
+std::vector<Product> ChosenProducts(const PlanSelection& selection, const CLibrary& library,
+                                    const char* assurance = "");
 
 // The product of that name and kind; null when there is none.
 const Product* FindProduct(const std::vector<Product>& products, const Product& wanted);

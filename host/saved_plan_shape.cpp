@@ -95,6 +95,7 @@ bool IsProduct(const Json& json)
                                          {"fault", IsTextOrNull},
                                          {"asksRestart", IsFlag},
                                          {"restart", IsFlag},
+                                         {"restartFor", IsListOf<IsText>},
                                          {"asked", IsListOf<IsAsked>},
                                          {"stages", IsListOf<IsStage>}};
     return HasMembers(json, members);

@@ -223,7 +223,7 @@ RemovalReport CUninstallCommand::Remove(const CLibrary& library, std::vector<Pro
     {
         Ask(plan, json ? StandardError() : out);
         plan = PrepareAgain(library, plan, report.lifted);
-        products = ChosenProducts(selection, library);
+        products = ChosenProducts(selection, library, "; nothing was removed");
     }
     if (json)
         KeepOutputToOurselves();
@@ -255,7 +255,7 @@ int CUninstallCommand::Run(const COutput& out)
     CheckOptions();
     selection = Selection();
     const CLibrary library(choice.LibraryPath());
-    const std::vector<Product> products = ChosenProducts(selection, library);
+    const std::vector<Product> products = ChosenProducts(selection, library, "; nothing was removed");
     const bool anything = std::any_of(products.begin(), products.end(),
                                       [&](const Product& product) { return IsDealtWith(selection, product); });
     RemovalReport report = anything ? Remove(library, products, out) : ReportOfNothing(products);

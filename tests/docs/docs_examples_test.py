@@ -251,7 +251,11 @@ class Reference(unittest.TestCase):
         self.assertEqual(told, sorted(values))
         help_text = self.general.partition("Exit codes:")[2]
         of_help = {int(code) for code in re.findall(r"^  (\d+) +\w", help_text, re.MULTILINE)}
-        self.assertLessEqual(of_help, values)
+        self.assertEqual(of_help, values)
+        # The one that stands for all others is told in words.
+        others = [re.search(r"Any other code is (?:.|\n)*?\b(\d{3,})\b", text) for text in
+                  [help_text, self.sections["Exit codes"]]]
+        self.assertEqual([match and match[1] for match in others], ["193", "193"])
 
 
 if __name__ == "__main__":

@@ -46,6 +46,11 @@ class CommandLine(unittest.TestCase):
     def test_short_help_is_the_same(self):
         self.assertEqual(self.host.run("-h").out, self.host.run("--help").out)
 
+    def test_help_has_no_doubled_separators(self):
+        for command in ["list", "explain", "plan", "uninstall", "pending", "check"]:
+            with self.subTest(command):
+                self.assertNotIn("\\\\", self.host.run(command, "--help").out_text())
+
     def test_help_of_list_documents_flags_and_json(self):
         ended = self.host.run("list", "--help")
         self.assertEqual((ended.code, ended.err), (0, b""))

@@ -106,7 +106,7 @@ class OnAConsole(unittest.TestCase):
         self.folder_to_go("app")
         new = self.host.folder / "app" / "new.txt"
         refusal = self.answer_after(lambda: self.host.write("app/new.txt", "x"), "--max-files", "0")
-        self.assertIn("it would take 1 files, and --max-files allows 0; nothing was removed", refusal)
+        self.assertIn("it would take 1 file, and --max-files allows 0; nothing was removed", refusal)
         self.assertTrue(new.exists())
 
     def test_saved_plan_is_held_to_until_the_answer(self):

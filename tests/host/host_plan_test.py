@@ -1,5 +1,6 @@
 """prodsweep plan: what it says of a removal, and that a saved plan holds only for the machine that it was made on."""
 import json
+import re
 import os
 import subprocess
 import time
@@ -452,6 +453,7 @@ class Selection(Planned):
                 ended = self.host.run("plan", *arguments)
                 self.assertEqual(ended.code, code)
                 self.assertRegex(ended.err_text(), r"\Aprodsweep: [^\n]+\n\Z")
+        self.assertEqual(self.host.run("plan", "Nothing").err_text(), 'prodsweep: "Nothing" is in no catalogue.\n')
 
     def test_library_elsewhere_completes_paths_of_tools_by_its_own_folder(self):
         self.host.write("tools/clean.exe", "x")
@@ -465,6 +467,35 @@ class Selection(Planned):
         self.assertEqual(self.states("tools", plan=plan), [(f"{self.path('tools/clean.dll')} Clean", "present"),
                                                            (f'"{self.path("tools/clean.exe")}" ', "present")])
         self.assertEqual(self.states("tools", plan=plan), self.states("tools"))
+
+    def test_text_of_the_plan_names_what_would_be_done_besides_deleting(self):
+        self.host.write("tools/there.exe", "x")
+        self.forced(section("exec_tool", entry(tool_name="tools\\there.exe"), entry(tool_name="tools\\there.exe", cmd_line="/x"),
+                            entry(path="windows_system", module="kernel32.dll", method_name="GetTickCount")))
+        text = self.host.run("plan", "Anvil", "--force").out_text()
+        self.assertTrue(text.endswith("\nIn all: nothing would be deleted; 1 function would be called, 2 tools would be run.\n"),
+                        text)
+
+    def test_restart_is_told_with_what_it_is_for(self):
+        self.forced(section("del_file", entry(name=self.path("none"), restart_required="yes"),
+                            entry(name=self.path("*.log"))))
+        text = self.host.run("plan", "Anvil", "--force").out_text()
+        self.assertTrue(text.endswith(f"""\
+In all: nothing would go.
+A restart of the machine would be needed to finish, for:
+  Anvil: the entry name="{self.path('none')}" restart_required="yes"
+  Anvil: {self.path('*.log')}
+"""), text)
+        self.assertEqual(self.plan("Anvil", "--force")["products"][0]["restartFor"],
+                         [f'the entry name="{self.path("none")}" restart_required="yes"', self.path("*.log")])
+
+    def test_danger_is_told_once_and_in_the_words_of_the_refusal(self):
+        self.forced(section("del_folder", entry(name="C:\\users\\Public")))
+        text = self.host.run("plan", "Anvil", "--force").out_text()
+        self.assertIn("      present: it must not go, so it was not looked into\n", text)
+        danger = re.search("^DANGER: (.*)$", text, re.MULTILINE)[1]
+        self.assertEqual(danger, '"C:\\users\\Public" of "Anvil" is a user\'s profile')
+        self.assertIn(danger, self.host.run("uninstall", "-y", "Anvil", "--force").err_text())
 
     def test_text_says_it_all_in_lines(self):
         self.host.write("app/a.txt", "x")
