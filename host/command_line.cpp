@@ -40,7 +40,7 @@ void COptions::AddText(const char* name, std::string& value, const char* valueNa
 void COptions::AddNumber(const char* name, std::uint64_t& value, const char* valueName, const char* help)
 {
     const auto read = [&value, name = std::string(name)](const std::string& text) { value = ReadNumber(name, text); };
-    parser->add_option_function<std::string>(name, read, help)->type_name(valueName);
+    parser->add_option(name)->each(read)->description(help)->type_name(valueName);
 }
 
 void COptions::AddChoice(const char* name, std::string& value, const std::vector<std::string>& words,

@@ -144,6 +144,7 @@ protected:
     std::vector<std::string> Dangers() const
     {
         std::vector<std::string> dangers;
+        dangers.reserve(plan.dangers.size());
         for (const PlanDanger& danger : plan.dangers)
             dangers.push_back(danger.leadsTo + ": " + danger.reason);
         return dangers;

@@ -83,7 +83,7 @@ std::string FaultOfMissing(const CLI::App& app, const std::string& sentence)
 
 std::string ParseFault(const CLI::App& app, const CLI::ParseError& error)
 {
-    const std::string sentence = error.what();
+    std::string sentence = error.what();
     if (dynamic_cast<const CLI::RequiredError*>(&error) != nullptr)
         return FaultOfMissing(app, sentence);
     if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr)

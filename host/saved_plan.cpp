@@ -165,6 +165,11 @@ std::string ProductsDrift(const Json& before, const Json& after)
     return {};
 }
 
+CFailure NoPlan(const std::string& path)
+{
+    return {exitBadCatalogue, "\"" + path + "\" is no plan that this program has saved."};
+}
+
 } // namespace
 
 void SavePlan(const Plan& plan, const std::string& path)
@@ -185,17 +190,16 @@ SavedPlan ReadSavedPlan(const std::string& path)
             throw CFailure(exitBadCatalogue, "\"" + path + "\" is a report of another kind, and no plan.");
         if (saved.json.at("format") != NewReport().at("format"))
             throw CFailure(exitBadCatalogue, "the plan \"" + path + "\" is of another format than this program's.");
-        if (HasPlanShape(saved.json))
-        {
-            saved.selection = ReadSelection(saved.json.at("selection"));
-            return saved;
-        }
+        if (!HasPlanShape(saved.json))
+            throw NoPlan(path);
+        saved.selection = ReadSelection(saved.json.at("selection"));
+        return saved;
     }
     catch (const Json::exception&)
     {
         // Not even an object with the first two of them.
+        throw NoPlan(path);
     }
-    throw CFailure(exitBadCatalogue, "\"" + path + "\" is no plan that this program has saved.");
 }
 
 std::string FindDrift(const Json& saved, const Json& now)

@@ -23,6 +23,7 @@ TEST(SpinGuardTest, OneThreadIsInsideAtATime)
     std::atomic<int> flag{0};
     int counted = 0; // no atomic: the guard alone makes this right
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i)
         threads.emplace_back([&] {
             for (int round = 0; round < 500; ++round)

@@ -146,15 +146,28 @@ TEST_F(KillProcessTest, OnlyTheWholeNameMatches)
     const test::RunningVictim victim(Path(name));
     const Guard guard(everyProcess);
     const std::wstring stem = name.substr(0, name.size() - 4);
-    for (const std::wstring& other :
-         {Path(name), std::wstring(L"*"), stem, stem + L"*", stem + L".???", name.substr(1), name + L" ",
-          name + L".exe", L"\"" + name + L"\"", std::wstring(), std::wstring(32767, L'x')})
+    for (const std::wstring& other : {Path(name), std::wstring(L"*"), stem, stem + L"*", stem + L".???", name.substr(1),
+                                      name + L" ", name + L".exe", L"\"" + name + L"\"", std::wstring(32767, L'x')})
     {
         log.Clear();
         EXPECT_EQ(_ERROR_NOT_FOUND, operations.KillProcess(other.c_str())) << test::Narrow(other);
         EXPECT_EQ(2u, log.Records().size()) << test::Narrow(other);
     }
     EXPECT_EQ(_ERROR_FAILED, operations.KillProcess(name.c_str()));
+}
+
+// Wine lists a process that is just being made without a name.
+TEST_F(KillProcessTest, EmptyNameMatchesNoProcessThatHasOne)
+{
+    const test::RunningVictim victim(Path(name));
+    const Guard guard(everyProcess);
+
+    operations.KillProcess(L"");
+
+    for (const test::LogRecord& record : log.Records())
+        EXPECT_TRUE(record.text.starts_with(L"try Kill process \"\"") || !record.text.starts_with(L"try Kill process"))
+            << test::Narrow(record.text);
+    EXPECT_TRUE(victim.Runs());
 }
 
 TEST_F(KillProcessTest, ProcessWhoseNameBeginsAlikeRunsOn)

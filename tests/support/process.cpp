@@ -125,7 +125,7 @@ std::optional<ProcessResult> ResultOfFreshProcess(DWORD timeoutMilliseconds)
     if (startedFor == Widen(test))
         return std::nullopt;
     SetEnvironmentVariableW(childVariable, Widen(test).c_str());
-    const ProcessResult child = RunThisProgram(L"--gtest_filter=" + Widen(test), timeoutMilliseconds);
+    ProcessResult child = RunThisProgram(L"--gtest_filter=" + Widen(test), timeoutMilliseconds);
     SetEnvironmentVariableW(childVariable, startedFor[0] != L'\0' ? startedFor : nullptr);
     return child;
 }
