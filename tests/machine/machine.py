@@ -171,10 +171,10 @@ class Machine:
         self._take()
         atexit.register(self.stop)
         self._at = None
+        self._runs = False
         self.stop()
         if not self._put_back():
             self._make()
-        self.start()
 
     def _take(self):
         for _ in range(6000):
@@ -235,35 +235,37 @@ class Machine:
         for tree in ["prefix", "home"]:
             if (BASE / name / tree).exists():
                 shutil.copytree(BASE / name / tree, BASE / tree, symlinks=True, dirs_exist_ok=True)
-        self.start()
         self._at = name
 
     def start(self):
         """The first program in a stopped prefix boots it: what waits for a restart is done, services start."""
         if _wine("--start") != 0:
             raise RuntimeError("the machine does not start")
+        self._runs = True
 
     def stop(self):
         """Ends all programs. The registry is on the disk when this returns."""
         _wine("--stop")
+        self._runs = False
 
     def restart(self):
         self.stop()
         self.start()
 
     def state(self, keep=None):
-        """The whole machine. Looking at the registry needs a restart, which takes place behind the look.
+        """The whole machine. Looking at the registry needs a stop; the next program starts it.
         "keep" names what was seen, for go_back_to."""
         self.stop()
         now = State({**files().places, **_registry()})
         if keep:
             self.keep(keep)
-        self.start()
         self._at = keep
         return now
 
     def popen(self, program, *arguments, **options):
         """Starts a program, given by its Windows path or by a name that Windows finds."""
+        if not self._runs:
+            self.start()
         self._at = None
         return subprocess.Popen([ROOT / "cmake" / "wine", program, *arguments],
                                 **{"stdin": subprocess.DEVNULL, "stdout": subprocess.DEVNULL,

@@ -46,6 +46,7 @@ class Installers(unittest.TestCase):
             self.assertIn(ended.code, [0, seen(3010)], ended)
             self.assertEqual(ended.err, "", ended)
         registry = self.machine.state().places
+        self.machine.start()
         return {**{place: what for place, what in registry.items() if place.startswith("HK")}, **files().places}
 
     def assert_gone(self, places, *roots):
