@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "common/unique_reg_key.h"
-#include "native_key.h"
+#include "registry/native_key_name.h"
 #include "text.h"
 
 namespace prodsweep {

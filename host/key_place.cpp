@@ -3,6 +3,7 @@
 #include "common/path_join.h"
 #include "key_name.h"
 #include "native_key.h"
+#include "registry/native_key_name.h"
 #include "registry/split_key_path.h"
 
 namespace prodsweep {

@@ -4,6 +4,7 @@
 #include "key_verdicts.h"
 #include "native_key.h"
 #include "registry/key_circle.h"
+#include "registry/native_key_name.h"
 #include "registry/reg_key_helper.h"
 #include "text.h"
 

@@ -1,25 +1,14 @@
 #include "native_key.h"
 
-#include <cstring>
-#include <iterator>
 #include <vector>
 
-#include <winternl.h>
-
 #include "common/unique_reg_key.h"
+#include "registry/native_key_name.h"
 #include "text.h"
 
 namespace prodsweep {
 
 namespace {
-
-using QueryKeyCall = NTSTATUS(NTAPI*)(HANDLE, int, void*, ULONG, ULONG*);
-
-QueryKeyCall BindQueryKey()
-{
-    return reinterpret_cast<QueryKeyCall>(
-        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "NtQueryKey")));
-}
 
 struct NamedHive
 {
@@ -45,29 +34,6 @@ const std::vector<NamedHive>& NamedHives()
 }
 
 } // namespace
-
-std::wstring NativeKeyName(HKEY key)
-{
-    static const QueryKeyCall query = BindQueryKey();
-    constexpr int keyNameInformation = 3;
-    constexpr std::size_t usualSize = 512;
-    if (query == nullptr)
-        return {};
-    // Its length in bytes comes first, then the name.
-    std::wstring answer(usualSize, L'\0');
-    ULONG needed = 0;
-    NTSTATUS status = query(key, keyNameInformation, answer.data(), usualSize * sizeof(wchar_t), &needed);
-    if (status < 0 && needed > usualSize * sizeof(wchar_t))
-    {
-        answer.resize(needed / sizeof(wchar_t) + 1);
-        status = query(key, keyNameInformation, answer.data(), needed, &needed);
-    }
-    if (status < 0)
-        return {};
-    ULONG length = 0;
-    memcpy(&length, answer.data(), sizeof(length));
-    return answer.substr(sizeof(length) / sizeof(wchar_t), length / sizeof(wchar_t));
-}
 
 std::wstring ReadableKeyName(const std::wstring& nativeName)
 {

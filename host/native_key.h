@@ -7,10 +7,7 @@
 
 namespace prodsweep {
 
-// "\Registry\Machine\Software" of an open key. Empty when the system does not tell.
-std::wstring NativeKeyName(HKEY key);
-
-// The same for people: "HKEY_LOCAL_MACHINE\Software". What lies in no hive stays as it is.
+// A key's native name for people: "HKEY_LOCAL_MACHINE\Software". What lies in no hive stays as it is.
 std::wstring ReadableKeyName(const std::wstring& nativeName);
 
 // Whether the last part of the subkey is a link, one that leads nowhere too. Links on the way are followed.

@@ -1,6 +1,7 @@
 #include "native_key.h"
 
 #include "common/unique_reg_key.h"
+#include "registry/native_key_name.h"
 #include "support/key_link.h"
 #include "support/registry_sandbox.h"
 

@@ -1,43 +1,12 @@
 #include "registry/key_circle.h"
 
 #include "registry/key_access.h"
+#include "registry/native_key_name.h"
 
 #include <string_view>
 
 namespace prodsweep {
 namespace {
-
-using NtQueryKeyCall = LONG(NTAPI*)(HANDLE, int, void*, ULONG, ULONG*);
-
-NtQueryKeyCall BindNtQueryKey()
-{
-    const HMODULE module = GetModuleHandleW(L"ntdll.dll");
-    const FARPROC entry = module != nullptr ? GetProcAddress(module, "NtQueryKey") : nullptr;
-    return reinterpret_cast<NtQueryKeyCall>(reinterpret_cast<void*>(entry));
-}
-
-// The system's own path of a key, from which all links are gone. Empty when it is not told.
-std::wstring NativePath(HKEY key)
-{
-    static const NtQueryKeyCall query = BindNtQueryKey();
-    constexpr int keyNameInformation = 3;
-    constexpr std::size_t lengthSize = sizeof(ULONG) / sizeof(wchar_t); // of the path, which follows it
-    constexpr std::size_t usualSize = 256;
-    if (query == nullptr)
-        return {};
-    std::wstring answer(usualSize, L'\0');
-    ULONG bytes = 0;
-    LONG status = query(key, keyNameInformation, answer.data(), usualSize * sizeof(wchar_t), &bytes);
-    if (status < 0 && bytes > usualSize * sizeof(wchar_t))
-    {
-        answer.resize(bytes / sizeof(wchar_t) + 1);
-        status = query(key, keyNameInformation, answer.data(), bytes, &bytes);
-    }
-    if (status < 0)
-        return {};
-    answer.resize(bytes / sizeof(wchar_t));
-    return answer.erase(0, lengthSize);
-}
 
 bool IsSame(std::wstring_view left, std::wstring_view right)
 {
@@ -57,7 +26,7 @@ void TrimSeparators(std::wstring& subkey) { subkey.resize(subkey.find_last_not_o
 
 bool LeadsBack(HKEY key, HKEY hive, const std::wstring& subkey, bool x32view)
 {
-    const std::wstring path = NativePath(key);
+    const std::wstring path = NativeKeyName(key);
     // Mostly: no link on the way, and so no other key is asked.
     if (path.empty() || EndsWith(path, subkey))
         return false;
@@ -70,7 +39,7 @@ bool LeadsBack(HKEY key, HKEY hive, const std::wstring& subkey, bool x32view)
         TrimSeparators(way);
         UniqueRegKey passed;
         if (OpenKey(hive, way, KEY_QUERY_VALUE | view, passed) == ERROR_SUCCESS &&
-            IsSame(NativePath(passed.get()), path))
+            IsSame(NativeKeyName(passed.get()), path))
             return true;
     }
     return false;
