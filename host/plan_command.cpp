@@ -60,7 +60,7 @@ int CPlanCommand::Run(const COutput& out)
         WriteWholeFile("the page", pagePath, PlanAsPage(plan));
     if (options.IsGiven("--save"))
         SavePlan(plan, savePath);
-    return out.Write(json ? ReportText(PlanAsJson(plan)) : PlanAsText(plan)) ? exitDone : exitNotWritten;
+    return out.Write(json ? PlanJsonText(plan) : PlanAsText(plan)) ? exitDone : exitNotWritten;
 }
 
 } // namespace prodsweep

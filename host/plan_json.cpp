@@ -137,4 +137,6 @@ Json PlanAsJson(const Plan& plan)
     return json;
 }
 
+std::string PlanJsonText(const Plan& plan) { return ReportText(PlanAsJson(plan)); }
+
 } // namespace prodsweep

@@ -16,4 +16,7 @@ std::string WarningSentence(const PlanWarning& warning);
 // The object of --json, which is also what --save writes.
 Json PlanAsJson(const Plan& plan);
 
+// That object as it is written.
+std::string PlanJsonText(const Plan& plan);
+
 } // namespace prodsweep

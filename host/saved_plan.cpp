@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include <nlohmann/json.hpp>
 #include <windows.h>
 
 #include "common/unique_handle.h"
@@ -174,26 +175,23 @@ CFailure NoPlan(const std::string& path)
 
 void SavePlan(const Plan& plan, const std::string& path)
 {
-    WriteWholeFile("the plan", path, ReportText(PlanAsJson(plan)));
+    WriteWholeFile("the plan", path, PlanJsonText(plan));
 }
 
 SavedPlan ReadSavedPlan(const std::string& path)
 {
-    const std::string text = ReadAll(path);
-    SavedPlan saved;
-    saved.json = Json::parse(text, nullptr, false);
-    if (saved.json.is_discarded())
+    const auto json = std::make_shared<const Json>(Json::parse(ReadAll(path), nullptr, false));
+    if (json->is_discarded())
         throw CFailure(exitBadCatalogue, "the plan \"" + path + "\" is not whole, or is no JSON.");
     try
     {
-        if (saved.json.at("report") != "plan")
+        if (json->at("report") != "plan")
             throw CFailure(exitBadCatalogue, "\"" + path + "\" is a report of another kind, and no plan.");
-        if (saved.json.at("format") != NewReport().at("format"))
+        if (json->at("format") != NewReport().at("format"))
             throw CFailure(exitBadCatalogue, "the plan \"" + path + "\" is of another format than this program's.");
-        if (!HasPlanShape(saved.json))
+        if (!HasPlanShape(*json))
             throw NoPlan(path);
-        saved.selection = ReadSelection(saved.json.at("selection"));
-        return saved;
+        return {ReadSelection(json->at("selection")), json};
     }
     catch (const Json::exception&)
     {
@@ -215,5 +213,7 @@ std::string FindDrift(const Json& saved, const Json& now)
         return "other products of it are installed";
     return saved.at("catalogues") == now.at("catalogues") ? "" : "the catalogue has changed";
 }
+
+std::string FindDrift(const SavedPlan& saved, const Plan& now) { return FindDrift(*saved.json, PlanAsJson(now)); }
 
 } // namespace prodsweep

@@ -1,9 +1,8 @@
 // A plan in a file, and whether the machine is still as it says.
 #pragma once
 
+#include <memory>
 #include <string>
-
-#include <nlohmann/json.hpp>
 
 #include "json.h"
 #include "plan.h"
@@ -13,7 +12,7 @@ namespace prodsweep {
 struct SavedPlan
 {
     PlanSelection selection;
-    Json json;
+    std::shared_ptr<const Json> json; // null: there is none
 };
 
 // path is UTF-8. Both throw CFailure.
@@ -23,5 +22,6 @@ SavedPlan ReadSavedPlan(const std::string& path);
 // What differs first between the plan as it was saved and the plan of this moment, as a clause: "the folder is absent
 // and was present". Empty: nothing that matters. Whether a program runs, or has a file open, does not matter.
 std::string FindDrift(const Json& saved, const Json& now);
+std::string FindDrift(const SavedPlan& saved, const Plan& now);
 
 } // namespace prodsweep

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <iterator>
 
+#include <nlohmann/json.hpp>
+
 #include "kind_option.h"
 
 namespace prodsweep {

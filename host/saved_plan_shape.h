@@ -1,8 +1,6 @@
 // Whether a file holds a plan as this program writes it: it may be damaged, or somebody has edited it.
 #pragma once
 
-#include <nlohmann/json.hpp>
-
 #include "json.h"
 
 namespace prodsweep {

@@ -1,6 +1,7 @@
 #include "saved_plan.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include "exit_codes.h"
 #include "failure.h"
@@ -140,8 +141,8 @@ TEST(SavePlanTest, OlderPlanIsReplacedAndNotWrittenOver)
 
     SavePlan(other, ToUtf8(path));
 
-    EXPECT_EQ("forge", ReadSavedPlan(ToUtf8(older)).json.at("machine"));
-    EXPECT_EQ("mill", ReadSavedPlan(ToUtf8(path)).json.at("machine"));
+    EXPECT_EQ("forge", ReadSavedPlan(ToUtf8(older)).json->at("machine"));
+    EXPECT_EQ("mill", ReadSavedPlan(ToUtf8(path)).json->at("machine"));
 }
 
 // Has something of everything that a plan may hold.

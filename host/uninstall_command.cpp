@@ -158,9 +158,9 @@ PlanSelection CUninstallCommand::Selection()
 Plan CUninstallCommand::Prepare(const CLibrary& library, std::vector<std::string>& lifted) const
 {
     Plan plan = MakePlan(library, selection, OpenFiles::LeftAlone);
-    if (!saved.json.is_null())
+    if (saved.json != nullptr)
     {
-        if (const std::string drift = FindDrift(saved.json, PlanAsJson(plan)); !drift.empty())
+        if (const std::string drift = FindDrift(saved, plan); !drift.empty())
             throw CFailure(exitRemovalFailed, "the machine is not as the plan \"" + planPath + "\" says: " + drift +
                                                   "; nothing was removed.");
     }
