@@ -65,8 +65,7 @@ LSTATUS WINAPI NoServiceKey(HKEY key, const wchar_t* subkey, DWORD options, REGS
     return ERROR_FILE_NOT_FOUND;
 }
 
-// Has the parameters of CreateProcessW.
-// NOLINTBEGIN(readability-function-size)
+// Has the parameters of CreateProcessW. NOLINTNEXTLINE(readability-function-size)
 BOOL WINAPI NoProcess(const wchar_t*, wchar_t*, SECURITY_ATTRIBUTES*, SECURITY_ATTRIBUTES*, BOOL, DWORD, void*,
                       const wchar_t*, STARTUPINFOW*, PROCESS_INFORMATION*)
 {
@@ -74,7 +73,6 @@ BOOL WINAPI NoProcess(const wchar_t*, wchar_t*, SECURITY_ATTRIBUTES*, SECURITY_A
     SetLastError(ERROR_FILE_NOT_FOUND);
     return FALSE;
 }
-// NOLINTEND(readability-function-size)
 
 HANDLE WINAPI NoSnapshot(DWORD, DWORD)
 {

@@ -37,8 +37,7 @@ public:
     std::vector<bool> waits;
 
 private:
-    // Has the parameters of CreateProcessW.
-    // NOLINTBEGIN(readability-function-size)
+    // Has the parameters of CreateProcessW. NOLINTNEXTLINE(readability-function-size)
     static BOOL WINAPI Create(const wchar_t*, wchar_t*, SECURITY_ATTRIBUTES*, SECURITY_ATTRIBUTES*, BOOL, DWORD, void*,
                               const wchar_t*, STARTUPINFOW* how, PROCESS_INFORMATION* out)
     {
@@ -52,7 +51,6 @@ private:
         out->hProcess = current;
         return TRUE;
     }
-    // NOLINTEND(readability-function-size)
 
     static DWORD WINAPI Wait(HANDLE handle, DWORD milliseconds)
     {

@@ -17,8 +17,7 @@ constexpr wchar_t traceVariable[] = L"PRODSWEEP_METHOD_TRACE";
 UINT codePage = 0;
 const test::ImportPatch* conversion = nullptr;
 
-// Both have the parameters of WideCharToMultiByte.
-// NOLINTBEGIN(readability-function-size)
+// Has the parameters of WideCharToMultiByte. NOLINTNEXTLINE(readability-function-size)
 int WINAPI WatchCodePage(UINT page, DWORD flags, const wchar_t* wide, int length, char* narrow, int size,
                          const char* fallback, BOOL* usedFallback)
 {
@@ -27,8 +26,8 @@ int WINAPI WatchCodePage(UINT page, DWORD flags, const wchar_t* wide, int length
                                                            usedFallback);
 }
 
+// Has them too. NOLINTNEXTLINE(readability-function-size)
 int WINAPI ConvertNothing(UINT, DWORD, const wchar_t*, int, char*, int, const char*, BOOL*) { return 0; }
-// NOLINTEND(readability-function-size)
 
 class ExecDllMethodTest : public testing::Test
 {

@@ -9,8 +9,8 @@
 
 #include <gmock/gmock.h>
 
-#include <cstring>
 #include <optional>
+#include <string_view>
 #include <vector>
 
 namespace prodsweep {
@@ -247,6 +247,12 @@ TEST_F(ExecToolTest, ShowFlagReachesTheTool)
     EXPECT_THAT(ReadText(tool + L".started"), testing::EndsWith(L"\nflags 1 show 0"));
 }
 
+// All of it, padding included.
+std::string_view Bytes(const STARTUPINFOW& startup)
+{
+    return {reinterpret_cast<const char*>(&startup), sizeof(startup)};
+}
+
 TEST_F(ExecToolTest, NothingButTheCommandLineAndTheShowFlagIsGiven)
 {
     const ToolWatch watch;
@@ -258,8 +264,7 @@ TEST_F(ExecToolTest, NothingButTheCommandLineAndTheShowFlagIsGiven)
     operations.ExecTool(Line(L"").c_str(), true, true);
 
     EXPECT_TRUE(watch.OnlyACommandLine());
-    // All of it, padding included. NOLINTNEXTLINE(bugprone-suspicious-memory-comparison)
-    EXPECT_EQ(0, std::memcmp(&expected, &watch.Startup(), sizeof(expected)));
+    EXPECT_EQ(Bytes(expected), Bytes(watch.Startup()));
 }
 
 TEST_F(ExecToolTest, ToolThatCannotBeStartedIsUnknown)

@@ -94,8 +94,7 @@ LSTATUS WINAPI RegistryFaults::Close(HKEY key)
     return current->closePatch.Original<decltype(RegCloseKey)>()(key);
 }
 
-// The parameters of the system's own calls.
-// NOLINTBEGIN(readability-function-size)
+// The parameters of RegQueryInfoKeyW. NOLINTNEXTLINE(readability-function-size)
 LSTATUS WINAPI RegistryFaults::Query(HKEY key, wchar_t* className, DWORD* classLength, DWORD* reserved,
                                      DWORD* subkeyCount, DWORD* longestSubkey, DWORD* longestClass, DWORD* valueCount,
                                      DWORD* longestValue, DWORD* longestData, DWORD* security, FILETIME* written)
@@ -114,6 +113,7 @@ LSTATUS WINAPI RegistryFaults::Query(HKEY key, wchar_t* className, DWORD* classL
     return status;
 }
 
+// The parameters of RegEnumValueW. NOLINTNEXTLINE(readability-function-size)
 LSTATUS WINAPI RegistryFaults::EnumValue(HKEY key, DWORD index, wchar_t* name, DWORD* nameLength, DWORD* reserved,
                                          DWORD* type, BYTE* data, DWORD* dataLength)
 {
@@ -137,6 +137,7 @@ LSTATUS WINAPI RegistryFaults::EnumValue(HKEY key, DWORD index, wchar_t* name, D
                                                                        data, dataLength);
 }
 
+// The parameters of RegEnumKeyExW. NOLINTNEXTLINE(readability-function-size)
 LSTATUS WINAPI RegistryFaults::EnumKey(HKEY key, DWORD index, wchar_t* name, DWORD* nameLength, DWORD* reserved,
                                        wchar_t* className, DWORD* classLength, FILETIME* written)
 {
@@ -154,7 +155,6 @@ LSTATUS WINAPI RegistryFaults::EnumKey(HKEY key, DWORD index, wchar_t* name, DWO
     return current->enumKeyPatch.Original<decltype(RegEnumKeyExW)>()(key, index, name, nameLength, reserved, className,
                                                                      classLength, written);
 }
-// NOLINTEND(readability-function-size)
 
 LSTATUS WINAPI RegistryFaults::DeleteValue(HKEY key, const wchar_t* name)
 {
