@@ -16,7 +16,7 @@ function(prodsweep_floor name)
   endif()
   target_include_directories(${target} PUBLIC ${root})
   target_link_libraries(${target} PUBLIC ${FLOOR_LINKS} ${FLOOR_SYSTEM} PRIVATE prodsweep_options)
-  # Read once for all floors, and for the host. Each source still includes what it uses: the linter compiles without this.
+  # Read once for all that ships, and for the tools of the tests. Each source still includes what it uses: the linter compiles without this.
   if(name STREQUAL common)
     target_precompile_headers(${target} PRIVATE
       <windows.h> <shlobj.h> <msxml2.h> <algorithm> <functional> <map> <memory> <optional> <set> <string> <vector>)
