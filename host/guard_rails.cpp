@@ -138,6 +138,16 @@ const ForbiddenPlace* CGuardRails::OfText(const std::wstring& path) const
     return found == paths.end() ? nullptr : &found->place;
 }
 
+const ForbiddenPlace* CGuardRails::OfIdentity(const std::wstring& path) const
+{
+    const std::optional<FolderIdentity> identity = IdentityOf(path);
+    if (!identity)
+        return nullptr;
+    const auto found = std::find_if(paths.begin(), paths.end(),
+                                    [&](const Path& candidate) { return candidate.identities.contains(*identity); });
+    return found == paths.end() ? nullptr : &found->place;
+}
+
 const ForbiddenPlace* CGuardRails::OfPath(const std::wstring& path) const
 {
     if (path.empty())
@@ -148,18 +158,9 @@ const ForbiddenPlace* CGuardRails::OfPath(const std::wstring& path) const
         if (const ForbiddenPlace* const place = OfText(text))
             return place;
     }
-    for (const std::wstring& text : {path, real})
-    {
-        const std::optional<FolderIdentity> identity = IdentityOf(text);
-        if (!identity)
-            continue;
-        const auto found = std::find_if(paths.begin(), paths.end(), [&](const Path& candidate) {
-            return candidate.identities.contains(*identity);
-        });
-        if (found != paths.end())
-            return &found->place;
-    }
-    return nullptr;
+    if (const ForbiddenPlace* const place = OfIdentity(path))
+        return place;
+    return real == path ? nullptr : OfIdentity(real);
 }
 
 const ForbiddenPlace* CGuardRails::OfKey(HKEY hive, const std::wstring& subkey) const

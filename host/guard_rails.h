@@ -66,6 +66,7 @@ private:
     void AddKeys();
     void AddValues();
     const ForbiddenPlace* OfText(const std::wstring& path) const;
+    const ForbiddenPlace* OfIdentity(const std::wstring& path) const;
 
     std::map<std::wstring, std::optional<FolderIdentity>> asked; // folders above the places, in lower case
     std::set<std::wstring> profiles;                             // that were added, in lower case

@@ -2,13 +2,14 @@
 
 #include "exit_codes.h"
 #include "failure.h"
+#include "path_answer.h"
 #include "text.h"
 
 namespace prodsweep {
 
 namespace {
 
-// Windows' own limit for a path, with its terminating zero.
+// Windows' own limit for a path, with its terminating zero. The call does not tell how much it needs.
 constexpr DWORD longestPath = 32768;
 
 } // namespace
@@ -29,11 +30,10 @@ std::wstring FolderOf(const std::wstring& path) { return path.substr(0, path.fin
 
 std::wstring FullPath(const std::wstring& path)
 {
-    std::wstring full(longestPath, L'\0');
-    const DWORD length = GetFullPathNameW(path.c_str(), longestPath, full.data(), nullptr);
-    if (length == 0 || length >= longestPath)
+    std::wstring full =
+        PathAnswer([&](wchar_t* buffer, DWORD size) { return GetFullPathNameW(path.c_str(), size, buffer, nullptr); });
+    if (full.empty())
         throw CFailure(exitBadArguments, '"' + ToUtf8(path) + "\" is not a path.");
-    full.resize(length);
     return full;
 }
 

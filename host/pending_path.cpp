@@ -7,6 +7,8 @@
 
 #include <windows.h>
 
+#include "path_answer.h"
+
 namespace prodsweep {
 
 namespace {
@@ -65,11 +67,10 @@ std::wstring LongNameOf(const std::wstring& path)
 {
     // Beyond that length only paths that are so marked are taken.
     const std::wstring marker = path.size() < MAX_PATH ? L"" : L"\\\\?\\";
-    std::wstring name(32768, L'\0');
-    const DWORD length = GetLongPathNameW((marker + path).c_str(), name.data(), static_cast<DWORD>(name.size()));
-    if (length <= marker.size() || length >= name.size())
-        return {};
-    return name.substr(marker.size(), length - marker.size());
+    const std::wstring marked = marker + path;
+    const std::wstring name =
+        PathAnswer([&](wchar_t* buffer, DWORD size) { return GetLongPathNameW(marked.c_str(), buffer, size); });
+    return name.size() <= marker.size() ? std::wstring() : name.substr(marker.size());
 }
 
 } // namespace
@@ -87,10 +88,8 @@ std::wstring FullPathOf(const std::wstring& typed)
     // Behind such a prefix everything counts as it stands, dots and blanks at the end too.
     if (PrefixOf(typed) != nullptr)
         return PathOfEntry(typed);
-    std::wstring full(32768, L'\0');
-    const DWORD length = GetFullPathNameW(typed.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr);
-    full.resize(length < full.size() ? length : 0);
-    return WithoutTrailingSeparators(full);
+    return WithoutTrailingSeparators(PathAnswer(
+        [&](wchar_t* buffer, DWORD size) { return GetFullPathNameW(typed.c_str(), size, buffer, nullptr); }));
 }
 
 std::wstring WithLongNames(const std::wstring& path)

@@ -4,14 +4,12 @@
 #include <utility>
 
 #include "common/unique_handle.h"
+#include "path_answer.h"
 #include "text.h"
 
 namespace prodsweep {
 
 namespace {
-
-// Windows' own limit for a path, with its terminating zero.
-constexpr DWORD longestPath = 32768;
 
 // "\\?\C:\x" and "\\.\C:\x" are C:\x, "\\?\UNC\server\share" is "\\server\share".
 std::wstring WithoutDevicePrefix(const std::wstring& path)
@@ -25,12 +23,9 @@ std::wstring WithoutDevicePrefix(const std::wstring& path)
 
 std::wstring Full(const std::wstring& path)
 {
-    std::wstring full(longestPath, L'\0');
-    const DWORD length = GetFullPathNameW(path.c_str(), longestPath, full.data(), nullptr);
-    if (length == 0 || length >= longestPath)
-        return path;
-    full.resize(length);
-    return full;
+    const std::wstring full =
+        PathAnswer([&](wchar_t* buffer, DWORD size) { return GetFullPathNameW(path.c_str(), size, buffer, nullptr); });
+    return full.empty() ? path : full;
 }
 
 // Empty when it does not exist, or can't be opened.
@@ -41,12 +36,9 @@ std::wstring FinalPath(const std::wstring& path)
                                                     OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
     if (file == nullptr)
         return {};
-    std::wstring final(longestPath, L'\0');
-    const DWORD length = GetFinalPathNameByHandleW(file.get(), final.data(), longestPath, VOLUME_NAME_DOS);
-    if (length == 0 || length >= longestPath)
-        return {};
-    final.resize(length);
-    return WithoutDevicePrefix(final);
+    return WithoutDevicePrefix(PathAnswer([&](wchar_t* buffer, DWORD size) {
+        return GetFinalPathNameByHandleW(file.get(), buffer, size, VOLUME_NAME_DOS);
+    }));
 }
 
 std::wstring WithoutTrailingSeparator(std::wstring path)

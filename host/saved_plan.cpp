@@ -173,10 +173,7 @@ CFailure NoPlan(const std::string& path)
 
 } // namespace
 
-void SavePlan(const Plan& plan, const std::string& path)
-{
-    WriteWholeFile("the plan", path, PlanJsonText(plan));
-}
+void SavePlan(const Plan& plan, const std::string& path) { WriteWholeFile("the plan", path, PlanJsonText(plan)); }
 
 SavedPlan ReadSavedPlan(const std::string& path)
 {

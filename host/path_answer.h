@@ -1,0 +1,28 @@
+// How Windows tells a path of any length.
+#pragma once
+
+#include <string>
+
+#include <windows.h>
+
+namespace prodsweep {
+
+// What call(buffer, size) writes. It returns the length, the size that it needs when the buffer is too small, or 0 when
+// it fails; the answer is empty then.
+template <typename Call>
+std::wstring PathAnswer(const Call& call)
+{
+    // Few paths are longer, and there is one question for each of many items: a buffer for the longest path takes more
+    // time to clear than Windows takes to answer.
+    std::wstring answer(MAX_PATH, L'\0');
+    DWORD length = call(answer.data(), static_cast<DWORD>(answer.size()));
+    if (length >= answer.size())
+    {
+        answer.resize(length + std::size_t{1});
+        length = call(answer.data(), static_cast<DWORD>(answer.size()));
+    }
+    answer.resize(length < answer.size() ? length : 0);
+    return answer;
+}
+
+} // namespace prodsweep
