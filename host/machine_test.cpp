@@ -3,21 +3,16 @@
 #include <gtest/gtest.h>
 
 #include "support/import_patch.h"
+#include "support/system_answers.h"
 
 namespace prodsweep {
 namespace {
-
-BOOL WINAPI SayNoMember(HANDLE, PSID, PBOOL member)
-{
-    *member = FALSE;
-    return TRUE;
-}
 
 TEST(AdministratorRightsTest, TheTestsHaveThem) { EXPECT_TRUE(HasAdministratorRights()); }
 
 TEST(AdministratorRightsTest, WhoIsNoMemberHasNone)
 {
-    const test::ImportPatch patch(nullptr, "CheckTokenMembership", SayNoMember);
+    const test::ImportPatch patch(nullptr, "CheckTokenMembership", test::SayNoMember);
     EXPECT_FALSE(HasAdministratorRights());
 }
 

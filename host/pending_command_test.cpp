@@ -6,19 +6,14 @@
 #include "failure.h"
 #include "output.h"
 #include "support/import_patch.h"
+#include "support/system_answers.h"
 
 namespace prodsweep {
 namespace {
 
-BOOL WINAPI SayNoMember(HANDLE, PSID, PBOOL member)
-{
-    *member = FALSE;
-    return TRUE;
-}
-
 TEST(PendingCommandTest, CancellingNeedsAnAdministratorsRights)
 {
-    const test::ImportPatch patch(nullptr, "CheckTokenMembership", SayNoMember);
+    const test::ImportPatch patch(nullptr, "CheckTokenMembership", test::SayNoMember);
     CCommandLine commandLine("", "");
     CPendingCommand command(commandLine);
     commandLine.Read({"pending", "--cancel", "C:/no such"});

@@ -10,6 +10,7 @@
 #include "support/import_patch.h"
 #include "support/log_recorder.h"
 #include "support/registry_sandbox.h"
+#include "support/system_answers.h"
 
 #include <gtest/gtest.h>
 
@@ -122,15 +123,9 @@ INSTANTIATE_TEST_SUITE_P(
 
 // Failures.
 
-DWORD WINAPI FailToNameTheModule(HMODULE, wchar_t*, DWORD)
-{
-    SetLastError(ERROR_GEN_FAILURE);
-    return 0;
-}
-
 TEST_F(ProductTest, UnknownFolderFailsWithoutAWordOfItsOwn)
 {
-    const test::ImportPatch patch(nullptr, "GetModuleFileNameW", FailToNameTheModule);
+    const test::ImportPatch patch(nullptr, "GetModuleFileNameW", test::FailToNameTheModule);
 
     EXPECT_FALSE(Load(L"<product name='A' file='a.xml'/>"));
 

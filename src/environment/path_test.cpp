@@ -3,6 +3,7 @@
 #include "environment/log.h"
 #include "support/import_patch.h"
 #include "support/log_recorder.h"
+#include "support/system_answers.h"
 
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -11,17 +12,6 @@
 
 namespace prodsweep {
 namespace {
-
-DWORD WINAPI FailToNameTheModule(HMODULE, wchar_t*, DWORD)
-{
-    SetLastError(ERROR_GEN_FAILURE);
-    return 0;
-}
-
-DWORD WINAPI NameWithoutBackslash(HMODULE, wchar_t* name, DWORD size)
-{
-    return static_cast<DWORD>(wcslen(wcsncpy(name, L"prodsweep.dll", size)));
-}
 
 // As systems do that leave no room for a terminator.
 DWORD WINAPI NameThatFillsTheBuffer(HMODULE, wchar_t* name, DWORD size)
@@ -44,7 +34,7 @@ TEST(CPathTest, CurrentPathIsTheModulesFolderWithItsTrailingBackslash)
 TEST(CPathTest, ModuleWithoutANameIsLoggedAndLeavesTheTextAlone)
 {
     const test::LogRecorder log;
-    const test::ImportPatch patch(nullptr, "GetModuleFileNameW", FailToNameTheModule);
+    const test::ImportPatch patch(nullptr, "GetModuleFileNameW", test::FailToNameTheModule);
     std::wstring folder = L"before";
 
     EXPECT_FALSE(CPath::GetCurrentPath(folder));
@@ -56,7 +46,7 @@ TEST(CPathTest, ModuleWithoutANameIsLoggedAndLeavesTheTextAlone)
 TEST(CPathTest, ModuleNameWithoutABackslashIsLoggedAndFails)
 {
     const test::LogRecorder log;
-    const test::ImportPatch patch(nullptr, "GetModuleFileNameW", NameWithoutBackslash);
+    const test::ImportPatch patch(nullptr, "GetModuleFileNameW", test::NameWithoutBackslash);
     std::wstring folder = L"before";
 
     EXPECT_FALSE(CPath::GetCurrentPath(folder));

@@ -14,6 +14,7 @@
 #include "support/removal_pass.h"
 #include "support/running_victim.h"
 #include "support/shortcut_maker.h"
+#include "support/system_answers.h"
 #include "support/wow64_mode.h"
 
 #include <gmock/gmock.h>
@@ -156,15 +157,9 @@ TEST_F(CachedExecutionTest, RunningProcessIsEndedAndOneThatIsNotThereIsFine)
                         L"failed _ERROR_NOT_FOUND, \"prodsweep-none.exe\""));
 }
 
-HANDLE WINAPI NoSnapshot(DWORD, DWORD)
-{
-    SetLastError(ERROR_ACCESS_DENIED);
-    return INVALID_HANDLE_VALUE;
-}
-
 TEST_F(CachedExecutionTest, ProcessesThatCannotBeListedFailTheirStage)
 {
-    const test::ImportPatch patch(nullptr, "CreateToolhelp32Snapshot", NoSnapshot);
+    const test::ImportPatch patch(nullptr, "CreateToolhelp32Snapshot", test::NoSnapshot);
     pass.cachedKills = {L"a.exe"};
     pass.ExecuteCachedOperations();
     EXPECT_THAT(StageRecorder::Lines(), ElementsAre("8:2 at 70%"));

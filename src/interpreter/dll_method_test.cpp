@@ -7,6 +7,7 @@
 #include "support/log_recorder.h"
 #include "support/process.h"
 #include "support/removal_pass.h"
+#include "support/system_answers.h"
 #include "support/wow64_mode.h"
 
 #include <gmock/gmock.h>
@@ -103,15 +104,9 @@ TEST_F(RemovalDllMethodTest, NegativeSleepIsNoneInPlaceOfAnEndlessOne)
     EXPECT_TRUE(log.Has(LogTrace, "CProductUninstall::ProcessSleep", L"SLEEP -1"));
 }
 
-void WINAPI SayItIs32Bit(SYSTEM_INFO* info)
-{
-    *info = {};
-    info->wProcessorArchitecture = PROCESSOR_ARCHITECTURE_INTEL;
-}
-
 TEST_F(RemovalDllMethodTest, MethodFor64BitSystemsIsNotCalledOnOthers)
 {
-    const test::ImportPatch patch(nullptr, "GetSystemInfo", SayItIs32Bit);
+    const test::ImportPatch patch(nullptr, "GetSystemInfo", test::SayItIs32Bit);
     EXPECT_FALSE(
         pass.ProcessExecDllMethod({{L"module", module}, {L"method_name", L"Succeed"}, {L"os", L"x64"}}, L"C:\\App"));
     EXPECT_EQ(L"", Trace());
@@ -119,11 +114,9 @@ TEST_F(RemovalDllMethodTest, MethodFor64BitSystemsIsNotCalledOnOthers)
                         L"Will not execute x64 operation on x32 OS! AppPath=C:\\App"));
 }
 
-DWORD WINAPI FailToNameTheModule(HMODULE, wchar_t*, DWORD) { return 0; }
-
 TEST_F(RemovalDllMethodTest, RelativeModuleWithoutTheLibrarysFolderIsNotCalled)
 {
-    const test::ImportPatch patch(nullptr, "GetModuleFileNameW", FailToNameTheModule);
+    const test::ImportPatch patch(nullptr, "GetModuleFileNameW", test::FailToNameTheModule);
     EXPECT_FALSE(pass.ProcessExecDllMethod({{L"module", L"method_dll.dll"}, {L"method_name", L"Succeed"}}, L""));
     EXPECT_EQ(L"", Trace());
 }

@@ -4,6 +4,7 @@
 #include "environment/path.h"
 #include "support/import_patch.h"
 #include "support/log_recorder.h"
+#include "support/system_answers.h"
 
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -266,8 +267,6 @@ std::wstring LibraryFolder()
     return folder;
 }
 
-DWORD WINAPI FailToNameTheModule(HMODULE, wchar_t*, DWORD) { return 0; }
-
 TEST(ComposeToolTest, ToolIsJoinedToItsFolderAndKeepsItsCommandLine)
 {
     const ToolEntry entry =
@@ -292,7 +291,7 @@ TEST(ComposeToolTest, RelativePathBeginsAtTheLibrary)
 
 TEST(ComposeToolTest, UnknownLibraryFolderIsAFault)
 {
-    const test::ImportPatch patch(nullptr, "GetModuleFileNameW", FailToNameTheModule);
+    const test::ImportPatch patch(nullptr, "GetModuleFileNameW", test::FailToNameTheModule);
     EXPECT_EQ(EntryFault::NoLibraryFolder, ComposeTool({{L"tool_name", L"t.exe"}}, app).fault);
     EXPECT_EQ(EntryFault::None, ComposeTool({{L"tool_name", L"C:\\t.exe"}}, app).fault);
 }
@@ -345,7 +344,7 @@ TEST(ComposeDllMethodTest, FaultsComeInTheOrderOfThePieces)
     attributes.emplace(L"method_name", L"a");
     EXPECT_EQ(EntryFault::UnknownFolder, Method(attributes).fault);
     attributes[L"path"] = L"";
-    const test::ImportPatch patch(nullptr, "GetModuleFileNameW", FailToNameTheModule);
+    const test::ImportPatch patch(nullptr, "GetModuleFileNameW", test::FailToNameTheModule);
     EXPECT_EQ(EntryFault::NoLibraryFolder, Method(attributes).fault);
 }
 

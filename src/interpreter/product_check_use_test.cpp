@@ -10,6 +10,7 @@
 #include "support/log_recorder.h"
 #include "support/registry_sandbox.h"
 #include "support/shortcut_maker.h"
+#include "support/system_answers.h"
 
 #include <gtest/gtest.h>
 
@@ -394,11 +395,9 @@ TEST_F(CheckUseTest, EmptyModuleLeavesASeparatorBehindItsFolder)
     EXPECT_FALSE(use.IsToolUsed(L"C:\\Program Files", L"a"));
 }
 
-DWORD WINAPI FailToNameTheModule(HMODULE, wchar_t*, DWORD) { return 0; }
-
 TEST_F(CheckUseTest, ToolsOfAnUnknownLibraryFolderAreNotNoted)
 {
-    const test::ImportPatch patch(nullptr, "GetModuleFileNameW", FailToNameTheModule);
+    const test::ImportPatch patch(nullptr, "GetModuleFileNameW", test::FailToNameTheModule);
     const CProductCheckUse use = Use("exec_tool", "<e tool_name='a.exe'/><e module='a.dll' method_name='m'/>");
     EXPECT_EQ(2, log.Count(LogError, "CProductConfig::ProcessSection", L"ExecOperation failed"));
     EXPECT_FALSE(use.IsToolUsed(L"a.exe", L""));

@@ -6,6 +6,7 @@
 #include "support/import_patch.h"
 #include "support/log_recorder.h"
 #include "support/recording_pass.h"
+#include "support/system_answers.h"
 
 #include <gtest/gtest.h>
 
@@ -41,11 +42,9 @@ protected:
     std::vector<test::RecordingPass::Call> calls;
 };
 
-HRESULT WINAPI RefuseToCreate(REFCLSID, IUnknown*, DWORD, REFIID, void**) { return REGDB_E_CLASSNOTREG; }
-
 TEST_F(ProductConfigTest, NoParserIsToldAndLogged)
 {
-    const test::ImportPatch patch(nullptr, "CoCreateInstance", RefuseToCreate);
+    const test::ImportPatch patch(nullptr, "CoCreateInstance", test::RefuseToCreate);
     EXPECT_FALSE(Walk(OneVersion("")));
     EXPECT_EQ(std::vector{Event(1, 3)}, events.Calls());
     EXPECT_TRUE(

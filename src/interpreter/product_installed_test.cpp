@@ -6,6 +6,7 @@
 #include "support/handle_count.h"
 #include "support/import_patch.h"
 #include "support/log_recorder.h"
+#include "support/system_answers.h"
 
 #include <gtest/gtest.h>
 
@@ -75,11 +76,9 @@ TEST_F(ProductInstalledTest, NothingDetectedIsTraced)
     EXPECT_TRUE(log.Has(LogTrace, "CProductInstalled::Process", L"<- failed"));
 }
 
-HRESULT WINAPI RefuseToCreate(REFCLSID, IUnknown*, DWORD, REFIID, void**) { return REGDB_E_CLASSNOTREG; }
-
 TEST_F(ProductInstalledTest, NoParserIsLogged)
 {
-    const test::ImportPatch patch(nullptr, "CoCreateInstance", RefuseToCreate);
+    const test::ImportPatch patch(nullptr, "CoCreateInstance", test::RefuseToCreate);
     EXPECT_FALSE(Detect(OneVersion(pass)));
     EXPECT_TRUE(
         log.Has(LogError, "CProductInstalled::Process", L"CoCreateInstance CLSID_DOMDocument30 failed 0x80040154"));

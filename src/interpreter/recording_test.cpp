@@ -7,6 +7,7 @@
 #include "support/import_patch.h"
 #include "support/log_recorder.h"
 #include "support/removal_pass.h"
+#include "support/system_answers.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -273,15 +274,9 @@ TEST_F(RecordingTest, ToolForTheOtherKindOfSystemIsLeftOut)
                         L"Will not execute x32 operation on x64 OS! AppPath=C:\\Program Files\\x"));
 }
 
-void WINAPI SayItIs32Bit(SYSTEM_INFO* info)
-{
-    *info = {};
-    info->wProcessorArchitecture = PROCESSOR_ARCHITECTURE_INTEL;
-}
-
 TEST_F(RecordingTest, ToolFor64BitSystemsIsLeftOutOnOthers)
 {
-    const test::ImportPatch patch(nullptr, "GetSystemInfo", SayItIs32Bit);
+    const test::ImportPatch patch(nullptr, "GetSystemInfo", test::SayItIs32Bit);
     EXPECT_THAT(Walk("exec_tool", "<e tool_name='C:\\b.exe' os='x64'/>").cachedTools, IsEmpty());
     EXPECT_TRUE(log.Has(LogSkipped, "CProductUninstall::ProcessExecTool",
                         L"Will not execute x64 operation on x32 OS! AppPath=C:\\Program Files\\x"));
@@ -366,11 +361,9 @@ TEST_F(RecordingTest, ValueWithoutNameAndKeyLogsTheNameFirst)
     EXPECT_THAT(lines, ElementsAre(L"no key value name", L"no key path"));
 }
 
-DWORD WINAPI FailToNameTheModule(HMODULE, wchar_t*, DWORD) { return 0; }
-
 TEST_F(RecordingTest, RelativeToolWithoutTheLibrarysFolderIsNotRecorded)
 {
-    const test::ImportPatch patch(nullptr, "GetModuleFileNameW", FailToNameTheModule);
+    const test::ImportPatch patch(nullptr, "GetModuleFileNameW", test::FailToNameTheModule);
     EXPECT_THAT(Walk("exec_tool", "<e tool_name='t.exe'/>").cachedTools, IsEmpty());
     EXPECT_TRUE(log.Has(LogError, "CProductConfig::ProcessSection", L"ExecOperation failed"));
 }

@@ -5,6 +5,7 @@
 #include "support/import_patch.h"
 #include "support/log_recorder.h"
 #include "support/running_victim.h"
+#include "support/system_answers.h"
 #include "support/temp_tree.h"
 
 #include <gtest/gtest.h>
@@ -49,12 +50,6 @@ struct Guard
 
     test::ImportPatch patch{nullptr, "OpenProcess", OpenAllButGuarded};
 };
-
-HANDLE WINAPI NoSnapshot(DWORD, DWORD)
-{
-    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-    return INVALID_HANDLE_VALUE;
-}
 
 DWORD snapshotFlags = 0;
 DWORD snapshotProcess = 1;
@@ -227,7 +222,7 @@ TEST_F(KillProcessTest, OneThatCannotBeEndedIsAFailureAndTheOtherIsEnded)
 
 TEST_F(KillProcessTest, MissingSnapshotIsUnknown)
 {
-    const test::ImportPatch patch(nullptr, "CreateToolhelp32Snapshot", NoSnapshot);
+    const test::ImportPatch patch(nullptr, "CreateToolhelp32Snapshot", test::NoSnapshot);
 
     EXPECT_EQ(_ERROR_UNKNOWN, operations.KillProcess(name.c_str()));
 

@@ -2,6 +2,7 @@
 #include "support/com_scope.h"
 #include "support/import_patch.h"
 #include "support/log_recorder.h"
+#include "support/system_answers.h"
 #include "system/catalogue_text.h"
 #include "system/com_calls.h"
 #include "system/library.h"
@@ -47,8 +48,6 @@ const EndRow ends[] = {{"Success", End::Success},
                        {"NoFolder", End::NoFolder},
                        {"NoArray", End::NoArray},
                        {"Exception", End::Exception}};
-
-DWORD WINAPI FailToNameTheModule(HMODULE, wchar_t*, DWORD) { return 0; }
 
 struct ComBalanceTest : testing::TestWithParam<std::tuple<Listing, ThreadRow, EndRow>>
 {

@@ -2,6 +2,7 @@
 #include "environment/log.h"
 #include "support/import_patch.h"
 #include "support/log_recorder.h"
+#include "support/system_answers.h"
 #include "system/catalogue_text.h"
 #include "system/com_calls.h"
 #include "system/library.h"
@@ -107,17 +108,6 @@ TEST_P(FailureTest, FailureOfOneCallDoesNotOutliveIt)
     EXPECT_FALSE(Call(PRODSWEEP_LIST_OWN));
     library.WriteOwn(L"");
     EXPECT_TRUE(Call(PRODSWEEP_LIST_OWN));
-}
-
-DWORD WINAPI FailToNameTheModule(HMODULE, wchar_t*, DWORD)
-{
-    SetLastError(ERROR_GEN_FAILURE);
-    return 0;
-}
-
-DWORD WINAPI NameWithoutBackslash(HMODULE, wchar_t* name, DWORD size)
-{
-    return static_cast<DWORD>(wcslen(wcsncpy(name, L"prodsweep.dll", size)));
 }
 
 TEST_P(FailureTest, FolderThatCannotBeFoundEndsTheCall)

@@ -2,6 +2,7 @@
 #include "support/com_scope.h"
 #include "support/handle_count.h"
 #include "support/import_patch.h"
+#include "support/system_answers.h"
 #include "system/catalogue_text.h"
 #include "system/com_calls.h"
 #include "system/ole_accounts.h"
@@ -17,8 +18,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::ElementsAreArray;
-
-DWORD WINAPI FailToNameTheModule(HMODULE, wchar_t*, DWORD) { return 0; }
 
 struct EachRemovalTest : RemovalTest, testing::WithParamInterface<Removal>
 {

@@ -1,5 +1,6 @@
 // UninstallProducts: what a caller's array selects, in which order things are told, and what comes back.
 #include "support/import_patch.h"
+#include "support/system_answers.h"
 #include "system/input_array.h"
 #include "system/ole_accounts.h"
 #include "system/removal_fixture.h"
@@ -286,8 +287,6 @@ TEST_F(RemovalListTest, FailedUnlockIsLoggedAndTheCallGoesOn)
                                      L"4 SafeArrayUnaccessData failed 0x8000ffff", L"10 <- true"));
     EXPECT_FALSE(products.Has(Own, L"A"));
 }
-
-DWORD WINAPI FailToNameTheModule(HMODULE, wchar_t*, DWORD) { return 0; }
 
 TEST_F(RemovalListTest, UnknownFolderEndsTheCallWithTheArrayUnlocked)
 {
