@@ -30,8 +30,6 @@ public:
     ToolStarts(const ToolStarts&) = delete;
     ToolStarts& operator=(const ToolStarts&) = delete;
 
-    // Gets a step for each start and each wait; null notes none.
-    test::Wow64Mode* bracket = nullptr;
     std::vector<int> shows;
     // Whether the tools' ends were waited for.
     std::vector<bool> waits;
@@ -46,7 +44,7 @@ private:
         SetEnvironmentVariableW(L"PRODSWEEP_METHOD_TRACE", (std::wstring(trace) + L"tool;").c_str());
         current->shows.push_back(how->wShowWindow);
         current->waits.push_back(false);
-        current->Note("start");
+        test::Wow64Mode::Note("start");
         *out = {};
         out->hProcess = current;
         return TRUE;
@@ -57,14 +55,9 @@ private:
         if (handle != current)
             return current->wait.Original<decltype(Wait)>()(handle, milliseconds);
         current->waits.back() = true;
-        current->Note("wait");
+        test::Wow64Mode::Note("wait");
         // The tool goes on, and its handle, which is none, stays untouched.
         return WAIT_TIMEOUT;
-    }
-    void Note(const char* step) const
-    {
-        if (bracket != nullptr)
-            bracket->Note(step);
     }
 
     static ToolStarts* current;
@@ -112,11 +105,9 @@ TEST_F(CachedToolsTest, EachToolHasItsWindowShownAsItAsks)
 
 TEST_F(CachedToolsTest, StartAndWaitOfTheToolThatAsksForItLieWithoutRedirection)
 {
-    test::Wow64Mode wow64;
-    starts.bracket = &wow64;
+    const test::Wow64Mode wow64;
     pass.cachedTools = {{L"a", true, false, true}, {L"b", true, false, false}};
     pass.ExecuteCachedOperations();
-    starts.bracket = nullptr;
     EXPECT_THAT(wow64.Calls(), ElementsAre("disable", "start", "wait", "revert", "start", "wait"));
     EXPECT_TRUE(wow64.Balanced());
 }

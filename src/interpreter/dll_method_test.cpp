@@ -139,7 +139,6 @@ TEST_F(RemovalDllMethodTest, MethodInUseIsLeftAloneAndThatIsASuccess)
 
 // The steps of a call as the system sees them; the method runs between the loading of its library and
 // the unloading.
-test::Wow64Mode* bracket = nullptr;
 const test::ImportPatch* loading = nullptr;
 const test::ImportPatch* unloading = nullptr;
 HMODULE library = nullptr;
@@ -150,7 +149,7 @@ HMODULE WINAPI NoteLoad(const wchar_t* name)
     if (std::wstring_view(name).ends_with(L"method_dll.dll"))
     {
         library = loaded;
-        bracket->Note("load");
+        test::Wow64Mode::Note("load");
     }
     return loaded;
 }
@@ -158,16 +157,15 @@ HMODULE WINAPI NoteLoad(const wchar_t* name)
 BOOL WINAPI NoteUnload(HMODULE module)
 {
     if (module == library)
-        bracket->Note("unload");
+        test::Wow64Mode::Note("unload");
     return unloading->Original<decltype(NoteUnload)>()(module);
 }
 
-void WINAPI NoteSleepStep(DWORD milliseconds) { bracket->Note("sleep " + std::to_string(milliseconds)); }
+void WINAPI NoteSleepStep(DWORD milliseconds) { test::Wow64Mode::Note("sleep " + std::to_string(milliseconds)); }
 
 TEST_F(RemovalDllMethodTest, CallAndSleepLieWithoutRedirectionWhenAskedFor)
 {
-    test::Wow64Mode wow64;
-    bracket = &wow64;
+    const test::Wow64Mode wow64;
     const test::ImportPatch load(nullptr, "LoadLibraryW", NoteLoad);
     loading = &load;
     const test::ImportPatch unload(nullptr, "FreeLibrary", NoteUnload);

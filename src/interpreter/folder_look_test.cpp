@@ -59,28 +59,26 @@ TEST_F(FolderLookTest, LookThatLeavesNoTraceSeesTheSameAndKeepsTheAttributes)
     EXPECT_TRUE(IsHidden(L"app"));
 }
 
-test::Wow64Mode* bracket = nullptr;
 const test::ImportPatch* listing = nullptr;
 
 BOOL WINAPI NoteReset(const wchar_t*, DWORD)
 {
-    bracket->Note("reset");
+    test::Wow64Mode::Note("reset");
     return TRUE;
 }
 
 HANDLE WINAPI NoteListing(const wchar_t* pattern, WIN32_FIND_DATAW* found)
 {
-    bracket->Note("list");
+    test::Wow64Mode::Note("list");
     return listing->Original<decltype(NoteListing)>()(pattern, found);
 }
 
 // Walks the descriptor, and writes down what lies around the look into its folder.
 std::vector<std::string> Steps(const std::wstring& descriptor, FolderLook look)
 {
-    test::Wow64Mode wow64;
+    const test::Wow64Mode wow64;
     const test::ImportPatch reset(nullptr, "SetFileAttributesW", NoteReset);
     const test::ImportPatch list(nullptr, "FindFirstFileW", NoteListing);
-    bracket = &wow64;
     listing = &list;
     const CProductCheckUse use(descriptor, look);
     EXPECT_TRUE(wow64.Balanced());

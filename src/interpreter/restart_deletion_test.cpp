@@ -145,24 +145,21 @@ protected:
     }
 };
 
-test::Wow64Mode* bracket = nullptr;
-
 BOOL WINAPI NoteAttributesStep(const wchar_t*, DWORD)
 {
-    bracket->Note("attributes");
+    test::Wow64Mode::Note("attributes");
     return TRUE;
 }
 
 BOOL WINAPI NoteMoveStep(const wchar_t*, const wchar_t*, DWORD)
 {
-    bracket->Note("move");
+    test::Wow64Mode::Note("move");
     return TRUE;
 }
 
 TEST_F(RestartOrderTest, AttributesAndMovesLieWithoutRedirection)
 {
-    test::Wow64Mode wow64;
-    bracket = &wow64;
+    const test::Wow64Mode wow64;
     const test::ImportPatch attributes(nullptr, "SetFileAttributesW", NoteAttributesStep);
     const test::ImportPatch move(nullptr, "MoveFileExW", NoteMoveStep);
     EXPECT_TRUE(pass.DeleteAtRestart());

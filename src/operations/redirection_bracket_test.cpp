@@ -144,10 +144,9 @@ struct BracketedOperationTest : testing::TestWithParam<Operation>
 class NotedCalls
 {
 public:
-    explicit NotedCalls(test::Wow64Mode& mode)
-        : status(nullptr, "_wstat64", Status), isFolder(nullptr, "PathIsDirectoryW", IsFolder)
+    NotedCalls() : status(nullptr, "_wstat64", Status), isFolder(nullptr, "PathIsDirectoryW", IsFolder)
     {
-        faults.whenCalled = [&mode](const std::string& call) { mode.Note(call); };
+        faults.whenCalled = test::Wow64Mode::Note;
         current = this;
     }
     ~NotedCalls() { current = nullptr; }
@@ -157,12 +156,12 @@ public:
 private:
     static int Status(const wchar_t* path, struct _stat64* answer)
     {
-        current->faults.whenCalled("_wstat64");
+        test::Wow64Mode::Note("_wstat64");
         return current->status.Original<decltype(Status)>()(path, answer);
     }
     static BOOL WINAPI IsFolder(const wchar_t* path)
     {
-        current->faults.whenCalled("PathIsDirectoryW");
+        test::Wow64Mode::Note("PathIsDirectoryW");
         return current->isFolder.Original<decltype(IsFolder)>()(path);
     }
 
@@ -196,7 +195,7 @@ struct SortedCalls
 
 TEST_P(BracketedOperationTest, RunsInsideItsBracket)
 {
-    const NotedCalls noted(mode);
+    const NotedCalls noted;
 
     EXPECT_EQ(GetParam().found, GetParam().run(operations, folder.c_str()));
 
@@ -242,31 +241,28 @@ INSTANTIATE_TEST_SUITE_P(All, BracketedOperationTest, testing::ValuesIn(brackete
 
 // Where the bracket stands among the calls.
 
-test::Wow64Mode* noting = nullptr;
-
 BOOL WINAPI NoteAttributes(const wchar_t*, DWORD)
 {
-    noting->Note("attributes");
+    test::Wow64Mode::Note("attributes");
     return TRUE;
 }
 
 BOOL WINAPI NoteDeletion(const wchar_t*)
 {
-    noting->Note("delete");
+    test::Wow64Mode::Note("delete");
     SetLastError(ERROR_ACCESS_DENIED);
     return FALSE;
 }
 
 HMODULE WINAPI NoteLoading(const wchar_t* name)
 {
-    noting->Note("load");
+    test::Wow64Mode::Note("load");
     return GetModuleHandleW(name);
 }
 
 TEST(RedirectionBracketTest, NativeDeletionIsPreparedOutsideTheBracket)
 {
-    test::Wow64Mode mode;
-    noting = &mode;
+    const test::Wow64Mode mode;
     static_cast<void>(CRedirectionBracket().Open()); // the library that it binds is loaded now
     const std::size_t before = mode.Calls().size();
     const test::ImportPatch attributes(nullptr, "SetFileAttributesW", NoteAttributes);

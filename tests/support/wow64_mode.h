@@ -27,8 +27,13 @@ public:
     void FailDisable(DWORD error) { disableError = error; }
     void FailRevert(DWORD error) { revertError = error; }
 
-    // Puts a step of the test's own, such as a patched DeleteFileW, into the order of calls.
-    void Note(const std::string& step) { calls.push_back(step); }
+    // Puts a step of the test's own, such as a patched DeleteFileW, into the order of calls. While no object
+    // lives, nothing is noted.
+    static void Note(const std::string& step)
+    {
+        if (current != nullptr)
+            current->calls.push_back(step);
+    }
 
     // "disable", "revert" and the noted steps, as they came.
     [[nodiscard]] const std::vector<std::string>& Calls() const { return calls; }

@@ -21,11 +21,11 @@ TEST(Wow64ModeTest, SaysYesAndThenNoAgain)
 
 TEST(Wow64ModeTest, BracketAndTheStepsWithinAreRecordedInOrder)
 {
-    Wow64Mode mode;
+    const Wow64Mode mode;
     void* oldValue = nullptr;
     EXPECT_TRUE(CWow64::Instance().Wow64DisableWow64FsRedirection(&oldValue));
     EXPECT_FALSE(mode.Balanced());
-    mode.Note("work");
+    Wow64Mode::Note("work");
     EXPECT_TRUE(CWow64::Instance().Wow64RevertWow64FsRedirection(oldValue));
 
     EXPECT_EQ((Steps{"disable", "work", "revert"}), mode.Calls());
