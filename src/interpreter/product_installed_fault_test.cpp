@@ -14,6 +14,7 @@ namespace {
 
 using test::DomMethod;
 using test::WalkFault;
+using test::WalkFaultName;
 
 class ProductInstalledFaultTest : public testing::TestWithParam<WalkFault>
 {
@@ -39,8 +40,6 @@ void Check(const WalkFault& row, const std::string& xml, const test::LogRecorder
     EXPECT_TRUE(fault.Happened());
     EXPECT_TRUE(log.Has(LogError, std::string("CProductInstalled::") + row.function, row.text));
 }
-
-std::string NameOf(const testing::TestParamInfo<WalkFault>& row) { return row.param.name; }
 
 TEST(ProductInstalledRootTest, DescriptorWithoutARootIsNamed)
 {
@@ -82,7 +81,7 @@ INSTANTIATE_TEST_SUITE_P(
                               L"failed load child 1 for \"win_nt\", err = 0x80004005", false, ""},
                     WalkFault{"LaterSectionNull", DomMethod::ListItem, S_FALSE, 5, "ProcessNTVersion",
                               L"failed load child 1 for \"win_nt\", err = 0x1", false, ""}),
-    NameOf);
+    WalkFaultName);
 
 // Only the first section decides, and both of its entries are needed.
 class AllModeFaultTest : public ProductInstalledFaultTest
@@ -106,7 +105,7 @@ INSTANTIATE_TEST_SUITE_P(Rows, AllModeFaultTest,
                                                    L"failed get element value", false, ""},
                                          WalkFault{"LaterTextNull", DomMethod::ElementText, S_OK, 2, "ProcessSection",
                                                    L"failed get element value", false, ""}),
-                         NameOf);
+                         WalkFaultName);
 
 // One entry is enough: what was scored before the fault stands, where the fault only ends the loop.
 class EarlyEndTest : public ProductInstalledFaultTest
@@ -123,7 +122,7 @@ INSTANTIATE_TEST_SUITE_P(Rows, EarlyEndTest,
                                                    L"failed load child 1, err = 0x80004005", true, ""},
                                          WalkFault{"TextRefused", DomMethod::ElementText, E_FAIL, 2, "ProcessSection",
                                                    L"failed get element value", true, ""}),
-                         NameOf);
+                         WalkFaultName);
 
 // Without a minimum nothing could fail the section but a fault that ends it at once. ElementAttributes
 // is asked for mandatory_sections, twice for op_code and for minimum_score before the first entry.
@@ -151,7 +150,7 @@ INSTANTIATE_TEST_SUITE_P(Rows, AttributeFaultTest,
                                                    L"failed get attribute 0 name", false, ""},
                                          WalkFault{"ValueNull", DomMethod::AttributeText, S_OK, 2, "ProcessSection",
                                                    L"failed get attribute 0 value", false, ""}),
-                         NameOf);
+                         WalkFaultName);
 
 } // namespace
 } // namespace prodsweep

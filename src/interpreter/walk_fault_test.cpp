@@ -15,6 +15,7 @@ namespace {
 
 using test::DomMethod;
 using test::WalkFault;
+using test::WalkFaultName;
 
 std::string Joined(const std::vector<std::string>& texts)
 {
@@ -70,8 +71,6 @@ TEST_F(WalkFaultTest, WithoutAFaultEverythingIsWalked)
     EXPECT_EQ(everything, Joined(pass.Operations()));
 }
 
-std::string NameOf(const testing::TestParamInfo<WalkFault>& row) { return row.param.name; }
-
 INSTANTIATE_TEST_SUITE_P(
     Opening, WalkFaultRows,
     testing::Values(WalkFault{"NodeRefused", DomMethod::DocumentQueryNode, E_NOINTERFACE, 1, "CProductConfig::Process",
@@ -80,7 +79,7 @@ INSTANTIATE_TEST_SUITE_P(
                               L"failed load RootElement 0x0", false, ""},
                     WalkFault{"RootRefused", DomMethod::DocumentSelect, E_FAIL, 1, "CProductConfig::Process",
                               L"failed load \"uninstall_information\" node 0x80004005", false, ""}),
-    NameOf);
+    WalkFaultName);
 
 INSTANTIATE_TEST_SUITE_P(
     VersionList, WalkFaultRows,
@@ -101,7 +100,7 @@ INSTANTIATE_TEST_SUITE_P(
                               L"failed get value for child 1 for version_list 0x80004005", false, ""},
                     WalkFault{"NameNull", DomMethod::ElementName, S_FALSE, 1, "CProductConfig::ReadVersions",
                               L"failed get value for child 0 for version_list 0x1", false, ""}),
-    NameOf);
+    WalkFaultName);
 
 INSTANTIATE_TEST_SUITE_P(
     BeforeWinNt, WalkFaultRows,
@@ -111,7 +110,7 @@ INSTANTIATE_TEST_SUITE_P(
                     WalkFault{"InstallFolderRefused", DomMethod::ElementSelect, E_FAIL, 4,
                               "CProductConfig::GetInstallFolder", L"can't load \"install_folder\" node", true,
                               everything}),
-    NameOf);
+    WalkFaultName);
 
 const WalkFault versionFaults[] = {
     WalkFault{"WinNtRefused", DomMethod::ElementSelect, E_FAIL, 5, "CProductConfig::ProcessNTVersion",
@@ -128,7 +127,7 @@ const WalkFault versionFaults[] = {
     WalkFault{"LaterSectionNull", DomMethod::ListItem, S_FALSE, 6, "CProductConfig::ProcessNTVersion",
               L"failed load child 1 for \"win_nt\", err = 0x1", true, "del_file a, del_file b, del_file d"}};
 
-INSTANTIATE_TEST_SUITE_P(Version, WalkFaultRows, testing::ValuesIn(versionFaults), NameOf);
+INSTANTIATE_TEST_SUITE_P(Version, WalkFaultRows, testing::ValuesIn(versionFaults), WalkFaultName);
 
 class VersionFaultTest : public WalkFaultRows
 {};
@@ -143,7 +142,7 @@ TEST_P(VersionFaultTest, FailsItsVersionAlone)
     EXPECT_TRUE(log.Has(LogTrace, "CProductConfig::Process", L"<-ProcessVersion w, result = true"));
 }
 
-INSTANTIATE_TEST_SUITE_P(Rows, VersionFaultTest, testing::ValuesIn(versionFaults), NameOf);
+INSTANTIATE_TEST_SUITE_P(Rows, VersionFaultTest, testing::ValuesIn(versionFaults), WalkFaultName);
 
 const WalkFault sectionFaults[] = {
     WalkFault{"EntriesRefused", DomMethod::ElementChildren, E_FAIL, 3, "CProductConfig::ProcessSection",
@@ -172,7 +171,7 @@ const WalkFault sectionFaults[] = {
     WalkFault{"ValueNull", DomMethod::AttributeText, S_OK, 1, "CProductConfig::ProcessSection",
               L"failed get attribute 0 value", true, "del_folder c, del_file d"}};
 
-INSTANTIATE_TEST_SUITE_P(Section, WalkFaultRows, testing::ValuesIn(sectionFaults), NameOf);
+INSTANTIATE_TEST_SUITE_P(Section, WalkFaultRows, testing::ValuesIn(sectionFaults), WalkFaultName);
 
 class SectionFaultTest : public WalkFaultRows
 {
@@ -197,7 +196,7 @@ TEST_P(SectionFaultTest, DoesNotFailTheVersion)
     EXPECT_TRUE(log.Has(LogTrace, "CProductConfig::Process", L"<-ProcessVersion v, result = true"));
 }
 
-INSTANTIATE_TEST_SUITE_P(Rows, SectionFaultTest, testing::ValuesIn(sectionFaults), NameOf);
+INSTANTIATE_TEST_SUITE_P(Rows, SectionFaultTest, testing::ValuesIn(sectionFaults), WalkFaultName);
 
 TEST_F(WalkFaultTest, EntryWhoseNameCannotBeReadIsWalkedWithoutOne)
 {

@@ -19,6 +19,7 @@
 namespace prodsweep {
 namespace {
 
+using test::Number;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 
@@ -73,8 +74,6 @@ bool IsEnabled(HANDLE token, const LUID& privilege)
                (one.Attributes & SE_PRIVILEGE_ENABLED) != 0;
     });
 }
-
-std::string Number(DWORD number) { return " " + std::to_string(number); }
 
 // Sees each call of the way, passes it on, or lets it fail.
 class KillWatch : public test::CallWatch

@@ -16,6 +16,7 @@
 namespace prodsweep {
 namespace {
 
+using test::Number;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 
@@ -25,8 +26,6 @@ struct Poll
     DWORD checkPoint;
     DWORD waitHint;
 };
-
-std::string Number(DWORD number) { return " " + std::to_string(number); }
 
 // Sees each call to the service control manager, and Sleep. Nothing sleeps while it lives.
 class ScmWatch : public test::CallWatch

@@ -36,4 +36,7 @@ private:
     std::map<std::string, int> counts;
 };
 
+// An argument of a call, behind its name: " 5".
+[[nodiscard]] inline std::string Number(DWORD number) { return " " + std::to_string(number); }
+
 } // namespace prodsweep::test

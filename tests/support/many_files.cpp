@@ -1,6 +1,7 @@
 #include "support/many_files.h"
 
 #include "support/host_program.h"
+#include "support/temp_tree.h"
 
 #include <windows.h>
 
@@ -8,8 +9,6 @@
 
 namespace prodsweep::test {
 namespace {
-
-bool Exists(const std::wstring& path) { return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
 
 std::string Utf8(const std::wstring& wide)
 {

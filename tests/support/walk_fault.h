@@ -2,6 +2,8 @@
 
 #include "support/dom_fault.h"
 
+#include <gtest/gtest.h>
+
 #include <ostream>
 #include <string>
 
@@ -20,6 +22,9 @@ struct WalkFault
     bool result;      // of Process
     std::string rest; // what the walk did all the same
 };
+
+// For a test's name.
+[[nodiscard]] inline std::string WalkFaultName(const testing::TestParamInfo<WalkFault>& row) { return row.param.name; }
 
 inline void PrintTo(const WalkFault& row, std::ostream* out) { *out << row.name; }
 

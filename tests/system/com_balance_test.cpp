@@ -5,6 +5,7 @@
 #include "support/system_answers.h"
 #include "system/catalogue_text.h"
 #include "system/com_calls.h"
+#include "system/com_rows.h"
 #include "system/library.h"
 #include "system/ole_accounts.h"
 #include "system/product_array.h"
@@ -17,39 +18,13 @@
 namespace prodsweep::test {
 namespace {
 
-struct ThreadRow
-{
-    const char* label;
-    ComState before;
-    int uninitialised; // CoUninitialize calls of the export
-};
-const ThreadRow threads[] = {
-    {"WithoutCom", ComState::None, 1},
-    {"SingleThreaded", ComState::SingleThreaded, 0},
-    {"MultiThreaded", ComState::MultiThreaded, 0},
-};
+const EndRow listingEnds[] = {{"Success", End::Success},
+                              {"NoCatalogue", End::NoCatalogue},
+                              {"NoFolder", End::NoFolder},
+                              {"NoArray", End::NoArray},
+                              {"Exception", End::Exception}};
 
-// The ways that a call can end.
-enum class End
-{
-    Success,
-    NoCatalogue,
-    NoFolder,
-    NoArray,
-    Exception
-};
-struct EndRow
-{
-    const char* label;
-    End end;
-};
-const EndRow ends[] = {{"Success", End::Success},
-                       {"NoCatalogue", End::NoCatalogue},
-                       {"NoFolder", End::NoFolder},
-                       {"NoArray", End::NoArray},
-                       {"Exception", End::Exception}};
-
-struct ComBalanceTest : testing::TestWithParam<std::tuple<Listing, ThreadRow, EndRow>>
+struct ComBalanceTest : testing::TestWithParam<std::tuple<Listing, ComThread, EndRow>>
 {
     ComBalanceTest() { log.Pause(); }
 
@@ -76,8 +51,8 @@ struct ComBalanceTest : testing::TestWithParam<std::tuple<Listing, ThreadRow, En
     LogRecorder log;
 };
 INSTANTIATE_TEST_SUITE_P(All, ComBalanceTest,
-                         testing::Combine(testing::ValuesIn(listings), testing::ValuesIn(threads),
-                                          testing::ValuesIn(ends)),
+                         testing::Combine(testing::ValuesIn(listings), testing::ValuesIn(comThreads),
+                                          testing::ValuesIn(listingEnds)),
                          [](const auto& row) {
                              return std::string(std::get<0>(row.param).name) + std::get<1>(row.param).label +
                                     std::get<2>(row.param).label;

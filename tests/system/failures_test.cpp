@@ -15,8 +15,6 @@
 namespace prodsweep::test {
 namespace {
 
-constexpr int Both = PRODSWEEP_LIST_ALL;
-
 struct FailureTest : testing::TestWithParam<Listing>
 {
     // Calls the export with an array that must stay as it is when the call fails.
@@ -43,7 +41,7 @@ INSTANTIATE_TEST_SUITE_P(All, FailureTest, testing::ValuesIn(listings), [](const
 
 TEST_P(FailureTest, BothCataloguesMissingAreBothLogged)
 {
-    EXPECT_FALSE(Call(Both));
+    EXPECT_FALSE(Call(PRODSWEEP_LIST_ALL));
 
     EXPECT_TRUE(Logged(LogError, L"load products HQ \"" + library.Path(L"products.xml") + L"\" failed"));
     EXPECT_TRUE(Logged(LogError, L"load products EXT \"" + library.Path(L"detection.xml") + L"\" failed"));
@@ -54,7 +52,7 @@ TEST_P(FailureTest, FirstCatalogueMissingFailsTheCallAndTheSecondIsStillReadButN
 {
     library.WriteOther(ProductText(L"other"));
 
-    EXPECT_FALSE(Call(Both));
+    EXPECT_FALSE(Call(PRODSWEEP_LIST_ALL));
 
     EXPECT_TRUE(Logged(LogError, L"load products HQ \"" + library.Path(L"products.xml") + L"\" failed"));
     EXPECT_TRUE(Logged(LogTrace, L"<- false"));
@@ -67,7 +65,7 @@ TEST_P(FailureTest, FirstCatalogueIsReadAndExaminedBeforeTheSecond)
 {
     library.WriteOwn(ProductText(L"own"));
     library.WriteOther(ProductText(L"other"));
-    ASSERT_TRUE(Call(Both));
+    ASSERT_TRUE(Call(PRODSWEEP_LIST_ALL));
 
     const std::size_t own = log.PlaceOf(L"<-success \"" + library.Path(L"products.xml") + L"\"");
     const std::size_t other = log.PlaceOf(L"<-success \"" + library.Path(L"detection.xml") + L"\"");
@@ -83,7 +81,7 @@ TEST_P(FailureTest, SecondCatalogueMissingFailsTheCall)
 {
     library.WriteOwn(ProductText(L"own"));
 
-    EXPECT_FALSE(Call(Both));
+    EXPECT_FALSE(Call(PRODSWEEP_LIST_ALL));
 
     EXPECT_TRUE(Logged(LogError, L"load products EXT \"" + library.Path(L"detection.xml") + L"\" failed"));
     EXPECT_TRUE(Logged(LogTrace, L"<- false"));

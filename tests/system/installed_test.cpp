@@ -15,8 +15,7 @@ namespace {
 
 using testing::ElementsAre;
 
-constexpr int Both = PRODSWEEP_LIST_ALL;
-const std::wstring absent = L"prodsweep-test-none";
+const std::wstring absentId = L"prodsweep-test-none";
 
 struct InstalledTest : testing::Test
 {
@@ -36,11 +35,11 @@ INSTANTIATE_TEST_SUITE_P(All, EachInstalledTest, testing::Values(listings[1], li
 TEST_P(EachInstalledTest, InstalledProductsAreListedInTheOrderOfTheCatalogues)
 {
     const std::wstring there = VersionById(entry.Id());
-    const std::wstring notThere = VersionById(absent);
+    const std::wstring notThere = VersionById(absentId);
     library.WriteOwn(ProductText(L"C", there) + ProductText(L"no", notThere) + ProductText(L"A", notThere + there));
     library.WriteOther(ProductText(L"no") + ProductText(L"B", there));
 
-    ASSERT_TRUE(Call(Both));
+    ASSERT_TRUE(Call(PRODSWEEP_LIST_ALL));
 
     EXPECT_THAT(products.Names(), ElementsAre(L"C", L"A", L"B"));
     EXPECT_EQ(PRODSWEEP_KIND_OWN, products[1].Kind);
@@ -62,7 +61,7 @@ TEST_P(EachInstalledTest, WhatIsNotFilledIsZero)
 
 TEST_P(EachInstalledTest, NothingInstalledIsSuccessWithAnEmptyArray)
 {
-    library.WriteOwn(ProductText(L"a", VersionById(absent)) + ProductText(L"b"));
+    library.WriteOwn(ProductText(L"a", VersionById(absentId)) + ProductText(L"b"));
 
     ASSERT_TRUE(Call(PRODSWEEP_LIST_OWN));
 
@@ -76,7 +75,7 @@ TEST_P(EachInstalledTest, OtherRegistryViewCountsForOtherMakersProductsOnly)
     library.WriteOwn(ProductText(L"own", VersionById(narrow.Id())));
     library.WriteOther(ProductText(L"other", VersionById(narrow.Id())));
 
-    ASSERT_TRUE(Call(Both));
+    ASSERT_TRUE(Call(PRODSWEEP_LIST_ALL));
 
     EXPECT_THAT(products.Names(), ElementsAre(L"other"));
 }
@@ -97,7 +96,7 @@ TEST_P(EachInstalledTest, OtherMakersProductFoundByItsDescriptorAloneHasNoGuids)
 {
     // The walk of this descriptor ends with a score that suffices, whatever is on the machine.
     library.Write(L"extern\\found.xml", OneVersion("<s op_code='kill_process'/>"));
-    library.WriteOther(ProductText(L"found", VersionById(absent)));
+    library.WriteOther(ProductText(L"found", VersionById(absentId)));
 
     ASSERT_TRUE(Call(PRODSWEEP_LIST_OTHER));
 
@@ -108,7 +107,7 @@ TEST_P(EachInstalledTest, OtherMakersProductFoundByItsDescriptorAloneHasNoGuids)
 TEST_P(EachInstalledTest, OwnProductIsNotFoundByItsDescriptor)
 {
     library.Write(L"intern\\found.xml", OneVersion("<s op_code='kill_process'/>"));
-    library.WriteOwn(ProductText(L"found", VersionById(absent)));
+    library.WriteOwn(ProductText(L"found", VersionById(absentId)));
 
     ASSERT_TRUE(Call(PRODSWEEP_LIST_OWN));
 
@@ -120,7 +119,7 @@ TEST_F(InstalledTest, GuidsAreTheLastPartsOfTheKeysOfDetectedVersionsInOrder)
     const RegistrySandbox registry;
     registry.AddText(L"UpdateLocation", L"path", L"");
     const UninstallEntry second;
-    library.WriteOwn(ProductText(L"a", VersionByKey(registry.Path(), L"path") + VersionById(absent) +
+    library.WriteOwn(ProductText(L"a", VersionByKey(registry.Path(), L"path") + VersionById(absentId) +
                                            VersionById(second.Id()) + VersionById(entry.Id())));
 
     ASSERT_TRUE(library.GetInstalledProducts(products.Receive(), PRODSWEEP_LIST_OWN));
@@ -191,7 +190,7 @@ TEST_F(InstalledTest, VersionWithoutChildrenHasAnEmptyArrayOfThem)
 
 TEST_F(InstalledTest, VersionsAreProbedAgainForTheirGuids)
 {
-    library.WriteOwn(ProductText(L"a", VersionById(absent) + VersionById(entry.Id())));
+    library.WriteOwn(ProductText(L"a", VersionById(absentId) + VersionById(entry.Id())));
 
     ASSERT_TRUE(library.GetInstalledProducts(products.Receive(), PRODSWEEP_LIST_OWN));
 

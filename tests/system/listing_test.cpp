@@ -14,8 +14,6 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr int Both = PRODSWEEP_LIST_ALL;
-
 struct ListingTest : testing::Test
 {
     Library library;
@@ -40,7 +38,7 @@ int ReadCatalogues(const LogRecorder& log)
 
 TEST_P(EachListingTest, WithoutAFlagTheArrayIsValidAndEmptyAndNoFileIsRead)
 {
-    for (const int flags : {0, 4, ~Both})
+    for (const int flags : {0, 4, ~PRODSWEEP_LIST_ALL})
     {
         ASSERT_TRUE(Call(flags)) << flags;
 
@@ -66,7 +64,7 @@ TEST_P(EachListingTest, EmptyCataloguesGiveAnEmptyArray)
     library.WriteOwn(L"");
     library.WriteOther(L"");
 
-    ASSERT_TRUE(Call(Both));
+    ASSERT_TRUE(Call(PRODSWEEP_LIST_ALL));
 
     ASSERT_NE(nullptr, products.Get());
     EXPECT_EQ(0u, products.Count());
@@ -112,7 +110,7 @@ TEST_F(ListingTest, ProductsComeOwnKindFirstThenInTheOrderOfTheFiles)
     library.WriteOther(ProductText(L"A") + ProductText(L"Z"));
     library.WriteOwn(ProductText(L"Y") + ProductText(L"B") + ProductText(L"Y"));
 
-    ASSERT_TRUE(library.GetProducts(products.Receive(), Both));
+    ASSERT_TRUE(library.GetProducts(products.Receive(), PRODSWEEP_LIST_ALL));
 
     EXPECT_THAT(products.Names(), ElementsAre(L"Y", L"B", L"Y", L"A", L"Z"));
     EXPECT_EQ(PRODSWEEP_KIND_OWN, products[2].Kind);
@@ -124,7 +122,7 @@ TEST_F(ListingTest, EntryNamesItsDescriptorByFullPath)
     library.WriteOwn(L"<product name='a' file='sub\\a.xml'/>");
     library.WriteOther(L"<product name='b' file='b.xml'/>");
 
-    ASSERT_TRUE(library.GetProducts(products.Receive(), Both));
+    ASSERT_TRUE(library.GetProducts(products.Receive(), PRODSWEEP_LIST_ALL));
 
     ASSERT_EQ(2u, products.Count());
     EXPECT_EQ(library.Path(L"intern\\sub\\a.xml"), Text(products[0].File));

@@ -5,6 +5,7 @@
 #include "support/system_answers.h"
 #include "system/catalogue_text.h"
 #include "system/com_calls.h"
+#include "system/com_rows.h"
 #include "system/ole_accounts.h"
 #include "system/removal.h"
 #include "system/removal_fixture.h"
@@ -185,37 +186,16 @@ TEST_P(EachRemovalTest, NoHandleStaysOpen)
 
 // COM on the caller's thread.
 
-struct ThreadRow
-{
-    const char* label;
-    ComState state;
-    int uninitialised;
-};
-const ThreadRow threads[] = {{"WithoutCom", ComState::None, 1},
-                             {"SingleThreaded", ComState::SingleThreaded, 0},
-                             {"MultiThreaded", ComState::MultiThreaded, 0}};
-enum class End
-{
-    Success,
-    NoCatalogue,
-    NoFolder,
-    Exception
-};
-struct EndRow
-{
-    const char* label;
-    End end;
-};
-const EndRow ends[] = {{"Success", End::Success},
-                       {"NoCatalogue", End::NoCatalogue},
-                       {"NoFolder", End::NoFolder},
-                       {"Exception", End::Exception}};
+const EndRow removalEnds[] = {{"Success", End::Success},
+                              {"NoCatalogue", End::NoCatalogue},
+                              {"NoFolder", End::NoFolder},
+                              {"Exception", End::Exception}};
 
-struct RemovalComTest : RemovalTest, testing::WithParamInterface<std::tuple<Removal, ThreadRow, EndRow>>
+struct RemovalComTest : RemovalTest, testing::WithParamInterface<std::tuple<Removal, ComThread, EndRow>>
 {};
 INSTANTIATE_TEST_SUITE_P(All, RemovalComTest,
-                         testing::Combine(testing::ValuesIn(removals), testing::ValuesIn(threads),
-                                          testing::ValuesIn(ends)),
+                         testing::Combine(testing::ValuesIn(removals), testing::ValuesIn(comThreads),
+                                          testing::ValuesIn(removalEnds)),
                          [](const auto& row) {
                              return std::string(std::get<0>(row.param).name) + std::get<1>(row.param).label +
                                     std::get<2>(row.param).label;
@@ -235,7 +215,7 @@ TEST_P(RemovalComTest, OnlyAnSOkIsTakenBack)
     const ComCalls com(library.Module());
     bool succeeded = false;
 
-    OnFreshThread(thread.state, [&] { succeeded = removal.call(library, Own, &restart, nullptr); });
+    OnFreshThread(thread.before, [&] { succeeded = removal.call(library, Own, &restart, nullptr); });
 
     EXPECT_EQ(end.end == End::Success, succeeded);
     EXPECT_EQ(1, ComCalls::Initialised());
