@@ -19,8 +19,8 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-constexpr const wchar_t* first = L"PendingFileRenameOperations";
-constexpr const wchar_t* second = L"PendingFileRenameOperations2";
+constexpr const wchar_t* firstList = L"PendingFileRenameOperations";
+constexpr const wchar_t* secondList = L"PendingFileRenameOperations2";
 
 // The lists of a key of the test's own.
 class PendingTest : public testing::Test
@@ -69,15 +69,15 @@ protected:
 TEST_F(PendingTest, BothListsAreToldOneAfterTheOther)
 {
     box.AddKey(L"");
-    Set(second, L"\\??\\C:\\c\0\0\0");
-    Set(first, L"\\??\\C:\\b\0!\\??\\C:\\x\0\\??\\C:\\a\0\0\0");
+    Set(secondList, L"\\??\\C:\\c\0\0\0");
+    Set(firstList, L"\\??\\C:\\b\0!\\??\\C:\\x\0\\??\\C:\\a\0\0\0");
 
     const PendingOperations pending = ReadPending(store);
 
     EXPECT_THAT(Paths(pending.operations), ElementsAre(L"C:\\b", L"C:\\a", L"C:\\c"));
     EXPECT_EQ(L"C:\\x", pending.operations[0].target);
     EXPECT_TRUE(pending.operations[0].replaces);
-    EXPECT_EQ(ToUtf8(second), pending.operations[2].list);
+    EXPECT_EQ(ToUtf8(secondList), pending.operations[2].list);
     EXPECT_THAT(pending.faults, IsEmpty());
 }
 
@@ -92,8 +92,8 @@ TEST_F(PendingTest, NoListAtAllIsNothingThatWaits)
 
 TEST_F(PendingTest, ListOfAnotherTypeIsToldAndKeepsOnesMouthShutAboutPaths)
 {
-    box.AddText(L"", first, L"\\??\\C:\\a");
-    Set(second, L"\\??\\C:\\b\0\0\0");
+    box.AddText(L"", firstList, L"\\??\\C:\\a");
+    Set(secondList, L"\\??\\C:\\b\0\0\0");
 
     const PendingOperations pending = ReadPending(store);
 
@@ -105,7 +105,7 @@ TEST_F(PendingTest, ListOfAnotherTypeIsToldAndKeepsOnesMouthShutAboutPaths)
 
 TEST_F(PendingTest, DamagedListIsToldWithWhatItHolds)
 {
-    Set(first, L"\\??\\C:\\a\0\0\\??\\C:\\b");
+    Set(firstList, L"\\??\\C:\\a\0\0\\??\\C:\\b");
 
     const PendingOperations pending = ReadPending(store);
 
@@ -117,7 +117,7 @@ TEST_F(PendingTest, DamagedListIsToldWithWhatItHolds)
 
 TEST_F(PendingTest, PathItselfAndFoldersAboveItAreQueued)
 {
-    Set(first, L"\\??\\C:\\App\0\0\\??\\C:\\App\\Sub\\a.txt\0\0\\??\\C:\\App\\Sub\\b.txt\0\0\\??\\C:\\Ap\0\0\0");
+    Set(firstList, L"\\??\\C:\\App\0\0\\??\\C:\\App\\Sub\\a.txt\0\0\\??\\C:\\App\\Sub\\b.txt\0\0\\??\\C:\\Ap\0\0\0");
 
     EXPECT_THAT(Queued(L"c:\\app\\sub\\A.TXT"), ElementsAre(L"C:\\App\\Sub\\a.txt", L"C:\\App"));
     EXPECT_THAT(Queued(L"C:\\App\\new.txt"), ElementsAre(L"C:\\App"));
@@ -126,7 +126,7 @@ TEST_F(PendingTest, PathItselfAndFoldersAboveItAreQueued)
 
 TEST_F(PendingTest, WhatMovesTheFileLosesIt)
 {
-    Set(first, L"\\??\\C:\\App\\a\0\\??\\C:\\b\0\\??\\C:\\App\0\\??\\C:\\c\0\0");
+    Set(firstList, L"\\??\\C:\\App\\a\0\\??\\C:\\b\0\\??\\C:\\App\0\\??\\C:\\c\0\0");
 
     EXPECT_THAT(Lost(L"C:\\App\\a"), ElementsAre(L"C:\\App\\a", L"C:\\App"));
     EXPECT_THAT(Lost(L"C:\\App\\new"), ElementsAre(L"C:\\App"));
@@ -134,7 +134,7 @@ TEST_F(PendingTest, WhatMovesTheFileLosesIt)
 
 TEST_F(PendingTest, WhatReplacesTheFileLosesItAndWhatMayNotReplaceItFails)
 {
-    Set(first, L"\\??\\C:\\a\0!\\??\\C:\\x\0\\??\\C:\\b\0\\??\\C:\\y\0\0");
+    Set(firstList, L"\\??\\C:\\a\0!\\??\\C:\\x\0\\??\\C:\\b\0\\??\\C:\\y\0\0");
 
     EXPECT_THAT(Lost(L"C:\\X"), ElementsAre(L"C:\\a"));
     EXPECT_THAT(Queued(L"C:\\y"), IsEmpty());
@@ -143,7 +143,7 @@ TEST_F(PendingTest, WhatReplacesTheFileLosesItAndWhatMayNotReplaceItFails)
 
 TEST_F(PendingTest, DeletionOfAFolderAboveSparesTheFileAndIsToldLast)
 {
-    Set(first, L"\\??\\C:\\App\0\0\\??\\C:\\App\\a\0\0\\??\\C:\\x\0!\\??\\C:\\App\\a\0\0");
+    Set(firstList, L"\\??\\C:\\App\0\0\\??\\C:\\App\\a\0\0\\??\\C:\\x\0!\\??\\C:\\App\\a\0\0");
 
     EXPECT_THAT(Queued(L"C:\\App\\a"), ElementsAre(L"C:\\App\\a", L"C:\\x", L"C:\\App"));
     EXPECT_THAT(Lost(L"C:\\App\\a"), ElementsAre(L"C:\\App\\a", L"C:\\x"));
@@ -152,14 +152,15 @@ TEST_F(PendingTest, DeletionOfAFolderAboveSparesTheFileAndIsToldLast)
 
 TEST_F(PendingTest, CancellingTakesOutJustWhatTheCheckTells)
 {
-    Set(first, L"\\??\\C:\\z\0\0\\??\\C:\\App\\a\0\0\\??\\C:\\App\\a\0\\??\\C:\\y\0\\??\\C:\\App\0\0\\??\\C:\\x\0\0\0");
-    Set(second, L"\\??\\C:\\APP\\A\0\0\0");
+    Set(firstList,
+        L"\\??\\C:\\z\0\0\\??\\C:\\App\\a\0\0\\??\\C:\\App\\a\0\\??\\C:\\y\0\\??\\C:\\App\0\0\\??\\C:\\x\0\0\0");
+    Set(secondList, L"\\??\\C:\\APP\\A\0\0\0");
 
     EXPECT_THAT(Paths(CancelOperationsOn(L"C:\\App\\a", store)),
                 ElementsAre(L"C:\\App\\a", L"C:\\App\\a", L"C:\\APP\\A", L"C:\\App"));
 
-    EXPECT_EQ(L"\\??\\C:\\z||\\??\\C:\\x|||", Get(first));
-    EXPECT_EQ(L"none", Get(second));
+    EXPECT_EQ(L"\\??\\C:\\z||\\??\\C:\\x|||", Get(firstList));
+    EXPECT_EQ(L"none", Get(secondList));
     EXPECT_THAT(Queued(L"C:\\App\\a"), IsEmpty());
 }
 
@@ -167,22 +168,22 @@ TEST_F(PendingTest, RenamingThatBreaksOffStaysAsItIs)
 {
     // Without its last letter, since the system would add a zero that it sees behind a text.
     constexpr wchar_t text[] = L"\\??\\C:\\b\0\0\\??\\C:\\a\0!\\??\\C:\\xx";
-    box.AddData(L"", first, REG_MULTI_SZ, text, sizeof(text) - 2 * sizeof(wchar_t));
+    box.AddData(L"", firstList, REG_MULTI_SZ, text, sizeof(text) - 2 * sizeof(wchar_t));
 
     EXPECT_THAT(Lost(L"C:\\a"), ElementsAre(L"C:\\a"));
     EXPECT_THAT(Queued(L"C:\\x"), IsEmpty()) << "nobody can tell where it leads";
     EXPECT_THAT(Paths(CancelOperationsOn(L"C:\\b", store)), ElementsAre(L"C:\\b"));
 
-    EXPECT_EQ(L"\\??\\C:\\a|!\\??\\C:\\x", Get(first));
+    EXPECT_EQ(L"\\??\\C:\\a|!\\??\\C:\\x", Get(firstList));
 }
 
 TEST_F(PendingTest, CancellingWhatIsNotQueuedWritesNothing)
 {
-    Set(first, L"\\??\\C:\\a\0\0"); // without its end mark, which writing would add
+    Set(firstList, L"\\??\\C:\\a\0\0"); // without its end mark, which writing would add
 
     EXPECT_THAT(CancelOperationsOn(L"C:\\b", store), IsEmpty());
 
-    EXPECT_EQ(L"\\??\\C:\\a||", Get(first));
+    EXPECT_EQ(L"\\??\\C:\\a||", Get(firstList));
 }
 
 // Stands between the program and the registry: the more often the value is read, the longer it gets.
@@ -203,7 +204,7 @@ private:
     static LSTATUS WINAPI Query(HKEY key, const wchar_t* name, DWORD* reserved, DWORD* type, BYTE* data, DWORD* size)
     {
         // Each reading asks for the size first. The very first reading is that of the list as it was.
-        if (data == nullptr && name == std::wstring(first) && current->readings++ > 0 && current->left-- > 0)
+        if (data == nullptr && name == std::wstring(firstList) && current->readings++ > 0 && current->left-- > 0)
             current->Grow();
         return current->patch.Original<QueryFunction>()(key, name, reserved, type, data, size);
     }
@@ -211,7 +212,7 @@ private:
     void Grow() const
     {
         text.insert(text.size() - 1, std::wstring(L"\\??\\C:\\late\0\0", 12));
-        box->AddData(L"", first, REG_MULTI_SZ, text.data(), text.size() * sizeof(wchar_t));
+        box->AddData(L"", firstList, REG_MULTI_SZ, text.data(), text.size() * sizeof(wchar_t));
     }
 
 public:
@@ -229,18 +230,18 @@ CGrowingList* CGrowingList::current = nullptr;
 
 TEST_F(PendingTest, WhatAnotherProgramAddsBeforeTheWritingIsKept)
 {
-    Set(first, L"\\??\\C:\\a\0\0\\??\\C:\\b\0\0\0");
+    Set(firstList, L"\\??\\C:\\a\0\0\\??\\C:\\b\0\0\0");
     {
         CGrowingList growing(1);
         growing.box = &box;
         EXPECT_THAT(Paths(CancelOperationsOn(L"C:\\a", store)), ElementsAre(L"C:\\a"));
     }
-    EXPECT_EQ(L"\\??\\C:\\b||\\??\\C:\\late|||", Get(first));
+    EXPECT_EQ(L"\\??\\C:\\b||\\??\\C:\\late|||", Get(firstList));
 }
 
 TEST_F(PendingTest, ListThatNeverRestsEndsTheAttempt)
 {
-    Set(first, L"\\??\\C:\\a\0\0\\??\\C:\\b\0\0\0");
+    Set(firstList, L"\\??\\C:\\a\0\0\\??\\C:\\b\0\0\0");
     CGrowingList growing(1000);
     growing.box = &box;
 

@@ -185,7 +185,7 @@ const std::string shapes[] = {
     "<a b='1/>",
     "<a b='1\"/>",
 };
-const std::string contents[] = {
+const std::string contentShapes[] = {
     "<!-- c --><a/><!-- c -->",  "<a><!-- c --></a>",
     "<a><!-- -- --></a>",        "<a><!----></a>",
     "<a><!-- c ---></a>",        "<!-->--><a/>",
@@ -293,12 +293,12 @@ const std::string declarations[] = {
 };
 const auto shown = [](const testing::TestParamInfo<std::string>& row) { return std::to_string(row.index); };
 INSTANTIATE_TEST_SUITE_P(Shapes, XmlAgreementTest, testing::ValuesIn(shapes), shown);
-INSTANTIATE_TEST_SUITE_P(Contents, XmlAgreementTest, testing::ValuesIn(contents), shown);
+INSTANTIATE_TEST_SUITE_P(Contents, XmlAgreementTest, testing::ValuesIn(contentShapes), shown);
 INSTANTIATE_TEST_SUITE_P(References, XmlAgreementTest, testing::ValuesIn(references), shown);
 INSTANTIATE_TEST_SUITE_P(Encodings, XmlAgreementTest, testing::ValuesIn(encodings), shown);
 INSTANTIATE_TEST_SUITE_P(Declarations, XmlAgreementTest, testing::ValuesIn(declarations), shown);
 
-const std::string catalogue = R"(<?xml version="1.0" encoding="utf-8"?>
+const std::string catalogueXml = R"(<?xml version="1.0" encoding="utf-8"?>
 <!-- Known by the name that it shows. -->
 <uninstall_information>
   <exec_all>false</exec_all>
@@ -327,7 +327,7 @@ TEST_F(XmlAgreementTest, EverySampleOfTheRules)
 
 TEST_F(XmlAgreementTest, EveryBeginningOfACatalogue)
 {
-    std::string whole = catalogue;
+    std::string whole = catalogueXml;
     whole.replace(whole.find("&ouml;"), 6, "\xC3\xB6");
     for (std::size_t length = 0; length <= whole.size(); ++length)
         ExpectAgreement(whole.substr(0, length));
@@ -335,7 +335,7 @@ TEST_F(XmlAgreementTest, EveryBeginningOfACatalogue)
 
 TEST_F(XmlAgreementTest, EveryBeginningOfACatalogueInUtf16)
 {
-    std::string whole = catalogue;
+    std::string whole = catalogueXml;
     whole.replace(whole.find("&ouml;"), 6, "\xC3\xB6").replace(whole.find("utf-8"), 5, "utf-16");
     const std::string bytes = littleMark + Utf16(whole);
     for (std::size_t length = 4; length <= bytes.size(); length += 7)
@@ -346,7 +346,7 @@ TEST_F(XmlAgreementTest, EveryBeginningOfACatalogueInUtf16)
 TEST_F(XmlAgreementTest, EveryBrokenCharacterOfACatalogue)
 {
     const std::string tail =
-        catalogue.substr(catalogue.find("  <exec_all"), 120) + "/></product></uninstall_information>";
+        catalogueXml.substr(catalogueXml.find("  <exec_all"), 120) + "/></product></uninstall_information>";
     const std::string whole =
         "<uninstall_information>" + tail.substr(0, tail.find("&ouml;")) + tail.substr(tail.find("&ouml;") + 6);
     for (const char wrong : {'<', '>', '&', '"', '\'', '/', '=', ' ', '!', '\x02', '\xE4'})

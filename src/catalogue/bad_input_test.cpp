@@ -99,14 +99,14 @@ TEST_F(BadInputTest, HandlesDoNotGrowOverGoodAndBadLoads)
     EXPECT_TRUE(handles.Unchanged());
 }
 
-struct NameRow
+struct SpelledNameRow
 {
     const char* name;
     const char* text; // as it stands in the file
     const wchar_t* expected;
 };
 
-class ProductNameTest : public BadInputTest, public testing::WithParamInterface<NameRow>
+class ProductNameTest : public BadInputTest, public testing::WithParamInterface<SpelledNameRow>
 {};
 
 TEST_P(ProductNameTest, ComesOutAsItWasMeant)
@@ -119,15 +119,16 @@ TEST_P(ProductNameTest, ComesOutAsItWasMeant)
 }
 
 INSTANTIATE_TEST_SUITE_P(Names, ProductNameTest,
-                         testing::Values(NameRow{"Empty", "", L""}, NameRow{"Blanks", "  A  B  ", L"  A  B  "},
-                                         NameRow{"Quotes", "&quot;A&quot; 'B'", L"\"A\" 'B'"},
-                                         NameRow{"Markup", "&lt;A&gt; &amp;amp;", L"<A> &amp;"},
-                                         NameRow{"Percent", "%s%n%d 100%", L"%s%n%d 100%"},
-                                         NameRow{"LineBreak", "A&#10;B&#13;", L"A\nB\r"},
-                                         NameRow{"Umlauts", "\xC3\x9C\xC3\xA4", L"\x00DC\x00E4"},
-                                         NameRow{"NonBasicPlane", "\xF0\x9F\xA7\xB9", L"\xD83E\xDDF9"},
-                                         NameRow{"NonBasicPlaneByNumber", "&#x1F9F9;", L"\xD83E\xDDF9"},
-                                         NameRow{"RightToLeft", "\xD7\x90\xE2\x80\x8F", L"\x05D0\x200F"}),
+                         testing::Values(SpelledNameRow{"Empty", "", L""},
+                                         SpelledNameRow{"Blanks", "  A  B  ", L"  A  B  "},
+                                         SpelledNameRow{"Quotes", "&quot;A&quot; 'B'", L"\"A\" 'B'"},
+                                         SpelledNameRow{"Markup", "&lt;A&gt; &amp;amp;", L"<A> &amp;"},
+                                         SpelledNameRow{"Percent", "%s%n%d 100%", L"%s%n%d 100%"},
+                                         SpelledNameRow{"LineBreak", "A&#10;B&#13;", L"A\nB\r"},
+                                         SpelledNameRow{"Umlauts", "\xC3\x9C\xC3\xA4", L"\x00DC\x00E4"},
+                                         SpelledNameRow{"NonBasicPlane", "\xF0\x9F\xA7\xB9", L"\xD83E\xDDF9"},
+                                         SpelledNameRow{"NonBasicPlaneByNumber", "&#x1F9F9;", L"\xD83E\xDDF9"},
+                                         SpelledNameRow{"RightToLeft", "\xD7\x90\xE2\x80\x8F", L"\x05D0\x200F"}),
                          [](const auto& row) { return row.param.name; });
 
 TEST_F(BadInputTest, NameOf32768CharactersIsKeptWhole)

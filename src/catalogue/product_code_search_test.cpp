@@ -16,7 +16,7 @@
 namespace prodsweep {
 namespace {
 
-constexpr const char* function = "CProductVersion::SearchForProductCode";
+constexpr const char* searchForProductCode = "CProductVersion::SearchForProductCode";
 constexpr REGSAM other = KEY_WOW64_32KEY;
 
 // The test's entries stand in the machine's own list, among all others.
@@ -55,13 +55,13 @@ TEST_F(ProductCodeSearchTest, EntryOfThatDisplayNameIsFound)
     EXPECT_EQ(entries.Path(entry), Search(display));
 
     EXPECT_TRUE(version.IsInstalled());
-    EXPECT_EQ(0, log.Count(LogTrace, function, L"try KEY_WOW64_32KEY")) << "one pass was enough";
+    EXPECT_EQ(0, log.Count(LogTrace, searchForProductCode, L"try KEY_WOW64_32KEY")) << "one pass was enough";
 }
 
 TEST_F(ProductCodeSearchTest, UnknownDisplayNameIsLookedForInBothViews)
 {
     EXPECT_EQ(L"", Search(display));
-    EXPECT_EQ(1, log.Count(LogTrace, function, L"try KEY_WOW64_32KEY"));
+    EXPECT_EQ(1, log.Count(LogTrace, searchForProductCode, L"try KEY_WOW64_32KEY"));
 }
 
 TEST_F(ProductCodeSearchTest, DisplayNameIsComparedExactly)
@@ -136,7 +136,7 @@ TEST_F(ProductCodeSearchTest, EntryOfTheOtherViewIsFoundBySecondPass)
 
     EXPECT_EQ(entries.Path(entry), Search(display)) << "no trace of the view";
 
-    EXPECT_EQ(1, log.Count(LogTrace, function, L"try KEY_WOW64_32KEY"));
+    EXPECT_EQ(1, log.Count(LogTrace, searchForProductCode, L"try KEY_WOW64_32KEY"));
     EXPECT_FALSE(version.IsInstalled());
     EXPECT_TRUE(version.IsInstalled2());
 }
@@ -150,13 +150,13 @@ TEST_F(ProductCodeSearchTest, SecondViewIsNotReadWhenTheFirstHasAMatch)
 
 // What is asked of the registry.
 
-test::ImportPatch* openPatch = nullptr;
+test::ImportPatch* listOpening = nullptr;
 std::vector<REGSAM> listMasks;  // with which the list was opened
 std::vector<REGSAM> entryMasks; // with which the test's entries were opened
 std::wstring refused;           // a subkey that does not open
 LSTATUS refusal = ERROR_ACCESS_DENIED;
 
-LSTATUS WINAPI WatchOpen(HKEY hive, const wchar_t* subkey, DWORD options, REGSAM access, HKEY* key)
+LSTATUS WINAPI WatchListOpening(HKEY hive, const wchar_t* subkey, DWORD options, REGSAM access, HKEY* key)
 {
     const std::wstring text = subkey;
     if (text == test::UninstallEntries::list + std::wstring(L"\\"))
@@ -165,15 +165,15 @@ LSTATUS WINAPI WatchOpen(HKEY hive, const wchar_t* subkey, DWORD options, REGSAM
         entryMasks.push_back(access);
     if (text == refused)
         return refusal;
-    return openPatch->Original<decltype(RegOpenKeyExW)>()(hive, subkey, options, access, key);
+    return listOpening->Original<decltype(RegOpenKeyExW)>()(hive, subkey, options, access, key);
 }
 
 class WatchedSearchTest : public ProductCodeSearchTest
 {
 protected:
-    WatchedSearchTest() : patch(nullptr, "RegOpenKeyExW", WatchOpen)
+    WatchedSearchTest() : patch(nullptr, "RegOpenKeyExW", WatchListOpening)
     {
-        openPatch = &patch;
+        listOpening = &patch;
         listMasks.clear();
         entryMasks.clear();
         refused.clear();
@@ -198,8 +198,8 @@ TEST_F(WatchedSearchTest, ThirtyTwoBitProcessAsksItsOwnViewThenTheOther)
     const test::Wow64Mode mode;
     Search(display);
     EXPECT_EQ((std::vector<REGSAM>{0x20019, 0x20119}), listMasks);
-    EXPECT_EQ(1, log.Count(LogTrace, function, L"try KEY_WOW64_64KEY"));
-    EXPECT_EQ(0, log.Count(LogTrace, function, L"try KEY_WOW64_32KEY"));
+    EXPECT_EQ(1, log.Count(LogTrace, searchForProductCode, L"try KEY_WOW64_64KEY"));
+    EXPECT_EQ(0, log.Count(LogTrace, searchForProductCode, L"try KEY_WOW64_32KEY"));
 }
 
 TEST_F(WatchedSearchTest, ListThatDoesNotOpenLeavesTheSecondPass)
@@ -208,7 +208,7 @@ TEST_F(WatchedSearchTest, ListThatDoesNotOpenLeavesTheSecondPass)
     refused = list;
     EXPECT_EQ(L"", Search(display));
     EXPECT_EQ(2u, listMasks.size());
-    EXPECT_EQ(1, log.Count(LogTrace, function, L"try KEY_WOW64_32KEY"));
+    EXPECT_EQ(1, log.Count(LogTrace, searchForProductCode, L"try KEY_WOW64_32KEY"));
 }
 
 TEST_F(WatchedSearchTest, EntryThatDoesNotOpenIsPassedOver)

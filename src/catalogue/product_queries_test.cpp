@@ -114,14 +114,14 @@ TEST_F(ProductQueriesTest, UnknownNameLeavesTheInfoAlone)
     EXPECT_EQ(L"B", info.name);
 }
 
-struct NameRow
+struct SoughtNameRow
 {
     const char* name;
     std::wstring text;
     bool found;
 };
 
-class NameTest : public ProductQueriesTest, public testing::WithParamInterface<NameRow>
+class NameTest : public ProductQueriesTest, public testing::WithParamInterface<SoughtNameRow>
 {};
 
 TEST_P(NameTest, IsComparedByLengthAndCodeUnits)
@@ -135,12 +135,12 @@ TEST_P(NameTest, IsComparedByLengthAndCodeUnits)
 
 INSTANTIATE_TEST_SUITE_P(
     Names, NameTest,
-    testing::Values(NameRow{"Same", L"My Product", true}, NameRow{"OtherCase", L"my product", false},
-                    NameRow{"Shorter", L"My Produc", false}, NameRow{"Longer", L"My Product ", false},
-                    NameRow{"ZeroBehind", std::wstring(L"My Product\0", 11), false}, NameRow{"Empty", L"", true},
-                    NameRow{"NonBasicPlane", L"\x00DC\xD83E\xDDF9", true},
-                    NameRow{"HalfOfAPair", L"\x00DC\xD83E", false},
-                    NameRow{"Decomposed", L"U\x0308\xD83E\xDDF9", false}),
+    testing::Values(SoughtNameRow{"Same", L"My Product", true}, SoughtNameRow{"OtherCase", L"my product", false},
+                    SoughtNameRow{"Shorter", L"My Produc", false}, SoughtNameRow{"Longer", L"My Product ", false},
+                    SoughtNameRow{"ZeroBehind", std::wstring(L"My Product\0", 11), false},
+                    SoughtNameRow{"Empty", L"", true}, SoughtNameRow{"NonBasicPlane", L"\x00DC\xD83E\xDDF9", true},
+                    SoughtNameRow{"HalfOfAPair", L"\x00DC\xD83E", false},
+                    SoughtNameRow{"Decomposed", L"U\x0308\xD83E\xDDF9", false}),
     [](const auto& row) { return row.param.name; });
 
 TEST_F(ProductQueriesTest, NothingIsInAnEmptyList)

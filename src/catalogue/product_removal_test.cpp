@@ -19,7 +19,7 @@ namespace {
 using test::CallbackRecorder;
 using test::UninstallEntries;
 
-constexpr const char* function = "CProducts::Uninstall";
+constexpr const char* uninstall = "CProducts::Uninstall";
 
 // "A;B;" as a list.
 WideStringList Split(const std::wstring& text)
@@ -85,7 +85,7 @@ protected:
         if (record != records.end())
             ++record;
         std::wstring names;
-        for (; record != records.end() && record->function == function; ++record)
+        for (; record != records.end() && record->function == uninstall; ++record)
         {
             for (const CProduct& product : products.products)
                 names += record->text == L"\"" + product.file + L"\"" ? product.name + L";" : L"";
@@ -133,7 +133,7 @@ TEST_P(SelectionTest, DecidesWhatGoesAndWhatIsProtected)
     // What all of them share goes with the last of them only.
     EXPECT_EQ(row.removed.empty() || !row.asked.empty(), HasFileOf(L"shared"));
     EXPECT_FALSE(restart);
-    EXPECT_TRUE(log.Has(LogTrace, function, L"<- true"));
+    EXPECT_TRUE(log.Has(LogTrace, uninstall, L"<- true"));
 }
 
 constexpr int Own = ProductKindOwn;
@@ -196,14 +196,14 @@ TEST_P(NothingToDoTest, SucceedsSaysWhyAndLeavesRestartAlone)
         EXPECT_TRUE(Uninstall(row.names, L"", ProductKindOwn));
 
         EXPECT_EQ(before, restart);
-        EXPECT_TRUE(log.Has(LogTrace, function, L"Nothing to uninstall"));
-        EXPECT_EQ(row.noName, log.Count(LogTrace, function,
+        EXPECT_TRUE(log.Has(LogTrace, uninstall, L"Nothing to uninstall"));
+        EXPECT_EQ(row.noName, log.Count(LogTrace, uninstall,
                                         L"You try to uninstall zero installed products and zero force products") == 1);
         EXPECT_EQ(row.noneInstalled,
-                  log.Count(LogTrace, function,
+                  log.Count(LogTrace, uninstall,
                             L"There are zero installed products and you try to uninstall zero force products") == 1);
-        EXPECT_EQ(0, log.Count(LogTrace, function, L"UNINSTALL LIST : "));
-        EXPECT_EQ(0, log.Count(LogTrace, function, L"<- true"));
+        EXPECT_EQ(0, log.Count(LogTrace, uninstall, L"UNINSTALL LIST : "));
+        EXPECT_EQ(0, log.Count(LogTrace, uninstall, L"<- true"));
     }
     EXPECT_TRUE(callback.Calls().empty());
     EXPECT_TRUE(log.HasNoneAt(LogError));
@@ -222,9 +222,9 @@ TEST_F(ProductRemovalTest, SkippedNamesAreLoggedAndFailNothing)
 
     EXPECT_TRUE(Uninstall(L"B;X;", L"Y;", ProductKindOwn));
 
-    EXPECT_TRUE(log.Has(LogError, function, L"\"B\" is not installed"));
-    EXPECT_TRUE(log.Has(LogError, function, L"\"X\" is not installed"));
-    EXPECT_TRUE(log.Has(LogError, function, L"the uninstall xml file doesn't provide info for \"Y\""));
+    EXPECT_TRUE(log.Has(LogError, uninstall, L"\"B\" is not installed"));
+    EXPECT_TRUE(log.Has(LogError, uninstall, L"\"X\" is not installed"));
+    EXPECT_TRUE(log.Has(LogError, uninstall, L"the uninstall xml file doesn't provide info for \"Y\""));
     EXPECT_EQ(L"", Removed());
     EXPECT_FALSE(restart) << "the run over no product was reached";
 }
@@ -244,7 +244,7 @@ TEST_F(ProductRemovalTest, RunIsToldOfInOneBlockBeforeTheFirstProduct)
     {
         ASSERT_NE(records.end(), line);
         EXPECT_EQ(LogTrace, line->level);
-        EXPECT_EQ(function, line->function);
+        EXPECT_EQ(uninstall, line->function);
         EXPECT_EQ(test::Narrow(expected), test::Narrow(line->text));
         ++line;
     }
@@ -342,7 +342,7 @@ TEST_F(ProductRemovalTest, ProductThatFailsDoesNotKeepTheOthers)
     EXPECT_TRUE(HasFileOf(L"B"));
     EXPECT_FALSE(HasFileOf(L"C"));
     EXPECT_TRUE(HasFileOf(L"D"));
-    EXPECT_TRUE(log.Has(LogTrace, function, L"<- false"));
+    EXPECT_TRUE(log.Has(LogTrace, uninstall, L"<- false"));
 }
 
 TEST_F(ProductRemovalTest, StayingProductWithoutADescriptorProtectsNothing)
@@ -420,7 +420,7 @@ TEST_F(ProductRemovalTest, FailedProductAsksForARestartToo)
 
 // Everything that is installed.
 
-struct InstalledRow
+struct AllInstalledRow
 {
     const char* name;
     int kind;
@@ -429,7 +429,7 @@ struct InstalledRow
     std::wstring removed;
 };
 
-class AllInstalledTest : public ProductRemovalTest, public testing::WithParamInterface<InstalledRow>
+class AllInstalledTest : public ProductRemovalTest, public testing::WithParamInterface<AllInstalledRow>
 {};
 
 TEST_P(AllInstalledTest, GoesWithoutProtectionAndALastOneWithAllOthers)
@@ -445,21 +445,22 @@ TEST_P(AllInstalledTest, GoesWithoutProtectionAndALastOneWithAllOthers)
     EXPECT_FALSE(restart) << "written also when there is no product to run";
     EXPECT_EQ(L"-> UninstallAllInstalled", log.Records().front().text);
     EXPECT_TRUE(log.Has(LogTrace, "CProducts::UninstallAllInstalled", L"-> UninstallAllInstalled"));
-    EXPECT_TRUE(log.Has(LogTrace, function, L"UNINSTALL LIST : "));
-    EXPECT_TRUE(log.Has(LogTrace, function, L"CHECK LIST : "));
+    EXPECT_TRUE(log.Has(LogTrace, uninstall, L"UNINSTALL LIST : "));
+    EXPECT_TRUE(log.Has(LogTrace, uninstall, L"CHECK LIST : "));
     EXPECT_TRUE(log.Has(LogTrace, "CProducts::UninstallAllInstalled", L"<- UninstallAllInstalled true"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Rows, AllInstalledTest,
-                         testing::Values(InstalledRow{"NoProduct", Own, true, L"", L""},
-                                         InstalledRow{"NoneInstalled", Own, true, L"A-B-", L""},
-                                         InstalledRow{"TwoOfThree", Own, true, L"A+B-C+", L"A;C;"},
-                                         InstalledRow{"Last", Own, true, L"A-B+C-", L"B;A;C;"},
-                                         InstalledRow{"LastWithoutExecAll", Own, false, L"A-B+C-", L"B;A;C;"},
-                                         InstalledRow{"OtherMakersTwoOfThree", Other, true, L"A+B-C+", L"A;C;"},
-                                         InstalledRow{"OtherMakersLast", Other, true, L"A-B+C-", L"B;A;C;"},
-                                         InstalledRow{"OtherMakersLastWithoutExecAll", Other, false, L"A-B+", L"B;A;"},
-                                         InstalledRow{"UnknownKind", 3, true, L"A+B-", L""}),
+                         testing::Values(AllInstalledRow{"NoProduct", Own, true, L"", L""},
+                                         AllInstalledRow{"NoneInstalled", Own, true, L"A-B-", L""},
+                                         AllInstalledRow{"TwoOfThree", Own, true, L"A+B-C+", L"A;C;"},
+                                         AllInstalledRow{"Last", Own, true, L"A-B+C-", L"B;A;C;"},
+                                         AllInstalledRow{"LastWithoutExecAll", Own, false, L"A-B+C-", L"B;A;C;"},
+                                         AllInstalledRow{"OtherMakersTwoOfThree", Other, true, L"A+B-C+", L"A;C;"},
+                                         AllInstalledRow{"OtherMakersLast", Other, true, L"A-B+C-", L"B;A;C;"},
+                                         AllInstalledRow{"OtherMakersLastWithoutExecAll", Other, false, L"A-B+",
+                                                         L"B;A;"},
+                                         AllInstalledRow{"UnknownKind", 3, true, L"A+B-", L""}),
                          [](const auto& row) { return row.param.name; });
 
 TEST_F(ProductRemovalTest, OneOfAllInstalledThatFailsIsToldOf)
@@ -503,7 +504,7 @@ TEST_F(ProductRemovalTest, ForceAllOfAnEmptyCatalogueRunsOverNothing)
 
     EXPECT_FALSE(restart);
     EXPECT_TRUE(callback.Calls().empty());
-    EXPECT_TRUE(log.Has(LogTrace, function, L"UNINSTALL LIST : "));
+    EXPECT_TRUE(log.Has(LogTrace, uninstall, L"UNINSTALL LIST : "));
 }
 
 TEST_F(ProductRemovalTest, OneOfForceAllThatFailsIsToldOf)
@@ -530,7 +531,7 @@ TEST_F(ProductRemovalTest, CallbackThatThrowsBreaksNoRemoval)
     EXPECT_FALSE(HasFileOf(L"A"));
     EXPECT_FALSE(HasFileOf(L"B"));
     EXPECT_TRUE(HasFileOf(L"C"));
-    EXPECT_TRUE(log.Has(LogTrace, function, L"<- true"));
+    EXPECT_TRUE(log.Has(LogTrace, uninstall, L"<- true"));
 }
 
 TEST_F(ProductRemovalTest, CallbackThatThrowsBreaksNoLoad)

@@ -23,7 +23,7 @@ using test::DomFault;
 using test::DomMethod;
 using test::DomText;
 
-constexpr const char* function = "CProduct::Load";
+constexpr const char* loadProduct = "CProduct::Load";
 
 class ProductTest : public testing::Test
 {
@@ -70,7 +70,7 @@ TEST_F(ProductTest, LoadIsTraced)
     EXPECT_EQ(L"<- success product \"A\"", records[3].text);
     for (const test::LogRecord& record : records)
     {
-        EXPECT_EQ(function, record.function);
+        EXPECT_EQ(loadProduct, record.function);
         EXPECT_EQ(LogTrace, record.level);
     }
 }
@@ -94,7 +94,7 @@ TEST_F(ProductTest, VersionWithoutAKeyIsKept)
     EXPECT_EQ(L"", product.versions[0].keyPath);
 }
 
-struct PathRow
+struct ProductFileRow
 {
     const char* name;
     int kind;
@@ -102,7 +102,7 @@ struct PathRow
     const wchar_t* expected; // below the folder
 };
 
-class ProductFileTest : public ProductTest, public testing::WithParamInterface<PathRow>
+class ProductFileTest : public ProductTest, public testing::WithParamInterface<ProductFileRow>
 {};
 
 TEST_P(ProductFileTest, IsAWholePathBelowTheFolderOfItsKind)
@@ -111,15 +111,17 @@ TEST_P(ProductFileTest, IsAWholePathBelowTheFolderOfItsKind)
     EXPECT_EQ(Folder() + GetParam().expected, product.file);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Kinds, ProductFileTest,
-    testing::Values(PathRow{"Own", 1, L"a.xml", L"intern\\a.xml"}, PathRow{"Other", 2, L"a.xml", L"extern\\a.xml"},
-                    PathRow{"Zero", 0, L"a.xml", L"extern\\a.xml"}, PathRow{"Three", 3, L"a.xml", L"extern\\a.xml"},
-                    PathRow{"Negative", -1, L"a.xml", L"extern\\a.xml"},
-                    PathRow{"Subfolder", 1, L"s\\t/a.xml", L"intern\\s\\t/a.xml"},
-                    PathRow{"LeadingSeparator", 1, L"\\a.xml", L"intern\\\\a.xml"},
-                    PathRow{"Upwards", 1, L"..\\a.xml", L"intern\\..\\a.xml"}, PathRow{"Empty", 1, L"", L"intern\\"}),
-    [](const auto& row) { return row.param.name; });
+INSTANTIATE_TEST_SUITE_P(Kinds, ProductFileTest,
+                         testing::Values(ProductFileRow{"Own", 1, L"a.xml", L"intern\\a.xml"},
+                                         ProductFileRow{"Other", 2, L"a.xml", L"extern\\a.xml"},
+                                         ProductFileRow{"Zero", 0, L"a.xml", L"extern\\a.xml"},
+                                         ProductFileRow{"Three", 3, L"a.xml", L"extern\\a.xml"},
+                                         ProductFileRow{"Negative", -1, L"a.xml", L"extern\\a.xml"},
+                                         ProductFileRow{"Subfolder", 1, L"s\\t/a.xml", L"intern\\s\\t/a.xml"},
+                                         ProductFileRow{"LeadingSeparator", 1, L"\\a.xml", L"intern\\\\a.xml"},
+                                         ProductFileRow{"Upwards", 1, L"..\\a.xml", L"intern\\..\\a.xml"},
+                                         ProductFileRow{"Empty", 1, L"", L"intern\\"}),
+                         [](const auto& row) { return row.param.name; });
 
 // Failures.
 
@@ -138,13 +140,13 @@ TEST_F(ProductTest, UnknownFolderFailsWithoutAWordOfItsOwn)
 TEST_F(ProductTest, MissingNameFails)
 {
     EXPECT_FALSE(Load(L"<product file='a.xml'/>"));
-    EXPECT_TRUE(log.Has(LogError, function, L"failed load product attribute \"name\""));
+    EXPECT_TRUE(log.Has(LogError, loadProduct, L"failed load product attribute \"name\""));
 }
 
 TEST_F(ProductTest, MissingFileFails)
 {
     EXPECT_FALSE(Load(L"<product name='A'/>"));
-    EXPECT_TRUE(log.Has(LogError, function, L"failed load product attribute \"file\""));
+    EXPECT_TRUE(log.Has(LogError, loadProduct, L"failed load product attribute \"file\""));
 }
 
 TEST_F(ProductTest, VersionAtFaultFailsTheProduct)
@@ -152,7 +154,7 @@ TEST_F(ProductTest, VersionAtFaultFailsTheProduct)
     EXPECT_FALSE(Load(L"<product name='A' file='a.xml'><v name='1' id='x'/><v id='y'/><v name='3' id='z'/></product>"));
 
     EXPECT_EQ(1u, product.versions.size());
-    EXPECT_TRUE(log.Has(LogError, function, L"failed load product version for product \"A\""));
+    EXPECT_TRUE(log.Has(LogError, loadProduct, L"failed load product version for product \"A\""));
     EXPECT_EQ(L"<- failed product \"A\"", log.Records().back().text);
     EXPECT_EQ(LogError, log.Records().back().level);
 }
@@ -162,16 +164,16 @@ TEST_F(ProductTest, CommentCountsAsAVersionWithoutAName)
     EXPECT_FALSE(Load(L"<product name='A' file='a.xml'><!-- remark --></product>"));
     EXPECT_TRUE(log.Has(LogError, "CXMLHelper::GetNodeAttribute", L"failed get attributes 0x1"));
     EXPECT_TRUE(log.Has(LogError, "CProductVersion::Load", L"failed get attribute \"name\""));
-    EXPECT_TRUE(log.Has(LogError, function, L"failed load product version for product \"A\""));
+    EXPECT_TRUE(log.Has(LogError, loadProduct, L"failed load product version for product \"A\""));
 }
 
 TEST_F(ProductTest, TextCountsAsAVersionWithoutAName)
 {
     EXPECT_FALSE(Load(L"<product name='A' file='a.xml'>remark</product>"));
-    EXPECT_TRUE(log.Has(LogError, function, L"failed load product version for product \"A\""));
+    EXPECT_TRUE(log.Has(LogError, loadProduct, L"failed load product version for product \"A\""));
 }
 
-struct FaultRow
+struct ProductFaultRow
 {
     const char* name;
     DomMethod method;
@@ -181,34 +183,35 @@ struct FaultRow
     bool closed; // by the line that names the product
 };
 
-class ProductFaultTest : public ProductTest, public testing::WithParamInterface<FaultRow>
+class ProductFaultTest : public ProductTest, public testing::WithParamInterface<ProductFaultRow>
 {};
 
 TEST_P(ProductFaultTest, IsLoggedAndFails)
 {
-    const FaultRow& row = GetParam();
+    const ProductFaultRow& row = GetParam();
     const DomText text(L"<product name='A' file='a.xml'><v name='1' id='x'/><v name='2' id='y'/></product>");
     const DomFault fault(row.method, row.answer, row.call);
 
     EXPECT_FALSE(product.Load(text.Root(), ProductKindOwn));
 
     EXPECT_TRUE(fault.Happened());
-    EXPECT_TRUE(log.Has(LogError, function, row.text));
-    EXPECT_EQ(row.closed, log.Count(LogError, function, L"<- failed product \"A\"") == 1);
+    EXPECT_TRUE(log.Has(LogError, loadProduct, row.text));
+    EXPECT_EQ(row.closed, log.Count(LogError, loadProduct, L"<- failed product \"A\"") == 1);
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Steps, ProductFaultTest,
     testing::Values(
-        FaultRow{"NoChildren", DomMethod::ElementChildren, E_FAIL, 1, L"failed load childs nodes 0x80004005", false},
-        FaultRow{"NullChildren", DomMethod::ElementChildren, S_FALSE, 1, L"failed load childs nodes 0x1", false},
-        FaultRow{"NoLength", DomMethod::ListLength, E_FAIL, 1, L"failed load childs count 0x80004005", false},
-        FaultRow{"NoItem", DomMethod::ListItem, E_FAIL, 2, L"failed load child 1, err = 0x80004005", true},
-        FaultRow{"NullItem", DomMethod::ListItem, S_FALSE, 1, L"failed load child 0, err = 0x1", true},
-        FaultRow{"NoAttributes", DomMethod::ElementAttributes, E_FAIL, 1, L"failed load product attribute \"name\"",
-                 false},
-        FaultRow{"NoFileAttribute", DomMethod::MapNamedItem, E_FAIL, 2, L"failed load product attribute \"file\"",
-                 false}),
+        ProductFaultRow{"NoChildren", DomMethod::ElementChildren, E_FAIL, 1, L"failed load childs nodes 0x80004005",
+                        false},
+        ProductFaultRow{"NullChildren", DomMethod::ElementChildren, S_FALSE, 1, L"failed load childs nodes 0x1", false},
+        ProductFaultRow{"NoLength", DomMethod::ListLength, E_FAIL, 1, L"failed load childs count 0x80004005", false},
+        ProductFaultRow{"NoItem", DomMethod::ListItem, E_FAIL, 2, L"failed load child 1, err = 0x80004005", true},
+        ProductFaultRow{"NullItem", DomMethod::ListItem, S_FALSE, 1, L"failed load child 0, err = 0x1", true},
+        ProductFaultRow{"NoAttributes", DomMethod::ElementAttributes, E_FAIL, 1,
+                        L"failed load product attribute \"name\"", false},
+        ProductFaultRow{"NoFileAttribute", DomMethod::MapNamedItem, E_FAIL, 2,
+                        L"failed load product attribute \"file\"", false}),
     [](const auto& row) { return row.param.name; });
 
 // A product is a plain value.

@@ -18,7 +18,7 @@ using test::DomMethod;
 using test::DomText;
 using ChildMap = std::map<std::wstring, std::vector<std::wstring>>;
 
-constexpr const char* function = "CProductVersion::Load";
+constexpr const char* loadVersion = "CProductVersion::Load";
 // A display name that no machine has.
 constexpr const wchar_t* nobody = L"prodsweep tests: installed by nobody";
 
@@ -69,8 +69,8 @@ TEST_F(ProductVersionTest, KeyPathGetsItsSubkeyAndItsValue)
 
     EXPECT_EQ(L"HKLM\\Software\\X\\UpdateLocation", version.keyPath);
     EXPECT_EQ(L"Path", version.keyValue);
-    EXPECT_TRUE(log.Has(LogWarning, function, L"failed get attribute \"id\" for version product = 1.0"));
-    EXPECT_EQ(1, log.Count(LogWarning, function, L"failed get attribute \"id\" for version product = 1.0"));
+    EXPECT_TRUE(log.Has(LogWarning, loadVersion, L"failed get attribute \"id\" for version product = 1.0"));
+    EXPECT_EQ(1, log.Count(LogWarning, loadVersion, L"failed get attribute \"id\" for version product = 1.0"));
 }
 
 TEST_F(ProductVersionTest, SubkeyIsAddedWhateverTheKeyPathEndsIn)
@@ -94,7 +94,7 @@ TEST_F(ProductVersionTest, EmptyKeyValueIsThereAndAsksForNoValue)
 TEST_F(ProductVersionTest, KeyPathWithoutKeyValueFails)
 {
     EXPECT_FALSE(Load(L"<v name='1.0' keypath='HKLM\\X'/>"));
-    EXPECT_TRUE(log.Has(LogError, function, L"failed get attribute \"keyvalue\" for version product = 1.0"));
+    EXPECT_TRUE(log.Has(LogError, loadVersion, L"failed get attribute \"keyvalue\" for version product = 1.0"));
 }
 
 TEST_F(ProductVersionTest, UnmatchedProductNameFallsBackToTheKeyPath)
@@ -125,19 +125,19 @@ TEST_F(ProductVersionTest, VersionWithoutAnyKeyIsKept)
     EXPECT_EQ(L"", version.keyPath);
     EXPECT_EQ(L"", version.keyValue);
     // The second time it is the key path that is missing.
-    EXPECT_EQ(2, log.Count(LogWarning, function, L"failed get attribute \"id\" for version product = 1.0"));
+    EXPECT_EQ(2, log.Count(LogWarning, loadVersion, L"failed get attribute \"id\" for version product = 1.0"));
 }
 
 TEST_F(ProductVersionTest, NothingButANameIsEnough)
 {
     EXPECT_TRUE(Load(L"<v name=''/>"));
-    EXPECT_EQ(2, log.Count(LogWarning, function, L"failed get attribute \"id\" for version product = "));
+    EXPECT_EQ(2, log.Count(LogWarning, loadVersion, L"failed get attribute \"id\" for version product = "));
 }
 
 TEST_F(ProductVersionTest, MissingNameFails)
 {
     EXPECT_FALSE(Load(L"<v id='E'/>"));
-    EXPECT_TRUE(log.Has(LogError, function, L"failed get attribute \"name\""));
+    EXPECT_TRUE(log.Has(LogError, loadVersion, L"failed get attribute \"name\""));
     EXPECT_EQ(L"", version.keyPath);
 }
 
@@ -207,7 +207,7 @@ TEST_P(ChildFaultTest, DoesNotFailTheVersion)
     EXPECT_EQ(row.children, version.ChildValues);
     EXPECT_EQ(test::UninstallEntries::Path(L"E"), version.keyPath);
     if (row.text != nullptr)
-        EXPECT_TRUE(log.Has(LogError, function, row.text));
+        EXPECT_TRUE(log.Has(LogError, loadVersion, row.text));
     else
         EXPECT_TRUE(log.HasNoneAt(LogError));
 }

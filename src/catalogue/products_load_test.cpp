@@ -20,7 +20,7 @@ using test::DomFault;
 using test::DomMethod;
 using Calls = std::vector<CallbackRecorder::Call>;
 
-constexpr const char* function = "CProducts::Load";
+constexpr const char* loadProducts = "CProducts::Load";
 
 class ProductsLoadTest : public testing::Test
 {
@@ -55,8 +55,8 @@ TEST_F(ProductsLoadTest, ProductsAreListedInDocumentOrder)
 
     EXPECT_EQ(L"B;A;C;", Names());
     EXPECT_EQ(Calls{CatalogueEvent(0)}, callback.Calls());
-    EXPECT_TRUE(log.Has(LogTrace, function, L"->file : \"" + path + L"\""));
-    EXPECT_TRUE(log.Has(LogTrace, function, L"<-success \"" + path + L"\""));
+    EXPECT_TRUE(log.Has(LogTrace, loadProducts, L"->file : \"" + path + L"\""));
+    EXPECT_TRUE(log.Has(LogTrace, loadProducts, L"<-success \"" + path + L"\""));
     EXPECT_TRUE(log.HasNoneAt(LogError));
 }
 
@@ -193,7 +193,7 @@ TEST_F(ProductsLoadTest, UnreadableExecAllIsTracedAndTheLoadGoesOn)
         EXPECT_TRUE(fault.Happened());
         EXPECT_TRUE(products.exec_all);
         EXPECT_EQ(L"A;", Names());
-        EXPECT_TRUE(own.Has(LogTrace, function, L"failed GetNodeValue for \"exec_all\""));
+        EXPECT_TRUE(own.Has(LogTrace, loadProducts, L"failed GetNodeValue for \"exec_all\""));
     }
     EXPECT_EQ((Calls{CatalogueEvent(0), CatalogueEvent(0)}), callback.Calls());
 }
@@ -213,7 +213,7 @@ TEST_F(ProductsLoadTest, MissingMsxmlIsLoggedAndTheCallbackDoesNotHearOfIt)
     EXPECT_FALSE(Load("<uninstall_information/>"));
 
     EXPECT_TRUE(callback.Calls().empty());
-    EXPECT_TRUE(log.Has(LogError, function, L"CoCreateInstance CLSID_DOMDocument30 failed 0x80040154"));
+    EXPECT_TRUE(log.Has(LogError, loadProducts, L"CoCreateInstance CLSID_DOMDocument30 failed 0x80040154"));
 }
 
 // The file could not be read as XML.
@@ -232,7 +232,7 @@ TEST_P(UnreadableTest, IsLoggedAndTheCallbackHearsCode1)
     EXPECT_FALSE(Load(GetParam().content));
 
     EXPECT_EQ(Calls{CatalogueEvent(1)}, callback.Calls());
-    EXPECT_TRUE(log.Has(LogError, function, L"load \"" + path + L"\" failed 0x1"));
+    EXPECT_TRUE(log.Has(LogError, loadProducts, L"load \"" + path + L"\" failed 0x1"));
     EXPECT_TRUE(products.products.empty());
 }
 
@@ -255,7 +255,7 @@ TEST_F(ProductsLoadTest, MissingFileIsLoggedAndTheCallbackHearsCode1)
     EXPECT_FALSE(products.Load(missing.c_str(), ProductKindOwn, &CallbackRecorder::Record));
 
     EXPECT_EQ(Calls{CatalogueEvent(1)}, callback.Calls());
-    EXPECT_TRUE(log.Has(LogError, function, L"load \"" + missing + L"\" failed 0x1"));
+    EXPECT_TRUE(log.Has(LogError, loadProducts, L"load \"" + missing + L"\" failed 0x1"));
 }
 
 TEST_F(ProductsLoadTest, FolderInPlaceOfTheFileCountsAsUnreadable)
@@ -277,8 +277,8 @@ TEST_F(ProductsLoadTest, WrongRootGivesTwoLinesCode2AndFalse)
     EXPECT_FALSE(Load("<products><product name='A' file='a.xml'/></products>"));
 
     EXPECT_EQ(Calls{CatalogueEvent(2)}, callback.Calls());
-    EXPECT_TRUE(log.Has(LogError, function, L"failed load \"uninstall_information\" node 0x1"));
-    EXPECT_TRUE(log.Has(LogError, function, L"failed \"" + path + L"\""));
+    EXPECT_TRUE(log.Has(LogError, loadProducts, L"failed load \"uninstall_information\" node 0x1"));
+    EXPECT_TRUE(log.Has(LogError, loadProducts, L"failed \"" + path + L"\""));
     // What it would go on with is not there, so no further line follows.
     EXPECT_EQ(3u, log.Records().size());
 }
@@ -296,8 +296,8 @@ TEST_F(ProductsLoadTest, BadProductFailsTheFileAndKeepsWhatStandsBeforeIt)
 
     EXPECT_EQ(L"A;", Names());
     EXPECT_EQ(Calls{CatalogueEvent(2)}, callback.Calls());
-    EXPECT_TRUE(log.Has(LogError, function, L"failed load product"));
-    EXPECT_TRUE(log.Has(LogError, function, L"<-failed \"" + path + L"\""));
+    EXPECT_TRUE(log.Has(LogError, loadProducts, L"failed load product"));
+    EXPECT_TRUE(log.Has(LogError, loadProducts, L"<-failed \"" + path + L"\""));
     EXPECT_EQ(0, log.Count(LogTrace, "CProduct::Load", L"Load product \"C\"")) << "what stands behind is not read";
 }
 
@@ -316,8 +316,8 @@ TEST_P(BadProductTest, FailsTheWholeFile)
 
     EXPECT_TRUE(products.products.empty());
     EXPECT_EQ(Calls{CatalogueEvent(2)}, callback.Calls());
-    EXPECT_TRUE(log.Has(LogError, function, L"failed load product"));
-    EXPECT_TRUE(log.Has(LogError, function, L"<-failed \"" + path + L"\""));
+    EXPECT_TRUE(log.Has(LogError, loadProducts, L"failed load product"));
+    EXPECT_TRUE(log.Has(LogError, loadProducts, L"<-failed \"" + path + L"\""));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -332,7 +332,7 @@ INSTANTIATE_TEST_SUITE_P(
                                   "<product name='A' file='a.xml'><v name='1' keypath='HKLM\\X'/></product>"}),
     [](const auto& row) { return row.param.name; });
 
-struct FaultRow
+struct CatalogueFaultRow
 {
     const char* name;
     DomMethod method;
@@ -342,12 +342,12 @@ struct FaultRow
     const wchar_t* second; // the line that follows, up to the path
 };
 
-class DomFaultTest : public ProductsLoadTest, public testing::WithParamInterface<FaultRow>
+class DomFaultTest : public ProductsLoadTest, public testing::WithParamInterface<CatalogueFaultRow>
 {};
 
 TEST_P(DomFaultTest, IsLoggedAndTheCallbackHearsCode2)
 {
-    const FaultRow& row = GetParam();
+    const CatalogueFaultRow& row = GetParam();
     const DomFault fault(row.method, row.answer, row.call);
 
     EXPECT_FALSE(Load("<uninstall_information><product name='A' file='a.xml'/><product name='B' file='b.xml'/>"
@@ -355,7 +355,7 @@ TEST_P(DomFaultTest, IsLoggedAndTheCallbackHearsCode2)
 
     EXPECT_TRUE(fault.Happened());
     EXPECT_EQ(Calls{CatalogueEvent(2)}, callback.Calls());
-    ASSERT_TRUE(log.Has(LogError, function, row.text));
+    ASSERT_TRUE(log.Has(LogError, loadProducts, row.text));
     const std::vector<test::LogRecord> records = log.Records();
     EXPECT_EQ(row.text, records[records.size() - 2].text);
     EXPECT_EQ(row.second + (L"\"" + path + L"\""), records.back().text);
@@ -364,21 +364,24 @@ TEST_P(DomFaultTest, IsLoggedAndTheCallbackHearsCode2)
 
 INSTANTIATE_TEST_SUITE_P(
     Steps, DomFaultTest,
-    testing::Values(
-        FaultRow{"NoDocumentNode", DomMethod::DocumentQueryNode, E_NOINTERFACE, 1,
-                 L"failed load RootElement 0x80004002", L"failed "},
-        FaultRow{"NullDocumentNode", DomMethod::DocumentQueryNode, S_OK, 1, L"failed load RootElement 0x0", L"failed "},
-        FaultRow{"NoSelection", DomMethod::DocumentSelect, E_FAIL, 1,
-                 L"failed load \"uninstall_information\" node 0x80004005", L"failed "},
-        FaultRow{"NoChildren", DomMethod::ElementChildren, E_FAIL, 1, L"failed load Root childs nodes 0x80004005",
-                 L"failed "},
-        FaultRow{"NullChildren", DomMethod::ElementChildren, S_FALSE, 1, L"failed load Root childs nodes 0x1",
-                 L"failed "},
-        FaultRow{"NoLength", DomMethod::ListLength, E_FAIL, 1, L"failed load Root childs count 0x80004005", L"failed "},
-        FaultRow{"NoItem", DomMethod::ListNext, E_FAIL, 2, L"failed load Root child 1, err = 0x80004005", L"<-failed "},
-        FaultRow{"NullItem", DomMethod::ListNext, S_FALSE, 2, L"failed load Root child 1, err = 0x1", L"<-failed "},
-        FaultRow{"NoNodeName", DomMethod::ElementName, E_OUTOFMEMORY, 2, L"failed GetNodeName 0x8007000e",
-                 L"<-failed "}),
+    testing::Values(CatalogueFaultRow{"NoDocumentNode", DomMethod::DocumentQueryNode, E_NOINTERFACE, 1,
+                                      L"failed load RootElement 0x80004002", L"failed "},
+                    CatalogueFaultRow{"NullDocumentNode", DomMethod::DocumentQueryNode, S_OK, 1,
+                                      L"failed load RootElement 0x0", L"failed "},
+                    CatalogueFaultRow{"NoSelection", DomMethod::DocumentSelect, E_FAIL, 1,
+                                      L"failed load \"uninstall_information\" node 0x80004005", L"failed "},
+                    CatalogueFaultRow{"NoChildren", DomMethod::ElementChildren, E_FAIL, 1,
+                                      L"failed load Root childs nodes 0x80004005", L"failed "},
+                    CatalogueFaultRow{"NullChildren", DomMethod::ElementChildren, S_FALSE, 1,
+                                      L"failed load Root childs nodes 0x1", L"failed "},
+                    CatalogueFaultRow{"NoLength", DomMethod::ListLength, E_FAIL, 1,
+                                      L"failed load Root childs count 0x80004005", L"failed "},
+                    CatalogueFaultRow{"NoItem", DomMethod::ListNext, E_FAIL, 2,
+                                      L"failed load Root child 1, err = 0x80004005", L"<-failed "},
+                    CatalogueFaultRow{"NullItem", DomMethod::ListNext, S_FALSE, 2,
+                                      L"failed load Root child 1, err = 0x1", L"<-failed "},
+                    CatalogueFaultRow{"NoNodeName", DomMethod::ElementName, E_OUTOFMEMORY, 2,
+                                      L"failed GetNodeName 0x8007000e", L"<-failed "}),
     [](const auto& row) { return row.param.name; });
 
 // The document is let go on every road out.

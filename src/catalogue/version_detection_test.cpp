@@ -144,13 +144,13 @@ INSTANTIATE_TEST_SUITE_P(Types, ValueTypeTest,
 
 // Key paths that are none.
 
-struct PathRow
+struct UnsplitPathRow
 {
     const char* name;
     const wchar_t* keyPath;
 };
 
-class UnsplitPathTest : public VersionDetectionTest, public testing::WithParamInterface<PathRow>
+class UnsplitPathTest : public VersionDetectionTest, public testing::WithParamInterface<UnsplitPathRow>
 {};
 
 TEST_P(UnsplitPathTest, IsLoggedByBothLooks)
@@ -167,9 +167,10 @@ TEST_P(UnsplitPathTest, IsLoggedByBothLooks)
 }
 
 INSTANTIATE_TEST_SUITE_P(Paths, UnsplitPathTest,
-                         testing::Values(PathRow{"Empty", L""}, PathRow{"NoHive", L"\\UpdateLocation"},
-                                         PathRow{"OnlyAHive", L"HKLM"}, PathRow{"LowerCase", L"hklm\\Software"},
-                                         PathRow{"UnknownHive", L"HKXX\\Software"}),
+                         testing::Values(UnsplitPathRow{"Empty", L""}, UnsplitPathRow{"NoHive", L"\\UpdateLocation"},
+                                         UnsplitPathRow{"OnlyAHive", L"HKLM"},
+                                         UnsplitPathRow{"LowerCase", L"hklm\\Software"},
+                                         UnsplitPathRow{"UnknownHive", L"HKXX\\Software"}),
                          [](const auto& row) { return row.param.name; });
 
 TEST_F(VersionDetectionTest, PathFarPastTheRegistrysLimitsIsJustNotThere)
@@ -181,21 +182,21 @@ TEST_F(VersionDetectionTest, PathFarPastTheRegistrysLimitsIsJustNotThere)
 
 // Access masks.
 
-test::ImportPatch* openPatch = nullptr;
+test::ImportPatch* notedOpening = nullptr;
 std::vector<REGSAM> masks;
 
-LSTATUS WINAPI WatchOpen(HKEY hive, const wchar_t* subkey, DWORD options, REGSAM access, HKEY* key)
+LSTATUS WINAPI NoteMask(HKEY hive, const wchar_t* subkey, DWORD options, REGSAM access, HKEY* key)
 {
     masks.push_back(access);
-    return openPatch->Original<decltype(RegOpenKeyExW)>()(hive, subkey, options, access, key);
+    return notedOpening->Original<decltype(RegOpenKeyExW)>()(hive, subkey, options, access, key);
 }
 
 class AccessMaskTest : public VersionDetectionTest
 {
 protected:
-    AccessMaskTest() : patch(nullptr, "RegOpenKeyExW", WatchOpen)
+    AccessMaskTest() : patch(nullptr, "RegOpenKeyExW", NoteMask)
     {
-        openPatch = &patch;
+        notedOpening = &patch;
         masks.clear();
     }
 

@@ -196,10 +196,10 @@ TEST_F(LogClientTest, MissingEntryPointsStayNullAndPresentOnesAreBound)
     }
 }
 
-Events lookedUp;
+Events entryPoints;
 FARPROC WINAPI RecordLookUp(HMODULE module, const char* name)
 {
-    lookedUp.emplace_back(name);
+    entryPoints.emplace_back(name);
     // By hand, as the import is what is patched.
     static const auto real = reinterpret_cast<decltype(&GetProcAddress)>(
         reinterpret_cast<void*>(::GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "GetProcAddress")));
@@ -209,9 +209,9 @@ FARPROC WINAPI RecordLookUp(HMODULE module, const char* name)
 TEST_F(LogClientTest, EntryPointsAreLookedUpInTheirOrderOnceEach)
 {
     variant = L"log_complete";
-    lookedUp.clear();
+    entryPoints.clear();
     (void)RecordLookUp(GetModuleHandleW(L"kernel32.dll"), "GetProcAddress");
-    lookedUp.clear();
+    entryPoints.clear();
     const test::ImportPatch patch(nullptr, "GetProcAddress", RecordLookUp);
 
     LogAcquire();
@@ -221,7 +221,7 @@ TEST_F(LogClientTest, EntryPointsAreLookedUpInTheirOrderOnceEach)
     EXPECT_EQ((Events{"LogInit", "LogApplySettings", "LogSetSettingsFile", "LogEnable", "LogSetLevel", "LogSetPath",
                       "LogSetType", "LogSetMode", "LogSetMaxSize", "LogSetDepth", "LogWrite", "LogIsEnabled",
                       "LogUninitDeskMetrics", "LogTrackEvent", "LogTrackEventData", "LogDeinit"}),
-              lookedUp);
+              entryPoints);
 }
 
 TEST_F(LogClientTest, BindingIsSharedAndGoesWithTheLastReference)
@@ -351,13 +351,13 @@ TEST_F(LogClientTest, StatementWithoutBindingAsksTwiceGivesBothBackAndGoesOn)
 
 // The lock: a second caller waits, a millisecond at a time, while the library is being loaded.
 HANDLE loadMayEnd = nullptr;
-std::atomic<int> waits{0};
+std::atomic<int> waitsForTheLock{0};
 
 void WINAPI LetTheLoadEnd(DWORD milliseconds)
 {
     if (milliseconds == 1) // the thread library sleeps too, but not for that long
     {
-        ++waits;
+        ++waitsForTheLock;
         SetEvent(loadMayEnd);
     }
     SwitchToThread();
@@ -369,7 +369,7 @@ TEST_F(LogClientTest, SecondCallerWaitsWhileTheLibraryIsBeingLoaded)
     static HANDLE loadHasBegun = nullptr;
     loadHasBegun = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     loadMayEnd = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    waits = 0;
+    waitsForTheLock = 0;
     duringLoad = [] {
         SetEvent(loadHasBegun);
         EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(loadMayEnd, 20000)) << "nobody waited for the lock";
@@ -382,7 +382,7 @@ TEST_F(LogClientTest, SecondCallerWaitsWhileTheLibraryIsBeingLoaded)
     EXPECT_NE(nullptr, LogAcquire());
     first.join();
 
-    EXPECT_GT(waits, 0);
+    EXPECT_GT(waitsForTheLock, 0);
     EXPECT_EQ(1, CountOf("attach"));
     EXPECT_EQ(2, log_state::references);
     LogRelease();

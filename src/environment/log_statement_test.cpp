@@ -136,10 +136,10 @@ TEST(LogStatementTest, StandsAloneAfterAnIf)
     EXPECT_EQ(L"then", log.Records()[0].text);
 }
 
-std::atomic<int> loaded{0};
-HMODULE WINAPI CountLoad(const wchar_t* name)
+std::atomic<int> logLoads{0};
+HMODULE WINAPI CountLogLoad(const wchar_t* name)
 {
-    ++loaded;
+    ++logLoads;
     return LoadLibraryExW(name, nullptr, 0);
 }
 
@@ -155,8 +155,8 @@ void LogTheRecordsOf(int thread)
 TEST(LogStatementTest, SixteenThreadsAtOnceLoseNothingAndNeverUnbind)
 {
     const test::LogRecorder log;
-    const test::ImportPatch loading(nullptr, "LoadLibraryW", CountLoad);
-    loaded = 0;
+    const test::ImportPatch loading(nullptr, "LoadLibraryW", CountLogLoad);
+    logLoads = 0;
     LogBinding* const binding = LogAcquire();
     std::atomic<bool> done{false};
     std::atomic<int> lowest{1000};
@@ -189,7 +189,7 @@ TEST(LogStatementTest, SixteenThreadsAtOnceLoseNothingAndNeverUnbind)
     EXPECT_GE(lowest, 2) << "this test's reference and the test program's stand throughout";
     EXPECT_EQ(2, log_state::references);
     EXPECT_EQ(binding, LogAcquire());
-    EXPECT_EQ(0, loaded);
+    EXPECT_EQ(0, logLoads);
     LogRelease();
     LogRelease();
 }

@@ -237,17 +237,17 @@ BOOL WINAPI SayYesSlowly(HANDLE, BOOL* answer)
     *answer = TRUE;
     return TRUE;
 }
-std::atomic<int> waits{0};
+std::atomic<int> waitsForTheObject{0};
 void WINAPI CountWait(DWORD milliseconds)
 {
-    waits += milliseconds == 1 ? 1 : 0;
+    waitsForTheObject += milliseconds == 1 ? 1 : 0;
     SleepEx(milliseconds, FALSE);
 }
 
 TEST_F(CWow64Test, ThreadsThatAskAtOnceWaitForTheOneObject)
 {
     isWow64Process = AsEntry(SayYesSlowly);
-    waits = 0;
+    waitsForTheObject = 0;
     const test::ImportPatch patch(nullptr, "Sleep", CountWait);
     std::vector<CWow64*> objects(16);
     std::vector<std::thread> threads;
@@ -259,12 +259,12 @@ TEST_F(CWow64Test, ThreadsThatAskAtOnceWaitForTheOneObject)
 
     EXPECT_EQ(1u, std::set<CWow64*>(objects.begin(), objects.end()).size());
     EXPECT_EQ(1, asked);
-    EXPECT_GT(waits, 0);
+    EXPECT_GT(waitsForTheObject, 0);
 }
 
 // Handlers run in reverse order, so this one runs after those that the test's own steps register.
 int loadsAtExit = 0;
-HMODULE WINAPI CountLoad(const wchar_t* name)
+HMODULE WINAPI CountLoadAtExit(const wchar_t* name)
 {
     ++loadsAtExit;
     return LoadLibraryExW(name, nullptr, 0);
@@ -275,7 +275,7 @@ TEST(CWow64AtExitTest, ObjectIsGoneAfterTheCleanUpAtProcessExit)
     if (test::PassesInFreshProcess())
         return;
     std::atexit([] {
-        const test::ImportPatch patch(nullptr, "LoadLibraryW", CountLoad);
+        const test::ImportPatch patch(nullptr, "LoadLibraryW", CountLoadAtExit);
         (void)CWow64::Instance();
         if (loadsAtExit != 1) // the object was still there
             TerminateProcess(GetCurrentProcess(), 3);

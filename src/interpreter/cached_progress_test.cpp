@@ -27,7 +27,7 @@ std::vector<int>& Samples()
     return samples;
 }
 
-bool Sample()
+bool SampleProgress()
 {
     Samples().push_back(ProgressPercent.load());
     return true;
@@ -39,18 +39,18 @@ class SampledRemoval final : public test::RemovalPass
 public:
     explicit SampledRemoval(const CheckList& products) : RemovalPass(L"Product", L"C:\\none.xml", products, nullptr) {}
 
-    bool IsUsedFile(const wchar_t*) override { return Sample(); }
-    bool IsUsedFolder(const wchar_t*) override { return Sample(); }
-    bool IsUsedRegKey(const wchar_t*, bool) override { return Sample(); }
-    bool IsUsedRegValue(const wchar_t*, const wchar_t*, bool) override { return Sample(); }
-    bool IsUsedTool(const wchar_t*, const wchar_t*) override { return Sample(); }
+    bool IsUsedFile(const wchar_t*) override { return SampleProgress(); }
+    bool IsUsedFolder(const wchar_t*) override { return SampleProgress(); }
+    bool IsUsedRegKey(const wchar_t*, bool) override { return SampleProgress(); }
+    bool IsUsedRegValue(const wchar_t*, const wchar_t*, bool) override { return SampleProgress(); }
+    bool IsUsedTool(const wchar_t*, const wchar_t*) override { return SampleProgress(); }
 };
 
 // Those that ask nobody are met at their first call to the system, which fails.
 
 SC_HANDLE WINAPI NoServiceManager(const wchar_t*, const wchar_t*, DWORD)
 {
-    Sample();
+    SampleProgress();
     SetLastError(ERROR_ACCESS_DENIED);
     return nullptr;
 }
@@ -61,7 +61,7 @@ LSTATUS WINAPI NoServiceKey(HKEY key, const wchar_t* subkey, DWORD options, REGS
 {
     if (std::wstring_view(subkey).find(L"\\Services\\") == std::wstring_view::npos)
         return openKey->Original<decltype(NoServiceKey)>()(key, subkey, options, access, opened);
-    Sample();
+    SampleProgress();
     return ERROR_FILE_NOT_FOUND;
 }
 
@@ -69,14 +69,14 @@ LSTATUS WINAPI NoServiceKey(HKEY key, const wchar_t* subkey, DWORD options, REGS
 BOOL WINAPI NoProcess(const wchar_t*, wchar_t*, SECURITY_ATTRIBUTES*, SECURITY_ATTRIBUTES*, BOOL, DWORD, void*,
                       const wchar_t*, STARTUPINFOW*, PROCESS_INFORMATION*)
 {
-    Sample();
+    SampleProgress();
     SetLastError(ERROR_FILE_NOT_FOUND);
     return FALSE;
 }
 
-HANDLE WINAPI NoSnapshot(DWORD, DWORD)
+HANDLE WINAPI NoProcessList(DWORD, DWORD)
 {
-    Sample();
+    SampleProgress();
     SetLastError(ERROR_ACCESS_DENIED);
     return INVALID_HANDLE_VALUE;
 }
@@ -126,7 +126,7 @@ TEST_F(CachedProgressTest, MovesBehindEachTool)
 
 TEST_F(CachedProgressTest, MovesBehindEachProcess)
 {
-    const ImportPatch snapshot(nullptr, "CreateToolhelp32Snapshot", NoSnapshot);
+    const ImportPatch snapshot(nullptr, "CreateToolhelp32Snapshot", NoProcessList);
     removal.cachedKills = {L"a.exe", L"b.exe"};
     EXPECT_EQ(halfWay, Carried());
 }

@@ -92,7 +92,7 @@ TEST_F(DescriptorInputTest, TextThatIsNotWellFormedIsNotLoaded)
 }
 
 // One of everything that a descriptor has.
-std::string Sample()
+std::string SampleDescriptor()
 {
     return "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<!-- sample -->\n<uninstall_information>\n"
            " <version_list><v1/></version_list>\n <v1 mandatory_sections=\"any\">\n"
@@ -104,7 +104,7 @@ std::string Sample()
 
 TEST_F(DescriptorInputTest, SampleCutOffAtEachByteIsNotLoaded)
 {
-    const std::string sample = Sample();
+    const std::string sample = SampleDescriptor();
     ASSERT_TRUE(Walk(sample));
     ASSERT_TRUE(installed);
     ASSERT_EQ(2u, operations.size());

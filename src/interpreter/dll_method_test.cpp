@@ -141,14 +141,14 @@ TEST_F(RemovalDllMethodTest, MethodInUseIsLeftAloneAndThatIsASuccess)
 // the unloading.
 const test::ImportPatch* loading = nullptr;
 const test::ImportPatch* unloading = nullptr;
-HMODULE library = nullptr;
+HMODULE methodLibrary = nullptr;
 
 HMODULE WINAPI NoteLoad(const wchar_t* name)
 {
     const HMODULE loaded = loading->Original<decltype(NoteLoad)>()(name);
     if (std::wstring_view(name).ends_with(L"method_dll.dll"))
     {
-        library = loaded;
+        methodLibrary = loaded;
         test::Wow64Mode::Note("load");
     }
     return loaded;
@@ -156,7 +156,7 @@ HMODULE WINAPI NoteLoad(const wchar_t* name)
 
 BOOL WINAPI NoteUnload(HMODULE module)
 {
-    if (module == library)
+    if (module == methodLibrary)
         test::Wow64Mode::Note("unload");
     return unloading->Original<decltype(NoteUnload)>()(module);
 }

@@ -22,7 +22,7 @@ struct PathCase
 };
 
 void PrintTo(const PathCase& row, std::ostream* out) { *out << row.name; }
-std::string NameOf(const testing::TestParamInfo<PathCase>& row) { return row.param.name; }
+std::string PathCaseName(const testing::TestParamInfo<PathCase>& row) { return row.param.name; }
 
 class ComposeFileTest : public testing::TestWithParam<PathCase>
 {};
@@ -48,7 +48,7 @@ INSTANTIATE_TEST_SUITE_P(
         PathCase{"MarkerInTheMiddleIsNone", {{L"path", L"app_path"}, {L"name", L"a#####b"}}, L"C:\\App\\a#####b"},
         PathCase{"EmptyNameGivesTheFolder", {{L"path", L"app_path"}, {L"name", L""}}, L"C:\\App\\"},
         PathCase{"EmptyNameAloneGivesTheRootOfTheDrive", {{L"name", L""}}, L"\\"}),
-    NameOf);
+    PathCaseName);
 
 TEST(ComposeFileTest, MarkerIsReportedBelowAKeywordOnly)
 {
@@ -95,7 +95,7 @@ INSTANTIATE_TEST_SUITE_P(
                     PathCase{"CompleteWithEmptyPath", {{L"path", L""}, {L"name", L"D:\\bin"}}, L"D:\\bin"},
                     PathCase{"KeywordAloneIsTheFolderItself", {{L"path", L"app_path"}}, L"C:\\App"},
                     PathCase{"MarkerMeansNothing", {{L"path", L"app_path"}, {L"name", L"#####a"}}, L"C:\\App\\#####a"}),
-    NameOf);
+    PathCaseName);
 
 TEST(ComposeFolderTest, NothingToNameTheFolderIsAFault)
 {

@@ -15,8 +15,8 @@ namespace {
 
 using test::OneVersion;
 
-constexpr const char* pass = "<s op_code='kill_process'/>";
-constexpr const char* fail = "<s op_code='kill_process' minimum_score='1'/>";
+constexpr const char* passing = "<s op_code='kill_process'/>";
+constexpr const char* failing = "<s op_code='kill_process' minimum_score='1'/>";
 
 class ProductInstalledTest : public testing::Test
 {
@@ -62,7 +62,7 @@ protected:
 
 TEST_F(ProductInstalledTest, EntryIsTracedWithAnArrow)
 {
-    EXPECT_TRUE(Detect(OneVersion(pass)));
+    EXPECT_TRUE(Detect(OneVersion(passing)));
     EXPECT_TRUE(log.Has(LogTrace, "CProductInstalled::Process", L"->\"" + file + L"\""));
     EXPECT_TRUE(log.Has(LogTrace, "CProductInstalled::Process", L"->ProcessVersion v1"));
     EXPECT_TRUE(log.Has(LogTrace, "CProductInstalled::Process", L"<-ProcessVersion v1, result = true"));
@@ -71,7 +71,7 @@ TEST_F(ProductInstalledTest, EntryIsTracedWithAnArrow)
 
 TEST_F(ProductInstalledTest, NothingDetectedIsTraced)
 {
-    EXPECT_FALSE(Detect(OneVersion(fail)));
+    EXPECT_FALSE(Detect(OneVersion(failing)));
     EXPECT_TRUE(log.Has(LogTrace, "CProductInstalled::Process", L"<-ProcessVersion v1, result = false"));
     EXPECT_TRUE(log.Has(LogTrace, "CProductInstalled::Process", L"<- failed"));
 }
@@ -79,7 +79,7 @@ TEST_F(ProductInstalledTest, NothingDetectedIsTraced)
 TEST_F(ProductInstalledTest, NoParserIsLogged)
 {
     const test::ImportPatch patch(nullptr, "CoCreateInstance", test::RefuseToCreate);
-    EXPECT_FALSE(Detect(OneVersion(pass)));
+    EXPECT_FALSE(Detect(OneVersion(passing)));
     EXPECT_TRUE(
         log.Has(LogError, "CProductInstalled::Process", L"CoCreateInstance CLSID_DOMDocument30 failed 0x80040154"));
 }
@@ -99,7 +99,7 @@ TEST_F(ProductInstalledTest, OtherRootIsLoggedWithTwoLines)
 
 TEST_F(ProductInstalledTest, NoVersionsOrNoListMeanNotInstalled)
 {
-    const std::string version = "<v1><win_nt>" + std::string(pass) + "</win_nt></v1>";
+    const std::string version = "<v1><win_nt>" + std::string(passing) + "</win_nt></v1>";
     EXPECT_FALSE(Detect("<uninstall_information><version_list/>" + version + "</uninstall_information>"));
     EXPECT_FALSE(Detect("<uninstall_information>" + version + "</uninstall_information>"));
 }
@@ -118,23 +118,23 @@ TEST_F(ProductInstalledTest, FirstDetectedVersionEndsTheWalk)
 TEST_F(ProductInstalledTest, VersionListedTwiceIsTriedTwice)
 {
     EXPECT_FALSE(Detect("<uninstall_information><version_list><v1/><v1/></version_list><v1><win_nt>" +
-                        std::string(fail) + "</win_nt></v1></uninstall_information>"));
+                        std::string(failing) + "</win_nt></v1></uninstall_information>"));
     EXPECT_EQ(2, Evaluated(L"kill_process"));
 }
 
 TEST_F(ProductInstalledTest, AnyNeedsOneSectionAndEvaluatesAll)
 {
-    EXPECT_TRUE(Detect(OneVersion(std::string(fail) + pass + fail, "mandatory_sections='any'")));
+    EXPECT_TRUE(Detect(OneVersion(std::string(failing) + passing + failing, "mandatory_sections='any'")));
     EXPECT_EQ(3, Evaluated(L"kill_process"));
-    EXPECT_FALSE(Detect(OneVersion(std::string(fail) + fail, "mandatory_sections='any'")));
+    EXPECT_FALSE(Detect(OneVersion(std::string(failing) + failing, "mandatory_sections='any'")));
 }
 
 TEST_F(ProductInstalledTest, AllEndsAtTheFirstFailedSection)
 {
-    EXPECT_TRUE(Detect(OneVersion(std::string(pass) + pass, "mandatory_sections='all'")));
+    EXPECT_TRUE(Detect(OneVersion(std::string(passing) + passing, "mandatory_sections='all'")));
     EXPECT_EQ(2, Evaluated(L"kill_process"));
     log.Clear();
-    EXPECT_FALSE(Detect(OneVersion(std::string(pass) + fail + pass, "mandatory_sections='all'")));
+    EXPECT_FALSE(Detect(OneVersion(std::string(passing) + failing + passing, "mandatory_sections='all'")));
     EXPECT_EQ(2, Evaluated(L"kill_process"));
 }
 
@@ -143,7 +143,7 @@ TEST_F(ProductInstalledTest, OtherModesAreLoggedAndMeanAny)
     for (const char* attribute : {"mandatory_sections='ALL'", "mandatory_sections=''", "mandatory_sections=' all'", ""})
     {
         log.Clear();
-        EXPECT_TRUE(Detect(OneVersion(std::string(fail) + pass, attribute))) << attribute;
+        EXPECT_TRUE(Detect(OneVersion(std::string(failing) + passing, attribute))) << attribute;
         EXPECT_TRUE(log.Has(LogWarning, "CProductInstalled::ProcessNTVersion",
                             L"Invalid value for attribute \"mandatory_sections\". Default value is \"any\". "));
     }
@@ -153,8 +153,8 @@ TEST_F(ProductInstalledTest, OtherModesAreLoggedAndMeanAny)
 
 TEST_F(ProductInstalledTest, ValidModesAreNotLogged)
 {
-    Detect(OneVersion(pass, "mandatory_sections='all'"));
-    Detect(OneVersion(pass, "mandatory_sections='any'"));
+    Detect(OneVersion(passing, "mandatory_sections='all'"));
+    Detect(OneVersion(passing, "mandatory_sections='any'"));
     EXPECT_EQ(0, log.Count(LogWarning, "CProductInstalled::ProcessNTVersion",
                            L"Invalid value for attribute \"mandatory_sections\". Default value is \"any\". "));
 }
@@ -173,7 +173,7 @@ TEST_F(ProductInstalledTest, VersionWithoutAnEvaluatedSectionIsNotDetected)
 TEST_F(ProductInstalledTest, ToolSectionHasNoEffectOnTheOthers)
 {
     const std::string tools = "<s op_code='exec_tool' minimum_score='9'><e/></s>";
-    EXPECT_TRUE(Detect(OneVersion(tools + pass + tools, "mandatory_sections='all'")));
+    EXPECT_TRUE(Detect(OneVersion(tools + passing + tools, "mandatory_sections='all'")));
 }
 
 TEST_F(ProductInstalledTest, ToolSectionInAnotherSpellingScores)
@@ -187,10 +187,10 @@ TEST_F(ProductInstalledTest, SectionWithoutOpCodeFailsAndIsLoggedTwice)
     for (const char* section : {"<s><e/></s>", "<!--note-->"})
     {
         log.Clear();
-        EXPECT_TRUE(Detect(OneVersion(section + std::string(pass), "mandatory_sections='any'")));
+        EXPECT_TRUE(Detect(OneVersion(section + std::string(passing), "mandatory_sections='any'")));
         EXPECT_TRUE(log.Has(LogError, "CProductInstalled::ProcessNTVersion", L"failed get attribute \"op_code\""));
         EXPECT_TRUE(log.Has(LogError, "CProductInstalled::ProcessSection", L"failed get attribute \"op_code\""));
-        EXPECT_FALSE(Detect(OneVersion(section + std::string(pass), "mandatory_sections='all'")));
+        EXPECT_FALSE(Detect(OneVersion(section + std::string(passing), "mandatory_sections='all'")));
     }
 }
 
@@ -349,7 +349,7 @@ TEST_F(SleepTest, ElementOfThatNameIsAnOrdinaryEntry)
 
 TEST_F(SleepTest, SectionsBehindADetectingOneSleepToo)
 {
-    EXPECT_TRUE(Detect(OneVersion(std::string(pass) + "<s op_code='kill_process'><e>sleep</e></s>")));
+    EXPECT_TRUE(Detect(OneVersion(std::string(passing) + "<s op_code='kill_process'><e>sleep</e></s>")));
     EXPECT_EQ(std::vector<DWORD>{0}, Sleeps());
 }
 

@@ -79,7 +79,7 @@ TEST_P(RemovalVersionFaultTest, IsLoggedAndFailsTheVersionAndNotTheRemoval)
     EXPECT_THAT(StageRecorder::Lines(), ElementsAre("13:0 at 0%", "14:0 at 0%", "1:0 at 30%"));
 }
 
-std::string NameOf(const testing::TestParamInfo<DomRow>& row) { return row.param.name; }
+std::string DomRowName(const testing::TestParamInfo<DomRow>& row) { return row.param.name; }
 
 INSTANTIATE_TEST_SUITE_P(Rows, RemovalVersionFaultTest,
                          testing::Values(DomRow{"NoChildrenOfWinNt", DomMethod::ElementChildren, 2,
@@ -88,7 +88,7 @@ INSTANTIATE_TEST_SUITE_P(Rows, RemovalVersionFaultTest,
                                                 L"failed load \"win_nt\" childs count 0x80004005"},
                                          DomRow{"NoSection", DomMethod::ListItem, 2,
                                                 L"failed load child 0 for \"win_nt\", err = 0x80004005"}),
-                         NameOf);
+                         DomRowName);
 
 class RemovalSectionFaultTest : public RemovalDomFaultTest
 {};
@@ -108,7 +108,7 @@ INSTANTIATE_TEST_SUITE_P(
                     DomRow{"NoCountOfEntries", DomMethod::ListLength, 3,
                            L"failed load \"win_nt\" children count 0x80004005"},
                     DomRow{"NoEntry", DomMethod::ListItem, 3, L"failed load child 0, err = 0x80004005"}),
-    NameOf);
+    DomRowName);
 
 } // namespace
 } // namespace prodsweep

@@ -220,13 +220,13 @@ struct Unknown
 };
 void PrintTo(const Unknown& unknown, std::ostream* out) { *out << unknown.name; }
 
-Unknown answer;
+Unknown unknownAnswer;
 
 BOOL WINAPI AnswerAlike(HANDLE, BY_HANDLE_FILE_INFORMATION* information)
 {
     *information = {};
-    information->nFileIndexHigh = information->nFileIndexLow = answer.index;
-    return answer.succeeds;
+    information->nFileIndexHigh = information->nFileIndexLow = unknownAnswer.index;
+    return unknownAnswer.succeeds;
 }
 
 struct UnknownFolderTest : CircleTest, testing::WithParamInterface<Unknown>
@@ -237,7 +237,7 @@ TEST_P(UnknownFolderTest, LinkIsWalkedAsAnyFolder)
     const test::TempTree elsewhere;
     const test::FolderLink link(tree.Path(L"link"), elsewhere.Root());
     const test::ImportPatch patch(nullptr, "GetFileInformationByHandle", AnswerAlike);
-    answer = GetParam();
+    unknownAnswer = GetParam();
 
     operations.DelFolder(root.c_str(), nullptr);
 

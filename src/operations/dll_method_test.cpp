@@ -11,7 +11,7 @@
 namespace prodsweep {
 namespace {
 
-constexpr char function[] = "COperations::ExecDllMethod";
+constexpr char execDllMethod[] = "COperations::ExecDllMethod";
 constexpr wchar_t traceVariable[] = L"PRODSWEEP_METHOD_TRACE";
 
 UINT codePage = 0;
@@ -65,8 +65,8 @@ TEST_F(ExecDllMethodTest, MethodIsCalledOnceAndTheLibraryUnloaded)
 
     EXPECT_EQ(L"attach;Succeed;detach;", Trace());
     EXPECT_EQ(nullptr, GetModuleHandleW(L"method_dll.dll"));
-    EXPECT_TRUE(log.Has(LogTrace, function, L"->" + Names(L"Succeed")));
-    EXPECT_TRUE(log.Has(LogTrace, function, Names(L"Succeed") + L", return = 0x0"));
+    EXPECT_TRUE(log.Has(LogTrace, execDllMethod, L"->" + Names(L"Succeed")));
+    EXPECT_TRUE(log.Has(LogTrace, execDllMethod, Names(L"Succeed") + L", return = 0x0"));
     EXPECT_EQ(2u, log.Records().size());
 }
 
@@ -75,7 +75,7 @@ TEST_F(ExecDllMethodTest, WhatTheMethodReturnsIsOnlyLogged)
     EXPECT_EQ(_ERROR_SUCCESS, Call(L"Fail"));
 
     EXPECT_EQ(L"attach;Fail;detach;", Trace());
-    EXPECT_TRUE(log.Has(LogTrace, function, Names(L"Fail") + L", return = 0xdeadbeef"));
+    EXPECT_TRUE(log.Has(LogTrace, execDllMethod, Names(L"Fail") + L", return = 0xdeadbeef"));
     EXPECT_TRUE(log.HasNoneAt(LogError));
 }
 
@@ -96,8 +96,8 @@ TEST_F(ExecDllMethodTest, MissingMethodIsNotFoundAndTheLibraryUnloaded)
     EXPECT_EQ(_ERROR_NOT_FOUND, Call(L"Absent"));
 
     EXPECT_EQ(L"attach;detach;", Trace());
-    EXPECT_TRUE(log.Has(LogTrace, function, L"->" + Names(L"Absent")));
-    EXPECT_TRUE(log.Has(LogError, function, L"GetProcAddress \"Absent\" failed 0x7f"));
+    EXPECT_TRUE(log.Has(LogTrace, execDllMethod, L"->" + Names(L"Absent")));
+    EXPECT_TRUE(log.Has(LogError, execDllMethod, L"GetProcAddress \"Absent\" failed 0x7f"));
     EXPECT_EQ(2u, log.Records().size());
 }
 
@@ -112,7 +112,7 @@ TEST_F(ExecDllMethodTest, MissingModuleIsNotFound)
 {
     EXPECT_EQ(_ERROR_NOT_FOUND, operations.ExecDllMethod(L"B:\\absent.dll", L"Succeed"));
 
-    EXPECT_TRUE(log.Has(LogError, function, L"LoadLibrary \"B:\\absent.dll\" failed 0x7e"));
+    EXPECT_TRUE(log.Has(LogError, execDllMethod, L"LoadLibrary \"B:\\absent.dll\" failed 0x7e"));
     EXPECT_EQ(2u, log.Records().size());
 }
 
@@ -148,7 +148,7 @@ TEST_F(ExecDllMethodTest, NonAsciiNameIsFoundInTheThreadsCodePage)
 TEST_F(ExecDllMethodTest, MissingNonAsciiMethodIsLoggedAsItWasGiven)
 {
     EXPECT_EQ(_ERROR_NOT_FOUND, Call(L"Absent\u03A9\U0001F600"));
-    EXPECT_TRUE(log.Has(LogError, function, L"GetProcAddress \"Absent\u03A9\U0001F600\" failed 0x7f"));
+    EXPECT_TRUE(log.Has(LogError, execDllMethod, L"GetProcAddress \"Absent\u03A9\U0001F600\" failed 0x7f"));
 }
 
 TEST_F(ExecDllMethodTest, NameThatCannotBeTurnedIsNotFound)

@@ -361,15 +361,15 @@ TEST_F(DelFolderTest, RefusedAttributesAreLoggedAtBothPlacesAndTheFolderGoes)
     EXPECT_EQ(1, log.Count(LogWarning, "COperations::DelFolderRec", L"SetFileAttributes NORMAL failed 0x5"));
 }
 
-struct Refusal
+struct DelFolderRefusal
 {
     const char* name;
     DWORD error;
     bool listed;
 };
-void PrintTo(const Refusal& refusal, std::ostream* out) { *out << refusal.name; }
+void PrintTo(const DelFolderRefusal& refusal, std::ostream* out) { *out << refusal.name; }
 
-struct DelFolderRefusalTest : DelFolderTest, testing::WithParamInterface<Refusal>
+struct DelFolderRefusalTest : DelFolderTest, testing::WithParamInterface<DelFolderRefusal>
 {};
 
 TEST_P(DelFolderRefusalTest, RefusedRemovalIsASuccessAndListedUnlessTheFolderIsGone)
@@ -386,12 +386,12 @@ TEST_P(DelFolderRefusalTest, RefusedRemovalIsASuccessAndListedUnlessTheFolderIsG
 }
 
 INSTANTIATE_TEST_SUITE_P(All, DelFolderRefusalTest,
-                         testing::Values(Refusal{"FileNotFound", ERROR_FILE_NOT_FOUND, false},
-                                         Refusal{"PathNotFound", ERROR_PATH_NOT_FOUND, false},
-                                         Refusal{"InvalidName", ERROR_INVALID_NAME, false},
-                                         Refusal{"AccessDenied", ERROR_ACCESS_DENIED, true},
-                                         Refusal{"NotEmpty", ERROR_DIR_NOT_EMPTY, true},
-                                         Refusal{"SharingViolation", ERROR_SHARING_VIOLATION, true}),
+                         testing::Values(DelFolderRefusal{"FileNotFound", ERROR_FILE_NOT_FOUND, false},
+                                         DelFolderRefusal{"PathNotFound", ERROR_PATH_NOT_FOUND, false},
+                                         DelFolderRefusal{"InvalidName", ERROR_INVALID_NAME, false},
+                                         DelFolderRefusal{"AccessDenied", ERROR_ACCESS_DENIED, true},
+                                         DelFolderRefusal{"NotEmpty", ERROR_DIR_NOT_EMPTY, true},
+                                         DelFolderRefusal{"SharingViolation", ERROR_SHARING_VIOLATION, true}),
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(DelFolderTest, NoHandleIsLeftOpen)

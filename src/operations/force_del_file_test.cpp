@@ -226,7 +226,7 @@ OBJECT_ATTRIBUTES nativeAttributes;
 NTSTATUS nativeStatus = 0;
 std::vector<std::string> nativeSteps;
 
-NTSTATUS NTAPI NoteAttributes(OBJECT_ATTRIBUTES* attributes)
+NTSTATUS NTAPI NoteObjectAttributes(OBJECT_ATTRIBUTES* attributes)
 {
     nativeSteps.emplace_back("delete");
     nativeAttributes = *attributes;
@@ -268,7 +268,7 @@ struct NativeCallTest : ForceDelFileTest
         nativeStatus = 0;
         nativeName.clear();
         nativeSteps.clear();
-        loader.PutInPlace("NtDeleteFile", NoteAttributes);
+        loader.PutInPlace("NtDeleteFile", NoteObjectAttributes);
     }
     int Delete(const wchar_t* path)
     {

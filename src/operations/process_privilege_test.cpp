@@ -23,7 +23,7 @@ using test::Number;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 
-constexpr char function[] = "COperations::KillProcess_";
+constexpr char killProcess[] = "COperations::KillProcess_";
 
 struct HandleCloser
 {
@@ -210,8 +210,8 @@ TEST_F(KillProcessPrivilegeTest, RefusedOpeningIsRepeatedWithThePrivilege)
                                            "terminate 4294967295", "close process"));
     EXPECT_THAT(watch.Openings(), ElementsAre(false, true));
     EXPECT_EQ(0xFFFFFFFFu, victim.ExitCode());
-    EXPECT_TRUE(log.Has(LogWarning, function, L"OpenProcess 1 failed 0x5"));
-    EXPECT_TRUE(log.Has(LogTrace, function, L"Try another way ... AdjustTokenPrivileges"));
+    EXPECT_TRUE(log.Has(LogWarning, killProcess, L"OpenProcess 1 failed 0x5"));
+    EXPECT_TRUE(log.Has(LogTrace, killProcess, L"Try another way ... AdjustTokenPrivileges"));
     EXPECT_EQ(2u, log.Records().size());
 }
 
@@ -226,7 +226,7 @@ TEST_F(KillProcessPrivilegeTest, RefusedEndIsRepeatedWithThePrivilege)
                                            "process token 40", "lookup SeDebugPrivilege", "adjust 1 2 16 16", "open 1",
                                            "give back 16", "close token", "terminate 4294967295", "close process"));
     EXPECT_EQ(0xFFFFFFFFu, victim.ExitCode());
-    EXPECT_TRUE(log.Has(LogError, function, L"TerminateProcess 1 failed 0x5"));
+    EXPECT_TRUE(log.Has(LogError, killProcess, L"TerminateProcess 1 failed 0x5"));
 }
 
 TEST_F(KillProcessPrivilegeTest, PrivilegeIsGivenBack)
@@ -286,7 +286,7 @@ TEST_F(KillProcessPrivilegeTest, TokenWithoutThePrivilegeIsAFailure)
 
     EXPECT_FALSE(operations.KillProcess_(victim.Id()));
 
-    EXPECT_TRUE(log.Has(LogError, function, L"AdjustTokenPrivileges failed 0x514"));
+    EXPECT_TRUE(log.Has(LogError, killProcess, L"AdjustTokenPrivileges failed 0x514"));
     EXPECT_EQ("close token", watch.Calls().back());
     EXPECT_TRUE(victim.Runs());
 }
@@ -297,13 +297,13 @@ TEST_F(KillProcessPrivilegeTest, ProcessThatIsNotThereFailsBothWays)
 
     EXPECT_FALSE(operations.KillProcess_(nobody));
 
-    EXPECT_TRUE(log.Has(LogWarning, function, L"OpenProcess 1 failed 0x57"));
-    EXPECT_TRUE(log.Has(LogError, function, L"OpenProcess 2 failed 0x57"));
+    EXPECT_TRUE(log.Has(LogWarning, killProcess, L"OpenProcess 1 failed 0x57"));
+    EXPECT_TRUE(log.Has(LogError, killProcess, L"OpenProcess 2 failed 0x57"));
     EXPECT_FALSE(Enabled());
 }
 
 // What fails after the refused opening, what is still done then, and what the log says.
-struct Refusal
+struct KillProcessRefusal
 {
     const char* name;
     const char* call;
@@ -312,7 +312,7 @@ struct Refusal
     const wchar_t* text;
 };
 
-class KillProcessRefusalTest : public KillProcessPrivilegeTest, public testing::WithParamInterface<Refusal>
+class KillProcessRefusalTest : public KillProcessPrivilegeTest, public testing::WithParamInterface<KillProcessRefusal>
 {};
 
 TEST_P(KillProcessRefusalTest, LeavesTheProcessAndThePrivilegesAlone)
@@ -330,39 +330,40 @@ TEST_P(KillProcessRefusalTest, LeavesTheProcessAndThePrivilegesAlone)
         EXPECT_THAT(watch.Calls(), ElementsAreArray(expected));
     }
     EXPECT_TRUE(handles.Unchanged());
-    EXPECT_TRUE(log.Has(LogError, function, GetParam().text));
+    EXPECT_TRUE(log.Has(LogError, killProcess, GetParam().text));
     EXPECT_TRUE(victim.Runs());
     EXPECT_FALSE(Enabled());
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Steps, KillProcessRefusalTest,
-    testing::Values(Refusal{"ThreadToken", "OpenThreadToken", 1, {}, L"OpenThreadToken failed 0x1f"},
-                    Refusal{
-                        "ProcessToken", "OpenProcessToken", 1, {"process token 40"}, L"OpenProcessToken failed 0x1f"},
-                    // No identifier, no such privilege.
-                    Refusal{"Lookup",
-                            "LookupPrivilegeValueW",
-                            1,
-                            {"process token 40", "lookup SeDebugPrivilege", "adjust 1 2 16 16", "close token"},
-                            L"AdjustTokenPrivileges failed 0x514"},
-                    Refusal{"Adjust",
-                            "AdjustTokenPrivileges",
-                            1,
-                            {"process token 40", "lookup SeDebugPrivilege", "adjust 1 2 16 16", "close token"},
-                            L"AdjustTokenPrivileges failed 0x1f"},
-                    Refusal{"SecondOpening",
-                            "OpenProcess",
-                            0,
-                            {"process token 40", "lookup SeDebugPrivilege", "adjust 1 2 16 16", "open 1",
-                             "give back 16", "close token"},
-                            L"OpenProcess 2 failed 0x1f"},
-                    Refusal{"SecondEnd",
-                            "TerminateProcess",
-                            1,
-                            {"process token 40", "lookup SeDebugPrivilege", "adjust 1 2 16 16", "open 1",
-                             "give back 16", "close token", "terminate 4294967295", "close process"},
-                            L"TerminateProcess 2 failed 0x1f"}),
+    testing::Values(
+        KillProcessRefusal{"ThreadToken", "OpenThreadToken", 1, {}, L"OpenThreadToken failed 0x1f"},
+        KillProcessRefusal{
+            "ProcessToken", "OpenProcessToken", 1, {"process token 40"}, L"OpenProcessToken failed 0x1f"},
+        // No identifier, no such privilege.
+        KillProcessRefusal{"Lookup",
+                           "LookupPrivilegeValueW",
+                           1,
+                           {"process token 40", "lookup SeDebugPrivilege", "adjust 1 2 16 16", "close token"},
+                           L"AdjustTokenPrivileges failed 0x514"},
+        KillProcessRefusal{"Adjust",
+                           "AdjustTokenPrivileges",
+                           1,
+                           {"process token 40", "lookup SeDebugPrivilege", "adjust 1 2 16 16", "close token"},
+                           L"AdjustTokenPrivileges failed 0x1f"},
+        KillProcessRefusal{"SecondOpening",
+                           "OpenProcess",
+                           0,
+                           {"process token 40", "lookup SeDebugPrivilege", "adjust 1 2 16 16", "open 1", "give back 16",
+                            "close token"},
+                           L"OpenProcess 2 failed 0x1f"},
+        KillProcessRefusal{"SecondEnd",
+                           "TerminateProcess",
+                           1,
+                           {"process token 40", "lookup SeDebugPrivilege", "adjust 1 2 16 16", "open 1", "give back 16",
+                            "close token", "terminate 4294967295", "close process"},
+                           L"TerminateProcess 2 failed 0x1f"}),
     [](const auto& row) { return row.param.name; });
 
 } // namespace

@@ -226,7 +226,7 @@ TEST_F(StopServiceTest, ManagerThatCannotBeOpenedIsAFailure)
 }
 
 // Each refusal with what is still done after it.
-struct Refusal
+struct StopServiceRefusal
 {
     const char* name;
     const char* function;
@@ -234,7 +234,7 @@ struct Refusal
     std::vector<std::string> calls;
 };
 
-class StopServiceRefusalTest : public StopServiceTest, public testing::WithParamInterface<Refusal>
+class StopServiceRefusalTest : public StopServiceTest, public testing::WithParamInterface<StopServiceRefusal>
 {};
 
 TEST_P(StopServiceRefusalTest, IsAFailureAndNoHandleStaysOpen)
@@ -252,15 +252,16 @@ TEST_P(StopServiceRefusalTest, IsAFailureAndNoHandleStaysOpen)
 INSTANTIATE_TEST_SUITE_P(
     Steps, StopServiceRefusalTest,
     testing::Values(
-        Refusal{"Service", "OpenServiceW", ERROR_ACCESS_DENIED, {"manager 1", "service 36", "close manager"}},
-        Refusal{"Control",
-                "ControlService",
-                ERROR_ACCESS_DENIED,
-                {"manager 1", "service 36", "control 1", "close service", "close manager"}},
-        Refusal{"Query",
-                "QueryServiceStatus",
-                ERROR_INVALID_HANDLE,
-                {"manager 1", "service 36", "control 1", "query", "close service", "close manager"}}),
+        StopServiceRefusal{
+            "Service", "OpenServiceW", ERROR_ACCESS_DENIED, {"manager 1", "service 36", "close manager"}},
+        StopServiceRefusal{"Control",
+                           "ControlService",
+                           ERROR_ACCESS_DENIED,
+                           {"manager 1", "service 36", "control 1", "close service", "close manager"}},
+        StopServiceRefusal{"Query",
+                           "QueryServiceStatus",
+                           ERROR_INVALID_HANDLE,
+                           {"manager 1", "service 36", "control 1", "query", "close service", "close manager"}}),
     [](const auto& row) { return row.param.name; });
 
 TEST_F(StopServiceTest, QueryThatFailsLaterEndsTheWait)

@@ -19,7 +19,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr char function[] = "COperations::ExecTool";
+constexpr char execTool[] = "COperations::ExecTool";
 
 // Sees the tool's start and the wait for it, and ends the tool when it ends itself.
 class ToolWatch
@@ -148,8 +148,8 @@ TEST_F(ExecToolTest, ToolIsWaitedForAndItsExitCodeNotRead)
 
     EXPECT_TRUE(HasEnded());
     EXPECT_THAT(watch.Waits(), ElementsAre(300000u));
-    EXPECT_TRUE(log.Has(LogTrace, function, L"->CmdLine = \"" + Line(L" /remove") + L"\""));
-    EXPECT_TRUE(log.Has(LogTrace, function, L"<-\"" + Line(L" /remove") + L"\", err = _ERROR_SUCCESS"));
+    EXPECT_TRUE(log.Has(LogTrace, execTool, L"->CmdLine = \"" + Line(L" /remove") + L"\""));
+    EXPECT_TRUE(log.Has(LogTrace, execTool, L"<-\"" + Line(L" /remove") + L"\", err = _ERROR_SUCCESS"));
     EXPECT_EQ(2u, log.Records().size());
     EXPECT_TRUE(tree.CanariesIntact());
 }
@@ -187,8 +187,8 @@ TEST_F(ExecToolTest, ToolThatOutlastsTheWaitRunsOnWithItsHandlesOpen)
 
     EXPECT_THAT(watch.Waits(), ElementsAre(300000u));
     EXPECT_TRUE(watch.Runs());
-    EXPECT_TRUE(log.Has(LogWarning, function, L"\"" + Line(L" linger") + L"\" wait timeout"));
-    EXPECT_TRUE(log.Has(LogTrace, function, L"<-\"" + Line(L" linger") + L"\", err = _ERROR_SUCCESS"));
+    EXPECT_TRUE(log.Has(LogWarning, execTool, L"\"" + Line(L" linger") + L"\" wait timeout"));
+    EXPECT_TRUE(log.Has(LogTrace, execTool, L"<-\"" + Line(L" linger") + L"\", err = _ERROR_SUCCESS"));
     TakeOpen(watch.Given());
 }
 
@@ -200,7 +200,7 @@ TEST_F(ExecToolTest, WaitThatFailsCountsAsTimeout)
 
     EXPECT_EQ(_ERROR_SUCCESS, operations.ExecTool(Line(L"").c_str(), true, false));
 
-    EXPECT_TRUE(log.Has(LogWarning, function, L"\"" + Line(L"") + L"\" wait timeout"));
+    EXPECT_TRUE(log.Has(LogWarning, execTool, L"\"" + Line(L"") + L"\" wait timeout"));
     TakeOpen(watch.Given());
 }
 
@@ -273,8 +273,8 @@ TEST_F(ExecToolTest, ToolThatCannotBeStartedIsUnknown)
 
     EXPECT_EQ(_ERROR_UNKNOWN, operations.ExecTool(line.c_str(), true, false));
 
-    EXPECT_TRUE(log.Has(LogError, function, L"CreateProcess \"" + line + L"\" failed with 0x2"));
-    EXPECT_TRUE(log.Has(LogTrace, function, L"<-\"" + line + L"\", err = _ERROR_UNKNOWN"));
+    EXPECT_TRUE(log.Has(LogError, execTool, L"CreateProcess \"" + line + L"\" failed with 0x2"));
+    EXPECT_TRUE(log.Has(LogTrace, execTool, L"<-\"" + line + L"\", err = _ERROR_UNKNOWN"));
 }
 
 TEST_F(ExecToolTest, CommandLinesThatNoProcessTakesAreUnknown)

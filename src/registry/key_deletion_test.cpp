@@ -16,8 +16,6 @@ using test::UsedRecorder;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const char* const here = "CRegKeyHelper::DeleteKey";
-
 class KeyDeletionTest : public test::RegistryFixture
 {
 protected:
@@ -34,6 +32,7 @@ protected:
         return CRegKeyHelper::DeleteKey(HKEY_CURRENT_USER, box.Subkey(relative), false, &used, inUse);
     }
 
+    const char* const here = "CRegKeyHelper::DeleteKey";
     UsedRecorder used;
 };
 

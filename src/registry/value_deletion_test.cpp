@@ -16,8 +16,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 
-const char* const here = "CRegKeyHelper::DeleteValue";
-
 class ValueDeletionTest : public test::RegistryFixture
 {
 protected:
@@ -50,6 +48,7 @@ protected:
     }
     std::wstring Question(const std::wstring& value) const { return L"value " + box.Path(L"key") + L" | " + value; }
 
+    const char* const here = "CRegKeyHelper::DeleteValue";
     UsedRecorder used;
 };
 

@@ -16,8 +16,6 @@ namespace {
 using test::RegistryFaults;
 using testing::ElementsAre;
 
-const char* const here = "CRegKeyHelper::GetValue";
-
 class ValueReadingTest : public test::RegistryFixture
 {
 protected:
@@ -33,6 +31,7 @@ protected:
     }
     std::wstring Place() const { return L"HKEY_CURRENT_USER\\" + box.Subkey(L"key"); }
 
+    const char* const here = "CRegKeyHelper::GetValue";
     wchar_t text[260];
 };
 

@@ -14,8 +14,8 @@
 namespace prodsweep::test {
 namespace {
 
-constexpr const wchar_t* bad = L"bad";
-constexpr const wchar_t* good = L"good";
+constexpr const wchar_t* badSample = L"bad";
+constexpr const wchar_t* goodSample = L"good";
 
 std::wstring CataloguePath(const std::string& rule, const std::wstring& which, int kind)
 {
@@ -95,14 +95,14 @@ bool LastRemovalTakesOthers(const wchar_t* which)
 
 void ShowExecAllValue()
 {
-    EXPECT_TRUE(LastRemovalTakesOthers(bad));
-    EXPECT_FALSE(LastRemovalTakesOthers(good));
+    EXPECT_TRUE(LastRemovalTakesOthers(badSample));
+    EXPECT_FALSE(LastRemovalTakesOthers(goodSample));
 }
 
 void ShowExecAllWithoutEffect()
 {
     const InstalledLedger ledger;
-    CProducts products = Loaded("exec-all-without-effect", bad, 2);
+    CProducts products = Loaded("exec-all-without-effect", badSample, 2);
     EXPECT_TRUE(products.exec_all);
     EXPECT_EQ((std::vector<std::wstring>{L"UNINSTALL LIST : ", L"\"Harbor Ledger\", ", L"CHECK LIST : "}),
               ListsOfRemoval(products, 2));
@@ -111,7 +111,7 @@ void ShowExecAllWithoutEffect()
 void ShowSharedUnprotected()
 {
     const InstalledLedger ledger;
-    CProducts products = Loaded("shared-unprotected", bad, 2);
+    CProducts products = Loaded("shared-unprotected", badSample, 2);
     products.products.at(1).versions = products.products.at(0).versions; // installed, too
     EXPECT_EQ(2U, InstalledProducts(products, 2));
     EXPECT_EQ((std::vector<std::wstring>{L"UNINSTALL LIST : ", L"\"Harbor Ledger\", ", L"CHECK LIST : "}),
@@ -122,8 +122,8 @@ void ShowProductCodeBraces()
 {
     UninstallEntries entries;
     entries.Add(L"{3E1B5C0A-6A0E-4C57-9C0B-1F5D0B7A4202}");
-    EXPECT_FALSE(FirstVersion("product-code-braces", bad).IsInstalled());
-    EXPECT_TRUE(FirstVersion("product-code-braces", good).IsInstalled());
+    EXPECT_FALSE(FirstVersion("product-code-braces", badSample).IsInstalled());
+    EXPECT_TRUE(FirstVersion("product-code-braces", goodSample).IsInstalled());
 }
 
 void ShowDisplayNameLength()
@@ -132,50 +132,51 @@ void ShowDisplayNameLength()
     const std::wstring name = L"Harbor Ledger " + std::wstring(113, L'4');
     entries.Add(UninstallEntries::Unique(L"long"), name);
     entries.Add(UninstallEntries::Unique(L"short"), name.substr(0, 126));
-    EXPECT_EQ(name, FirstVersion("display-name-length", bad).prodName);
-    EXPECT_EQ(L"", FirstVersion("display-name-length", bad).keyPath);
-    EXPECT_NE(L"", FirstVersion("display-name-length", good).keyPath);
+    EXPECT_EQ(name, FirstVersion("display-name-length", badSample).prodName);
+    EXPECT_EQ(L"", FirstVersion("display-name-length", badSample).keyPath);
+    EXPECT_NE(L"", FirstVersion("display-name-length", goodSample).keyPath);
 }
 
 void ShowBothCatalogues()
 {
-    CProducts both = Loaded("product-in-both-catalogues", bad, 1);
-    EXPECT_TRUE(both.Load(CataloguePath("product-in-both-catalogues", bad, 2).c_str(), 2, nullptr));
+    CProducts both = Loaded("product-in-both-catalogues", badSample, 1);
+    EXPECT_TRUE(both.Load(CataloguePath("product-in-both-catalogues", badSample, 2).c_str(), 2, nullptr));
     EXPECT_EQ(both.products.at(0).name, both.products.at(1).name);
 }
 
 constexpr Behaviour catalogueBehaviour[] = {
     {"comment-in-product",
      [] {
-         EXPECT_FALSE(Loads("comment-in-product", bad));
-         EXPECT_TRUE(Loads("comment-in-product", good));
+         EXPECT_FALSE(Loads("comment-in-product", badSample));
+         EXPECT_TRUE(Loads("comment-in-product", goodSample));
      }},
     {"keyvalue-missing",
      [] {
-         EXPECT_FALSE(Loads("keyvalue-missing", bad));
-         EXPECT_TRUE(Loads("keyvalue-missing", good));
+         EXPECT_FALSE(Loads("keyvalue-missing", badSample));
+         EXPECT_TRUE(Loads("keyvalue-missing", goodSample));
      }},
     {"version-without-mark",
      [] {
          UninstallEntries entries;
          entries.Add(L"HarborLedger4");
-         EXPECT_FALSE(FirstVersion("version-without-mark", bad).IsInstalled());
-         EXPECT_FALSE(FirstVersion("version-without-mark", bad).IsInstalled2());
-         EXPECT_EQ(0U, InstalledProducts(Loaded("version-without-mark", bad), 1));
-         EXPECT_EQ(1U, InstalledProducts(Loaded("version-without-mark", good), 1));
+         EXPECT_FALSE(FirstVersion("version-without-mark", badSample).IsInstalled());
+         EXPECT_FALSE(FirstVersion("version-without-mark", badSample).IsInstalled2());
+         EXPECT_EQ(0U, InstalledProducts(Loaded("version-without-mark", badSample), 1));
+         EXPECT_EQ(1U, InstalledProducts(Loaded("version-without-mark", goodSample), 1));
      }},
     {"mark-ignored",
      [] {
          const InstalledLedger ledger;
-         EXPECT_EQ(0U, InstalledProducts(Loaded("mark-ignored", bad), 1));
-         EXPECT_EQ(1U, InstalledProducts(Loaded("mark-ignored", good), 1));
+         EXPECT_EQ(0U, InstalledProducts(Loaded("mark-ignored", badSample), 1));
+         EXPECT_EQ(1U, InstalledProducts(Loaded("mark-ignored", goodSample), 1));
      }},
     {"update-location-twice",
      [] {
          const InstalledLedger ledger;
-         EXPECT_TRUE(EndsIn(FirstVersion("update-location-twice", bad).keyPath, L"\\UpdateLocation\\UpdateLocation"));
-         EXPECT_FALSE(FirstVersion("update-location-twice", bad).IsInstalled());
-         EXPECT_TRUE(FirstVersion("update-location-twice", good).IsInstalled());
+         EXPECT_TRUE(
+             EndsIn(FirstVersion("update-location-twice", badSample).keyPath, L"\\UpdateLocation\\UpdateLocation"));
+         EXPECT_FALSE(FirstVersion("update-location-twice", badSample).IsInstalled());
+         EXPECT_TRUE(FirstVersion("update-location-twice", goodSample).IsInstalled());
      }},
     {"product-code-braces", &ShowProductCodeBraces},
     {"display-name-length", &ShowDisplayNameLength},
@@ -183,20 +184,20 @@ constexpr Behaviour catalogueBehaviour[] = {
      [] {
          UninstallEntries entries;
          entries.Add(L"HarborLedger4", KEY_WOW64_32KEY);
-         CProductVersion version = FirstVersion("mark-in-other-view", bad);
+         CProductVersion version = FirstVersion("mark-in-other-view", badSample);
          EXPECT_FALSE(version.IsInstalled());
          EXPECT_TRUE(version.IsInstalled2());
-         EXPECT_EQ(0U, InstalledProducts(Loaded("mark-in-other-view", bad), 1));
+         EXPECT_EQ(0U, InstalledProducts(Loaded("mark-in-other-view", badSample), 1));
      }},
     {"product-without-version",
      [] {
          const InstalledLedger ledger;
-         EXPECT_EQ(0U, InstalledProducts(Loaded("product-without-version", bad), 1));
-         EXPECT_EQ(1U, InstalledProducts(Loaded("product-without-version", good), 1));
+         EXPECT_EQ(0U, InstalledProducts(Loaded("product-without-version", badSample), 1));
+         EXPECT_EQ(1U, InstalledProducts(Loaded("product-without-version", goodSample), 1));
      }},
     {"duplicate-product",
      [] {
-         CProducts products = Loaded("duplicate-product", bad);
+         CProducts products = Loaded("duplicate-product", badSample);
          CProduct info;
          EXPECT_EQ(2U, products.products.size());
          EXPECT_TRUE(products.GetProductInfo(L"Harbor Ledger", info));
@@ -205,14 +206,14 @@ constexpr Behaviour catalogueBehaviour[] = {
     {"shared-mark",
      [] {
          const InstalledLedger ledger;
-         EXPECT_EQ(2U, InstalledProducts(Loaded("shared-mark", bad), 1));
-         EXPECT_EQ(1U, InstalledProducts(Loaded("shared-mark", good), 1));
+         EXPECT_EQ(2U, InstalledProducts(Loaded("shared-mark", badSample), 1));
+         EXPECT_EQ(1U, InstalledProducts(Loaded("shared-mark", goodSample), 1));
      }},
     {"exec-all-value", &ShowExecAllValue},
     {"exec-all-repeated",
      [] {
-         EXPECT_TRUE(Loaded("exec-all-repeated", bad).exec_all);
-         EXPECT_FALSE(Loaded("exec-all-repeated", good).exec_all);
+         EXPECT_TRUE(Loaded("exec-all-repeated", badSample).exec_all);
+         EXPECT_FALSE(Loaded("exec-all-repeated", goodSample).exec_all);
      }},
     {"exec-all-without-effect", &ShowExecAllWithoutEffect},
     {"product-in-both-catalogues", &ShowBothCatalogues},

@@ -9,7 +9,7 @@
 namespace prodsweep::test {
 namespace {
 
-std::wstring NewHome()
+std::wstring NewKey()
 {
     static std::atomic<int> next{0};
     return L"Software\\prodsweep-tests\\" + std::to_wstring(GetCurrentProcessId()) + L"-" +
@@ -34,7 +34,7 @@ UniqueRegKey Open(HKEY hive, const std::wstring& subkey, REGSAM view)
 } // namespace
 
 RegistrySandbox::RegistrySandbox(HKEY root, REGSAM registryView)
-    : hive(root), view(registryView), home(NewHome()), subkey(home + L"\\box")
+    : hive(root), view(registryView), home(NewKey()), subkey(home + L"\\box")
 {
     Plant();
 }

@@ -23,7 +23,7 @@ void WriteFileText(const std::wstring& path, const std::string& content)
     CloseHandle(file);
 }
 
-std::wstring NewHome()
+std::wstring NewFolder()
 {
     static std::atomic<int> next{0};
     wchar_t temp[MAX_PATH] = {};
@@ -34,7 +34,7 @@ std::wstring NewHome()
 
 } // namespace
 
-TempTree::TempTree() : home(NewHome()), root(home + L"\\tree")
+TempTree::TempTree() : home(NewFolder()), root(home + L"\\tree")
 {
     // Process ids come again. What a program left that was ended in the midst of its tests goes now.
     RemoveTree(home);
