@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
 """lint.py BUILD [FILE...]: clang-format in check mode, then clang-tidy, on this project's own sources.
 
-BUILD holds compile_commands.json. With FILEs (or parts of their names) only these are looked at. What was
-found clean is not looked at again until it, a header that it reads, or what is asked for has changed.
+BUILD holds compile_commands.json, with each source by itself; nothing needs to be built. With FILEs (or parts of
+their names) only these are looked at. What was found clean is not looked at again until it, a header that it reads,
+or what is asked for has changed.
 """
 import concurrent.futures
 import hashlib
@@ -18,10 +19,11 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 # The public header is C and is looked at as such; the C++ checks would ask it to stop being C.
 PUBLIC_HEADER = ROOT / "include/prodsweep/prodsweep.h"
 # The floors see each other's headers through links in the build folder.
-OWN_HEADERS = f"^({ROOT}/(src|host|log|samples|tests|bench|fuzz)|{ROOT}/build/[^/]+/floors)/"
+OWN_HEADERS = f"^({ROOT}/(src|host|log|samples|tests|bench)|{ROOT}/build/[^/]+/floors)/"
 # The static analyser spends minutes on the expansions of GoogleTest's macros in a test file, four fifths of all the
 # time. Tests are looked at by all the other checks.
 WITHOUT_ANALYSER = re.compile(r"(^|/)(tests/|\w+_test\.cpp$)")
+INCLUDED = re.compile(r'^\s*#\s*include\s*["<]([^">]+)', re.MULTILINE)
 COMPILER = {".cpp": "x86_64-w64-mingw32-g++-posix", ".c": "x86_64-w64-mingw32-gcc-posix"}
 
 
@@ -82,19 +84,24 @@ def write_database(build, sources):
     if PUBLIC_HEADER in sources:
         entries[PUBLIC_HEADER] = {"directory": str(ROOT), "file": str(PUBLIC_HEADER),
                                   "arguments": header_command(includes)}
-    folder = build / "lint"
+    folder = build / "tidy"
     folder.mkdir(exist_ok=True)
     (folder / "compile_commands.json").write_text(json.dumps(list(entries.values()), indent=1))
     return folder, entries
 
 
-def headers_by_source(build):
-    """Which headers of our own a source read when it was compiled, as the build has noted it."""
-    told = subprocess.run(["ninja", "-C", build, "-t", "deps"], check=True, capture_output=True, text=True).stdout
-    headers = {}
-    for block in told.split("\n\n"):
-        source, *others = [(build / line.strip()).resolve() for line in block.split("\n")[1:]] or [None]
-        headers.setdefault(source, set()).update(path for path in others if path.is_relative_to(ROOT))
+def own_headers(source, arguments):
+    """Which headers of our own a source reads, and they read in turn."""
+    folders = [pathlib.Path(word[2:]) for word in arguments if word.startswith("-I")]
+    headers, unread = set(), [source]
+    while unread:
+        file = unread.pop()
+        for name in INCLUDED.findall(file.read_text(encoding="utf-8")):
+            for folder in [file.parent, *folders]:
+                header = (folder / name).resolve()
+                if header.is_file() and header not in headers:
+                    headers.add(header)
+                    unread.append(header)
     return headers
 
 
@@ -127,15 +134,12 @@ def check_format(sources):
 
 def check_tidy(build, sources):
     folder, entries = write_database(build, set(sources))
-    headers = headers_by_source(build)
-    # Of what was never compiled nothing is known.
-    any_header = {path for path in own_sources() if path.suffix not in COMPILER}
     rules = {ROOT / ".clang-tidy", pathlib.Path(__file__).resolve()}
     # One finding in a header is met by every source that includes it, and is told once.
     told = set()
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
         jobs = [pool.submit(tidy, folder, path, entries[path]["arguments"],
-                            {path} | rules | headers.get(path, any_header)) for path in sorted(entries)]
+                            {path} | rules | own_headers(path, entries[path]["arguments"])) for path in sorted(entries)]
         for job in jobs:
             for finding in re.split(r"^(?=\S+:\d+:\d+: (?:error|warning): )", job.result(), flags=re.MULTILINE):
                 if finding.strip() and finding not in told:
