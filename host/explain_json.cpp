@@ -9,8 +9,6 @@ namespace prodsweep {
 
 namespace {
 
-Json TextOrNull(const std::string& text) { return text.empty() ? Json() : Json(text); }
-
 const char* RuleName(Explanation::Rule rule)
 {
     using Rule = Explanation::Rule;

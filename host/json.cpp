@@ -13,6 +13,8 @@ constexpr int formatNumber = 1;
 
 Json NewReport() { return {{"format", formatNumber}}; }
 
+Json TextOrNull(const std::string& text) { return text.empty() ? Json() : Json(text); }
+
 std::string ReportText(const Json& report) { return report.dump(2) + '\n'; }
 
 std::string FailureAsJson(int code, const std::string& message)

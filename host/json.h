@@ -13,6 +13,9 @@ using Json = nlohmann::ordered_json;
 // An object with the number of the format, to which a command adds its members.
 Json NewReport();
 
+// Most texts are empty, and say nothing then.
+Json TextOrNull(const std::string& text);
+
 // The text that goes to standard output.
 std::string ReportText(const Json& report);
 

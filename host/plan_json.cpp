@@ -8,8 +8,6 @@ namespace prodsweep {
 
 namespace {
 
-Json TextOrNull(const std::string& text) { return text.empty() ? Json() : Json(text); }
-
 Json ContentsAsJson(const PlannedContents& contents)
 {
     return {{"folders", contents.folders}, {"files", contents.files},         {"bytes", contents.bytes},
