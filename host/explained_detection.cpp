@@ -7,13 +7,12 @@
 #include "interpreter/descriptor.h"
 #include "interpreter/entry_composer.h"
 #include "interpreter/op_codes.h"
+#include "module_path.h"
 #include "text.h"
 
 namespace prodsweep {
 
 namespace {
-
-bool Exists(const std::wstring& path) { return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
 
 // What stands in the version, before anything of it is evaluated.
 std::vector<ExplainedSection> ReadSections(IXMLDOMNode* winNt)
@@ -58,7 +57,7 @@ void CExplainedDetection::HearDescriptor(Descriptor::Fault fault)
     else if (fault == Descriptor::Fault::NoRoot)
         record.state = State::NoRoot;
     else
-        record.state = Exists(file) ? State::NotWellFormed : State::Missing;
+        record.state = PathExists(file) ? State::NotWellFormed : State::Missing;
 }
 
 void CExplainedDetection::HearVersions(const WideStringList& names)

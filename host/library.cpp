@@ -29,8 +29,6 @@ struct BstrFree
     void operator()(OLECHAR* text) const noexcept { SysFreeString(text); }
 };
 
-bool Exists(const std::wstring& path) { return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
-
 std::string Quoted(const std::wstring& path) { return '"' + ToUtf8(path) + '"'; }
 
 std::wstring LibraryFile(const std::string& path)
@@ -40,7 +38,7 @@ std::wstring LibraryFile(const std::string& path)
 
 HMODULE LoadFrom(const std::wstring& file)
 {
-    if (!Exists(file))
+    if (!PathExists(file))
         throw CFailure(exitNoLibrary, "the library " + Quoted(file) + " is missing.");
     const HMODULE module =
         LoadLibraryExW(file.c_str(), nullptr, LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32);
@@ -62,8 +60,8 @@ std::string FaultOf(const Catalogue& catalogue, decltype(&::GetProducts) getProd
     }
     const std::wstring file = folder + catalogue.fileName;
     return "the catalogue " + Quoted(file) +
-           (Exists(file) ? " cannot be read: it is not well-formed, or something in it is not as it must be"
-                         : " is missing");
+           (PathExists(file) ? " cannot be read: it is not well-formed, or something in it is not as it must be"
+                             : " is missing");
 }
 
 } // namespace

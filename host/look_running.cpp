@@ -90,12 +90,6 @@ void JudgeProcess(const PlannedItem& item, const std::wstring& name, const LookC
         context.Warn(item.name, std::string("This process is critical: ") + critical->reason + ".");
 }
 
-bool IsFile(const std::wstring& path)
-{
-    const DWORD attributes = GetFileAttributesW(path.c_str());
-    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
-}
-
 // What a program or a DLL is looked for by; a name without extension gets this one.
 bool IsFound(const std::wstring& path, const wchar_t* extension)
 {

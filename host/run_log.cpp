@@ -33,7 +33,7 @@ std::string ErrorText(DWORD error) { return " (Windows error " + std::to_string(
 
 HMODULE LoadLogger(const std::wstring& path)
 {
-    if (GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES)
+    if (!PathExists(path))
         throw CFailure(exitNoLibrary, "--log needs the logger " + Quoted(path) + ", which is missing.");
     const HMODULE module = LoadLibraryExW(path.c_str(), nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
     const DWORD error = GetLastError();

@@ -4,10 +4,9 @@
 #include <set>
 #include <string_view>
 
-#include <windows.h>
-
 #include "check/known_names.h"
 #include "common/path_join.h"
+#include "module_path.h"
 
 namespace prodsweep {
 
@@ -33,12 +32,6 @@ std::vector<Naming> Namings(const CatalogueFolder& folder, std::wstring_view att
         }
     }
     return namings;
-}
-
-bool IsFile(const std::wstring& path)
-{
-    const DWORD attributes = GetFileAttributesW(path.c_str());
-    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
 }
 
 void CheckDescriptorFiles(const CatalogueFolder& folder, CFindings& findings)

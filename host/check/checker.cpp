@@ -1,16 +1,15 @@
 #include "check/checker.h"
 
-#include <memory>
-#include <optional>
 #include <set>
-#include <type_traits>
 #include <utility>
 
 #include <windows.h>
 
 #include "check/known_names.h"
+#include "common/unique_handle.h"
 #include "exit_codes.h"
 #include "failure.h"
+#include "module_path.h"
 #include "text.h"
 
 namespace prodsweep {
@@ -20,12 +19,6 @@ namespace {
 // A catalogue of all software that was ever written would be smaller.
 constexpr long long largestFile = 16LL << 20;
 
-struct FileCloser
-{
-    void operator()(HANDLE file) const noexcept { CloseHandle(file); }
-};
-using UniqueFile = std::unique_ptr<std::remove_pointer_t<HANDLE>, FileCloser>;
-
 [[noreturn]] void FailToRead(const std::string& path, DWORD error)
 {
     throw CFailure(exitNotChecked, '"' + path + "\" cannot be read (Windows error " + std::to_string(error) + ").");
@@ -33,11 +26,11 @@ using UniqueFile = std::unique_ptr<std::remove_pointer_t<HANDLE>, FileCloser>;
 
 std::string ReadWholeFile(const std::string& path)
 {
-    HANDLE opened = CreateFileW(ToWide(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (opened == INVALID_HANDLE_VALUE)
+    const UniqueHandle file =
+        OwnHandle(CreateFileW(ToWide(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                              OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (file == nullptr)
         FailToRead(path, GetLastError());
-    const UniqueFile file(opened);
     LARGE_INTEGER size{};
     if (!GetFileSizeEx(file.get(), &size))
         FailToRead(path, GetLastError());
@@ -49,12 +42,6 @@ std::string ReadWholeFile(const std::string& path)
         FailToRead(path, GetLastError());
     bytes.resize(length);
     return bytes;
-}
-
-bool IsFile(const std::string& path)
-{
-    const DWORD attributes = GetFileAttributesW(ToWide(path).c_str());
-    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
 }
 
 std::string Join(const std::string& folder, const std::string& name)
@@ -105,13 +92,12 @@ std::vector<NamedDescriptor> DescriptorsOf(const CatalogueFolder& folder)
 
 void CChecker::Check(const std::string& path)
 {
-    const DWORD attributes = GetFileAttributesW(ToWide(path).c_str());
-    if (attributes == INVALID_FILE_ATTRIBUTES)
+    if (!PathExists(ToWide(path)))
         throw CFailure(exitNotChecked, "there is no file or folder \"" + path + "\".");
-    if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
-        CheckFolderOfCatalogues(path);
-    else
+    if (IsFile(ToWide(path)))
         CheckFile(path, Owner::Unknown);
+    else
+        CheckFolderOfCatalogues(path);
 }
 
 const SourceFile* CChecker::CheckFile(const std::string& shown, Owner owner)
@@ -159,7 +145,7 @@ void CChecker::CheckFolderOfCatalogues(const std::string& path)
     for (const char* name : {"products.xml", "detection.xml"})
     {
         const std::string catalogue = Join(path, name);
-        if (!IsFile(catalogue))
+        if (!IsFile(ToWide(catalogue)))
             continue;
         found = true;
         if (const SourceFile* file = CheckFile(catalogue, Owner::Unknown))
@@ -177,7 +163,7 @@ void CChecker::CheckDescriptors(const CatalogueFolder& folder, const std::string
     for (const NamedDescriptor& named : DescriptorsOf(folder))
     {
         const std::string shown = Join(shownFolder, ToUtf8(named.path.substr(folder.path.size() + 1)));
-        const SourceFile* file = IsFile(shown) ? CheckFile(shown, named.catalogue->owner) : nullptr;
+        const SourceFile* file = IsFile(ToWide(shown)) ? CheckFile(shown, named.catalogue->owner) : nullptr;
         if (file == nullptr || file->isCatalogue)
             continue;
         models.push_back(ModelOf(*file));
