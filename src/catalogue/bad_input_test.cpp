@@ -15,7 +15,7 @@ namespace {
 
 using test::CallbackRecorder;
 using test::CatalogueEvent;
-using Calls = std::vector<CallbackRecorder::Call>;
+using test::RecordedCalls;
 
 // All that the format has.
 constexpr const char* sample = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\r\n"
@@ -62,7 +62,7 @@ TEST_F(BadInputTest, SampleIsGoodAndEveryPrefixOfItIsUnreadable)
     for (std::size_t length = 0; length < whole.size(); ++length)
     {
         ASSERT_FALSE(Load(whole.substr(0, length))) << length;
-        ASSERT_EQ(Calls{CatalogueEvent(1)}, callback.Calls()) << length;
+        ASSERT_EQ(RecordedCalls{CatalogueEvent(1)}, callback.Calls()) << length;
         ASSERT_TRUE(products.products.empty()) << length;
     }
 }

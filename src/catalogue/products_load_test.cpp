@@ -18,7 +18,7 @@ using test::CallbackRecorder;
 using test::CatalogueEvent;
 using test::DomFault;
 using test::DomMethod;
-using Calls = std::vector<CallbackRecorder::Call>;
+using test::RecordedCalls;
 
 constexpr const char* loadProducts = "CProducts::Load";
 
@@ -54,7 +54,7 @@ TEST_F(ProductsLoadTest, ProductsAreListedInDocumentOrder)
                      "<product name='C' file='c.xml'/></uninstall_information>"));
 
     EXPECT_EQ(L"B;A;C;", Names());
-    EXPECT_EQ(Calls{CatalogueEvent(0)}, callback.Calls());
+    EXPECT_EQ(RecordedCalls{CatalogueEvent(0)}, callback.Calls());
     EXPECT_TRUE(log.Has(LogTrace, loadProducts, L"->file : \"" + path + L"\""));
     EXPECT_TRUE(log.Has(LogTrace, loadProducts, L"<-success \"" + path + L"\""));
     EXPECT_TRUE(log.HasNoneAt(LogError));
@@ -82,7 +82,7 @@ TEST_F(ProductsLoadTest, EmptyCatalogueIsASuccessWithoutProducts)
 
     EXPECT_TRUE(products.products.empty());
     EXPECT_TRUE(products.exec_all);
-    EXPECT_EQ(Calls{CatalogueEvent(0)}, callback.Calls());
+    EXPECT_EQ(RecordedCalls{CatalogueEvent(0)}, callback.Calls());
 }
 
 TEST_F(ProductsLoadTest, DuplicateNamesAreBothListed)
@@ -121,7 +121,7 @@ TEST_F(ProductsLoadTest, SecondLoadAddsToTheFirst)
 
     EXPECT_EQ(L"A;B;", Names());
     EXPECT_FALSE(products.exec_all) << "a file without exec_all leaves the value as it was";
-    EXPECT_EQ((Calls{CatalogueEvent(0), CatalogueEvent(0)}), callback.Calls());
+    EXPECT_EQ((RecordedCalls{CatalogueEvent(0), CatalogueEvent(0)}), callback.Calls());
 }
 
 TEST_F(ProductsLoadTest, CallbackMayBeNull)
@@ -147,7 +147,7 @@ TEST_P(ExecAllTest, OnlyTheExactTextFalseMakesItFalse)
 {
     EXPECT_TRUE(Load("<uninstall_information>" + std::string(GetParam().elements) + "</uninstall_information>"));
     EXPECT_EQ(GetParam().expected, products.exec_all);
-    EXPECT_EQ(Calls{CatalogueEvent(0)}, callback.Calls());
+    EXPECT_EQ(RecordedCalls{CatalogueEvent(0)}, callback.Calls());
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -195,7 +195,7 @@ TEST_F(ProductsLoadTest, UnreadableExecAllIsTracedAndTheLoadGoesOn)
         EXPECT_EQ(L"A;", Names());
         EXPECT_TRUE(own.Has(LogTrace, loadProducts, L"failed GetNodeValue for \"exec_all\""));
     }
-    EXPECT_EQ((Calls{CatalogueEvent(0), CatalogueEvent(0)}), callback.Calls());
+    EXPECT_EQ((RecordedCalls{CatalogueEvent(0), CatalogueEvent(0)}), callback.Calls());
 }
 
 // The MSXML object could not be made.
@@ -231,7 +231,7 @@ TEST_P(UnreadableTest, IsLoggedAndTheCallbackHearsCode1)
 {
     EXPECT_FALSE(Load(GetParam().content));
 
-    EXPECT_EQ(Calls{CatalogueEvent(1)}, callback.Calls());
+    EXPECT_EQ(RecordedCalls{CatalogueEvent(1)}, callback.Calls());
     EXPECT_TRUE(log.Has(LogError, loadProducts, L"load \"" + path + L"\" failed 0x1"));
     EXPECT_TRUE(products.products.empty());
 }
@@ -254,20 +254,20 @@ TEST_F(ProductsLoadTest, MissingFileIsLoggedAndTheCallbackHearsCode1)
 
     EXPECT_FALSE(products.Load(missing.c_str(), ProductKindOwn, &CallbackRecorder::Record));
 
-    EXPECT_EQ(Calls{CatalogueEvent(1)}, callback.Calls());
+    EXPECT_EQ(RecordedCalls{CatalogueEvent(1)}, callback.Calls());
     EXPECT_TRUE(log.Has(LogError, loadProducts, L"load \"" + missing + L"\" failed 0x1"));
 }
 
 TEST_F(ProductsLoadTest, FolderInPlaceOfTheFileCountsAsUnreadable)
 {
     EXPECT_FALSE(products.Load(tree.Root().c_str(), ProductKindOwn, &CallbackRecorder::Record));
-    EXPECT_EQ(Calls{CatalogueEvent(1)}, callback.Calls());
+    EXPECT_EQ(RecordedCalls{CatalogueEvent(1)}, callback.Calls());
 }
 
 TEST_F(ProductsLoadTest, EmptyPathCountsAsUnreadable)
 {
     EXPECT_FALSE(products.Load(L"", ProductKindOwn, &CallbackRecorder::Record));
-    EXPECT_EQ(Calls{CatalogueEvent(1)}, callback.Calls());
+    EXPECT_EQ(RecordedCalls{CatalogueEvent(1)}, callback.Calls());
 }
 
 // The file is XML, and at fault.
@@ -276,7 +276,7 @@ TEST_F(ProductsLoadTest, WrongRootGivesTwoLinesCode2AndFalse)
 {
     EXPECT_FALSE(Load("<products><product name='A' file='a.xml'/></products>"));
 
-    EXPECT_EQ(Calls{CatalogueEvent(2)}, callback.Calls());
+    EXPECT_EQ(RecordedCalls{CatalogueEvent(2)}, callback.Calls());
     EXPECT_TRUE(log.Has(LogError, loadProducts, L"failed load \"uninstall_information\" node 0x1"));
     EXPECT_TRUE(log.Has(LogError, loadProducts, L"failed \"" + path + L"\""));
     // What it would go on with is not there, so no further line follows.
@@ -286,7 +286,7 @@ TEST_F(ProductsLoadTest, WrongRootGivesTwoLinesCode2AndFalse)
 TEST_F(ProductsLoadTest, RootOfOtherCaseIsAWrongRoot)
 {
     EXPECT_FALSE(Load("<Uninstall_Information/>"));
-    EXPECT_EQ(Calls{CatalogueEvent(2)}, callback.Calls());
+    EXPECT_EQ(RecordedCalls{CatalogueEvent(2)}, callback.Calls());
 }
 
 TEST_F(ProductsLoadTest, BadProductFailsTheFileAndKeepsWhatStandsBeforeIt)
@@ -295,7 +295,7 @@ TEST_F(ProductsLoadTest, BadProductFailsTheFileAndKeepsWhatStandsBeforeIt)
                       "<product name='C' file='c.xml'/></uninstall_information>"));
 
     EXPECT_EQ(L"A;", Names());
-    EXPECT_EQ(Calls{CatalogueEvent(2)}, callback.Calls());
+    EXPECT_EQ(RecordedCalls{CatalogueEvent(2)}, callback.Calls());
     EXPECT_TRUE(log.Has(LogError, loadProducts, L"failed load product"));
     EXPECT_TRUE(log.Has(LogError, loadProducts, L"<-failed \"" + path + L"\""));
     EXPECT_EQ(0, log.Count(LogTrace, "CProduct::Load", L"Load product \"C\"")) << "what stands behind is not read";
@@ -315,7 +315,7 @@ TEST_P(BadProductTest, FailsTheWholeFile)
     EXPECT_FALSE(Load("<uninstall_information>" + std::string(GetParam().element) + "</uninstall_information>"));
 
     EXPECT_TRUE(products.products.empty());
-    EXPECT_EQ(Calls{CatalogueEvent(2)}, callback.Calls());
+    EXPECT_EQ(RecordedCalls{CatalogueEvent(2)}, callback.Calls());
     EXPECT_TRUE(log.Has(LogError, loadProducts, L"failed load product"));
     EXPECT_TRUE(log.Has(LogError, loadProducts, L"<-failed \"" + path + L"\""));
 }
@@ -354,7 +354,7 @@ TEST_P(DomFaultTest, IsLoggedAndTheCallbackHearsCode2)
                       "</uninstall_information>"));
 
     EXPECT_TRUE(fault.Happened());
-    EXPECT_EQ(Calls{CatalogueEvent(2)}, callback.Calls());
+    EXPECT_EQ(RecordedCalls{CatalogueEvent(2)}, callback.Calls());
     ASSERT_TRUE(log.Has(LogError, loadProducts, row.text));
     const std::vector<test::LogRecord> records = log.Records();
     EXPECT_EQ(row.text, records[records.size() - 2].text);

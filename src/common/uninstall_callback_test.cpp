@@ -11,7 +11,7 @@ namespace prodsweep {
 namespace {
 
 using test::CallbackRecorder;
-using Calls = std::vector<CallbackRecorder::Call>;
+using test::RecordedCalls;
 
 TEST(NotifyCallbackTest, CallbackHearsEventCodeAndValue)
 {
@@ -20,7 +20,7 @@ TEST(NotifyCallbackTest, CallbackHearsEventCodeAndValue)
     NotifyCallback(&CallbackRecorder::Record, PRODSWEEP_EVENT_PRODUCT, 0, L"name");
     NotifyCallback(&CallbackRecorder::Record, PRODSWEEP_EVENT_FILES, 2);
 
-    EXPECT_EQ((Calls{{13, 0, true, L"name"}, {2, 2, false, L""}}), recorder.Calls());
+    EXPECT_EQ((RecordedCalls{{13, 0, true, L"name"}, {2, 2, false, L""}}), recorder.Calls());
 }
 
 TEST(NotifyCallbackTest, NullCallbackHearsNothing) { NotifyCallback(nullptr, PRODSWEEP_EVENT_START, 0); }

@@ -36,7 +36,7 @@ class WalkFaultRows : public WalkFaultTest, public testing::WithParamInterface<W
 {};
 
 // Two versions of two sections with two entries each, so that there is something left to go on with.
-std::string Descriptor()
+std::string TwoVersions()
 {
     const std::string versions =
         "<v><win_nt><s op_code='del_file'><e name='a'/><e name='b'/></s><s op_code='del_folder'><e name='c'/></s>"
@@ -49,7 +49,7 @@ constexpr const char* everything = "del_file a, del_file b, del_folder c, del_fi
 TEST_P(WalkFaultRows, IsLoggedAndEndsWhatItMustEnd)
 {
     const WalkFault& row = GetParam();
-    const test::DescriptorFile descriptor(Descriptor());
+    const test::DescriptorFile descriptor(TwoVersions());
     test::RecordingPass pass(descriptor.Path());
     const test::DomFault fault(row.method, row.answer, row.call);
 
@@ -65,7 +65,7 @@ TEST_P(WalkFaultRows, IsLoggedAndEndsWhatItMustEnd)
 
 TEST_F(WalkFaultTest, WithoutAFaultEverythingIsWalked)
 {
-    const test::DescriptorFile descriptor(Descriptor());
+    const test::DescriptorFile descriptor(TwoVersions());
     test::RecordingPass pass(descriptor.Path());
     EXPECT_TRUE(pass.Process());
     EXPECT_EQ(everything, Joined(pass.Operations()));
@@ -134,7 +134,7 @@ class VersionFaultTest : public WalkFaultRows
 
 TEST_P(VersionFaultTest, FailsItsVersionAlone)
 {
-    const test::DescriptorFile descriptor(Descriptor());
+    const test::DescriptorFile descriptor(TwoVersions());
     test::RecordingPass pass(descriptor.Path());
     const test::DomFault fault(GetParam().method, GetParam().answer, GetParam().call);
     EXPECT_TRUE(pass.Process());
@@ -179,7 +179,7 @@ protected:
     SectionFaultTest() { EXPECT_TRUE(pass.Process()); }
 
     const test::CallbackRecorder events;
-    const test::DescriptorFile descriptor{Descriptor()};
+    const test::DescriptorFile descriptor{TwoVersions()};
     test::RecordingPass pass{descriptor.Path(), &test::CallbackRecorder::Record};
     const test::DomFault fault{GetParam().method, GetParam().answer, GetParam().call};
 };
@@ -213,7 +213,7 @@ TEST_F(WalkFaultTest, EntryWhoseNameCannotBeReadIsWalkedWithoutOne)
 TEST_F(WalkFaultTest, RefusedNodeInterfaceIsToldAsEventOne)
 {
     const test::CallbackRecorder events;
-    const test::DescriptorFile descriptor(Descriptor());
+    const test::DescriptorFile descriptor(TwoVersions());
     test::RecordingPass pass(descriptor.Path(), &test::CallbackRecorder::Record);
     const test::DomFault fault(DomMethod::DocumentQueryNode, E_FAIL);
 

@@ -112,7 +112,7 @@ TEST(SharedKeyTest, EmptyKeyBelowAnotherIsKnownByTheLongNameOfItsHive)
 
 // Whether a shortcut outlives the removal of the folder around it, while a product stays that finds it by this name of
 // the folder.
-bool ShortcutStays(const std::string& name)
+bool ShortcutInFolderStays(const std::string& name)
 {
     const ComScope com;
     const HarborFolder folder(L"common_files");
@@ -129,8 +129,8 @@ bool ShortcutStays(const std::string& name)
 
 TEST(SharedFolderTest, ShortcutIsKnownByTheSpellingOfItsFolder)
 {
-    EXPECT_TRUE(ShortcutStays("Harbor\\Shared"));
-    EXPECT_FALSE(ShortcutStays("Harbor\\shared"));
+    EXPECT_TRUE(ShortcutInFolderStays("Harbor\\Shared"));
+    EXPECT_FALSE(ShortcutInFolderStays("Harbor\\shared"));
 }
 
 constexpr Behaviour familyBehaviour[] = {

@@ -54,7 +54,7 @@ private:
 };
 
 // What stays of a shortcut to the program in the folder that the samples name.
-bool ShortcutStays(const std::wstring& file)
+bool ShortcutToProgramStays(const std::wstring& file)
 {
     const std::wstring folder = FolderOf(L"local_app_data") + L"\\Harbor Ledger";
     CreateDirectoryW(folder.c_str(), nullptr);
@@ -304,8 +304,8 @@ std::vector<Behaviour> RemovedBehaviour()
          }},
         {"shortcut-target-path",
          [] {
-             EXPECT_TRUE(ShortcutStays(L"bad.xml"));
-             EXPECT_FALSE(ShortcutStays(L"good.xml"));
+             EXPECT_TRUE(ShortcutToProgramStays(L"bad.xml"));
+             EXPECT_FALSE(ShortcutToProgramStays(L"good.xml"));
          }},
         {"x32view-no-effect", &ShowX32ViewWithoutEffect},
         {"data-str-terminator", &ShowDataStrTerminator},

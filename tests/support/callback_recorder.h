@@ -37,6 +37,8 @@ public:
     }
 };
 
+using RecordedCalls = std::vector<CallbackRecorder::Call>;
+
 // Event 0, a catalogue was read, with its code.
 [[nodiscard]] inline CallbackRecorder::Call CatalogueEvent(int code) { return {0, code, false, {}}; }
 
