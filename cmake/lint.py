@@ -15,6 +15,8 @@ import shlex
 import subprocess
 import sys
 
+import joined_names
+
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 # The public header is C and is looked at as such; the C++ checks would ask it to stop being C.
 PUBLIC_HEADER = ROOT / "include/prodsweep/prodsweep.h"
@@ -23,6 +25,8 @@ OWN_HEADERS = f"^({ROOT}/(src|host|log|samples|tests|bench)|{ROOT}/build/[^/]+/f
 # The static analyser spends minutes on the expansions of GoogleTest's macros in a test file, four fifths of all the
 # time. Tests are looked at by all the other checks.
 WITHOUT_ANALYSER = re.compile(r"(^|/)(tests/|\w+_test\.cpp$)")
+TARGET = re.compile(r" -o \S*?([^/ ]+)\.dir/")
+JOINED = re.compile(r"_tests$|^prodsweep_test_support$")
 INCLUDED = re.compile(r'^\s*#\s*include\s*["<]([^">]+)', re.MULTILINE)
 COMPILER = {".cpp": "x86_64-w64-mingw32-g++-posix", ".c": "x86_64-w64-mingw32-gcc-posix"}
 
@@ -149,6 +153,19 @@ def check_tidy(build, sources):
     return not told
 
 
+def check_names(build, sources):
+    """Of the test programs, whose sources are compiled several at a time."""
+    programs = {}
+    for entry in json.loads((build / "compile_commands.json").read_text()):
+        path = pathlib.Path(entry["file"])
+        target = TARGET.search(entry["command"])
+        if path in sources and target and JOINED.search(target[1]):
+            programs.setdefault(target[1], set()).add(path)
+    findings = joined_names.told_twice(programs)
+    print(*findings, f"names: {len(programs)} test programs, {len(findings) or 'no'} findings", sep="\n")
+    return not findings
+
+
 def main():
     build = pathlib.Path(sys.argv[1]).resolve()
     wanted = sys.argv[2:]
@@ -156,7 +173,8 @@ def main():
                if not wanted or any(part in str(path.relative_to(ROOT)) for part in wanted)]
     formatted = check_format(sources)
     print(f"clang-format: {len(sources)} files, {'clean' if formatted else 'with findings'}", flush=True)
-    sys.exit(0 if check_tidy(build, sources) and formatted else 1)
+    named = check_names(build, set(sources))
+    sys.exit(0 if check_tidy(build, sources) and formatted and named else 1)
 
 
 main()
