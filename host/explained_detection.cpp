@@ -7,7 +7,7 @@
 #include "interpreter/descriptor.h"
 #include "interpreter/entry_composer.h"
 #include "interpreter/op_codes.h"
-#include "module_path.h"
+#include "on_disk.h"
 #include "text.h"
 
 namespace prodsweep {

@@ -6,6 +6,7 @@
 #include "exit_codes.h"
 #include "failure.h"
 #include "module_path.h"
+#include "on_disk.h"
 #include "product_array.h"
 #include "text.h"
 

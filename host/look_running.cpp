@@ -13,6 +13,7 @@
 #include "interpreter/entry_composer.h"
 #include "interpreter/os_condition.h"
 #include "module_path.h"
+#include "on_disk.h"
 #include "running_programs.h"
 #include "text.h"
 

@@ -7,15 +7,9 @@
 
 namespace prodsweep {
 
-namespace {
-
-// Windows' own limit for a path, with its terminating zero. The call does not tell how much it needs.
-constexpr DWORD longestPath = 32768;
-
-} // namespace
-
 std::wstring ModulePath(HMODULE module)
 {
+    // The call does not tell how much it needs.
     std::wstring path(longestPath, L'\0');
     const DWORD length = GetModuleFileNameW(module, path.data(), longestPath);
     const DWORD error = GetLastError();
@@ -35,14 +29,6 @@ std::wstring FullPath(const std::wstring& path)
     if (full.empty())
         throw CFailure(exitBadArguments, '"' + ToUtf8(path) + "\" is not a path.");
     return full;
-}
-
-bool PathExists(const std::wstring& path) { return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
-
-bool IsFile(const std::wstring& path)
-{
-    const DWORD attributes = GetFileAttributesW(path.c_str());
-    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
 }
 
 } // namespace prodsweep

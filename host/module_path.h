@@ -1,4 +1,4 @@
-// Paths of modules and files, of any length, and what lies there.
+// Paths of modules and files, of any length.
 #pragma once
 
 #include <string>
@@ -15,10 +15,5 @@ std::wstring FolderOf(const std::wstring& path);
 
 // Throws CFailure for a path that names nothing.
 std::wstring FullPath(const std::wstring& path);
-
-// A file or a folder.
-bool PathExists(const std::wstring& path);
-// A file, and no folder.
-bool IsFile(const std::wstring& path);
 
 } // namespace prodsweep

@@ -4,6 +4,7 @@
 
 #include <windows.h>
 
+#include "support/import_patch.h"
 #include "support/temp_tree.h"
 
 namespace prodsweep {
@@ -104,6 +105,25 @@ TEST_F(LongNameTest, FileThatIsYetToBeWrittenLiesInAFolderWithALongName)
     ASSERT_NE(folder, Short(folder));
 
     EXPECT_EQ(WithLongNames(folder) + L"\\new~1.txt", WithLongNames(Short(folder) + L"\\new~1.txt"));
+}
+
+const std::wstring veryLongName = L"C:\\Programs\\" + std::wstring(300, L'x');
+
+DWORD WINAPI TellVeryLongName(LPCWSTR, LPWSTR buffer, DWORD size)
+{
+    const auto length = static_cast<DWORD>(veryLongName.size());
+    if (size <= length)
+        return length + 1;
+    veryLongName.copy(buffer, veryLongName.size());
+    buffer[length] = L'\0';
+    return length;
+}
+
+TEST_F(LongNameTest, LongNameMayBeMuchLonger)
+{
+    const test::ImportPatch patch(nullptr, "GetLongPathNameW", TellVeryLongName);
+
+    EXPECT_EQ(veryLongName, WithLongNames(L"C:\\PROGRA~1\\XXXXXX~1"));
 }
 
 TEST_F(LongNameTest, WhatIsNotThereStaysAsItIs)

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/import_patch.h"
 #include "text.h"
 
 namespace prodsweep {
@@ -35,6 +36,27 @@ const PathCase pathCases[] = {
     {L"Q:\\none", L"Q:\\none"},
 };
 INSTANTIATE_TEST_SUITE_P(Spellings, RealPathTest, testing::ValuesIn(pathCases));
+
+// As a link far up leads, and at the length that a short buffer just does not hold.
+const std::wstring deepTarget = LR"(\\?\C:\)" + std::wstring(120, L'a') + L'\\' + std::wstring(125, L'b') + L"\\Target";
+
+DWORD WINAPI TellDeepTarget(HANDLE, LPWSTR buffer, DWORD size, DWORD)
+{
+    const auto length = static_cast<DWORD>(deepTarget.size());
+    if (size <= length)
+        return length + 1;
+    deepTarget.copy(buffer, deepTarget.size());
+    buffer[length] = L'\0';
+    return length;
+}
+
+TEST(RealPathTest, LinkToADeepFolderIsFollowed)
+{
+    const test::ImportPatch patch(nullptr, "GetFinalPathNameByHandleW", TellDeepTarget);
+
+    ASSERT_EQ(std::size_t{MAX_PATH}, deepTarget.size());
+    EXPECT_EQ(deepTarget.substr(4), RealPath(L"C:\\windows"));
+}
 
 TEST(LeadsElsewhereTest, PathThatLeadsWhereItSaysIsLeftOut)
 {

@@ -8,6 +8,7 @@
 #include "exit_codes.h"
 #include "failure.h"
 #include "module_path.h"
+#include "on_disk.h"
 #include "prodsweep/log.h"
 #include "text.h"
 

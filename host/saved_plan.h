@@ -22,6 +22,7 @@ SavedPlan ReadSavedPlan(const std::string& path);
 // What differs first between the plan as it was saved and the plan of this moment, as a clause: "the folder is absent
 // and was present". Empty: nothing that matters. Whether a program runs, or has a file open, does not matter.
 std::string FindDrift(const Json& saved, const Json& now);
+// saved holds a plan.
 std::string FindDrift(const SavedPlan& saved, const Plan& now);
 
 } // namespace prodsweep

@@ -6,7 +6,7 @@
 
 #include "check/known_names.h"
 #include "common/path_join.h"
-#include "module_path.h"
+#include "on_disk.h"
 
 namespace prodsweep {
 

@@ -9,7 +9,7 @@
 #include "common/unique_handle.h"
 #include "exit_codes.h"
 #include "failure.h"
-#include "module_path.h"
+#include "on_disk.h"
 #include "text.h"
 
 namespace prodsweep {
@@ -92,12 +92,12 @@ std::vector<NamedDescriptor> DescriptorsOf(const CatalogueFolder& folder)
 
 void CChecker::Check(const std::string& path)
 {
-    if (!PathExists(ToWide(path)))
-        throw CFailure(exitNotChecked, "there is no file or folder \"" + path + "\".");
     if (IsFile(ToWide(path)))
         CheckFile(path, Owner::Unknown);
-    else
+    else if (PathExists(ToWide(path)))
         CheckFolderOfCatalogues(path);
+    else
+        throw CFailure(exitNotChecked, "there is no file or folder \"" + path + "\".");
 }
 
 const SourceFile* CChecker::CheckFile(const std::string& shown, Owner owner)
