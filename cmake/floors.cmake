@@ -16,11 +16,19 @@ function(prodsweep_floor name)
   endif()
   target_include_directories(${target} PUBLIC ${root})
   target_link_libraries(${target} PUBLIC ${FLOOR_LINKS} ${FLOOR_SYSTEM} PRIVATE prodsweep_options)
-  # Read once for all that ships, and for the tools of the tests. Each source still includes what it uses: the linter compiles without this.
   if(name STREQUAL common)
     target_precompile_headers(${target} PRIVATE
       <windows.h> <shlobj.h> <msxml2.h> <algorithm> <functional> <map> <memory> <optional> <set> <string> <vector>)
   else()
+    prodsweep_read_headers_once(${target})
+  endif()
+endfunction()
+
+# prodsweep_read_headers_once(TARGET): for the floors, the host, the logger and the tests' tools. Each source still
+# includes what it uses: the linter compiles without this. Visual C++ wants the very same definitions for it, and has
+# others for DLLs.
+function(prodsweep_read_headers_once target)
+  if(NOT MSVC)
     target_precompile_headers(${target} REUSE_FROM prodsweep_common)
   endif()
 endfunction()
