@@ -159,15 +159,17 @@ def check_names(build, sources):
     for entry in json.loads((build / "compile_commands.json").read_text()):
         path = pathlib.Path(entry["file"])
         target = TARGET.search(entry["command"])
-        if path in sources and target and JOINED.search(target[1]):
+        if path.suffix == ".cpp" and target and JOINED.search(target[1]):
             programs.setdefault(target[1], set()).add(path)
-    findings = joined_names.told_twice(programs)
+    findings = [finding for finding, users in joined_names.told_twice(programs) if users & sources]
     print(*findings, f"names: {len(programs)} test programs, {len(findings) or 'no'} findings", sep="\n")
     return not findings
 
 
 def main():
     build = pathlib.Path(sys.argv[1]).resolve()
+    if ".dir/Unity/" in (build / "compile_commands.json").read_text():
+        sys.exit(f"{build}: sources are joined there. Configure a folder with -DPRODSWEEP_JOIN_TESTS=OFF.")
     wanted = sys.argv[2:]
     sources = [path for path in own_sources()
                if not wanted or any(part in str(path.relative_to(ROOT)) for part in wanted)]
