@@ -71,8 +71,6 @@ bool TempTree::CanariesIntact() const
     return Exists(home + L"\\tree-canary\\file.txt") && Exists(home + L"\\tree.txt");
 }
 
-bool Exists(const std::wstring& path) { return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
-
 void RemoveTree(const std::wstring& path)
 {
     SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);

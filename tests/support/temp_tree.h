@@ -32,7 +32,10 @@ private:
     std::wstring root;
 };
 
-[[nodiscard]] bool Exists(const std::wstring& path);
+[[nodiscard]] inline bool Exists(const std::wstring& path)
+{
+    return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
+}
 
 // Removes a tree whatever its attributes; links are removed, not followed.
 void RemoveTree(const std::wstring& path);
