@@ -116,10 +116,16 @@ void CRunLog::TurnOn(const std::wstring& file, int levels)
     logger.reset(LoadLogger(FolderOf(ModulePath(nullptr)) + L"log.dll"));
     auto* const setPath = Bind<decltype(::LogSetPath)>(logger.get(), "LogSetPath");
     auto* const setLevel = Bind<decltype(::LogSetLevel)>(logger.get(), "LogSetLevel");
+    auto* const setMode = Bind<decltype(::LogSetMode)>(logger.get(), "LogSetMode");
+    auto* const setMaxSize = Bind<decltype(::LogSetMaxSize)>(logger.get(), "LogSetMaxSize");
     auto* const enable = Bind<decltype(::LogEnable)>(logger.get(), "LogEnable");
     CheckFile(file);
     setPath(file.c_str());
     setLevel(levels);
+    // What the settings say of emptying and putting aside is meant for their own file. This one was typed, and what is
+    // in it stays.
+    setMode(LOG_MODE_APPEND);
+    setMaxSize(0);
     enable(TRUE);
 }
 

@@ -53,6 +53,17 @@ class RunLog(unittest.TestCase):
         self.assertEqual(self.log()[0], "earlier")
         self.assertLess(1, len(self.log()))
 
+    def test_file_is_continued_whatever_the_settings_say(self):
+        earlier = "earlier\r\n" * 300
+        for setting in ["mode = overwrite", "max_size = 1\nkeep = 0", "max_size = 1\nkeep = 1"]:
+            with self.subTest(setting):
+                self.host.write("log.ini", f"enabled = yes\npath = of_settings.log\n{setting}\n")
+                self.host.write("a.log", earlier)
+                self.assertEqual(self.host.run("list", "--log", self.host.path("a.log")).code, 0)
+                text = (self.host.folder / "a.log").read_bytes().decode("utf-8")
+                self.assertEqual((text[:len(earlier)], text[len(earlier):] != ""), (earlier, True))
+                self.assertFalse((self.host.folder / "a.log.1").exists())
+
     def test_levels_are_chosen(self):
         (self.host.folder / "products.xml").write_text("<uninstall_information><product/></uninstall_information>")
         for wanted, seen in [("error", {"error"}), ("trace", {"trace"}), ("trace,error", {"trace", "error"}),
