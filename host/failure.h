@@ -19,4 +19,11 @@ private:
     int exitCode;
 };
 
+// Standard output itself failed: nothing more is written to it, no JSON either.
+class COutputFailure : public CFailure
+{
+public:
+    using CFailure::CFailure;
+};
+
 } // namespace prodsweep

@@ -25,7 +25,7 @@ Exit codes:
   2    the library is missing, or the log.dll for --log, or what is to be checked; check: errors
   13   a catalogue is missing or cannot be read, or a saved plan is none
   14   memory is short
-  29   the output, the log or a plan cannot be written
+  29   the output, the log or a plan cannot be written (a removal that failed or needs a restart keeps its own code)
   87   the command line is wrong
   127  the file given as library is another one
   740  an administrator's rights are needed
@@ -38,8 +38,6 @@ Any other code is that of the Windows error that is told on standard error, such
 64-bit.
 )";
 
-int WriteOrFail(const COutput& out, const std::string& text) { return out.Write(text) ? exitDone : exitNotWritten; }
-
 int Fail(const COutput& err, int code, const std::string& sentence)
 {
     // The sentence may quote what was typed, and must stay one line. Nothing is left to be told by, if standard error
@@ -48,13 +46,19 @@ int Fail(const COutput& err, int code, const std::string& sentence)
     return code;
 }
 
+int FailNotWritten(const COutput& err) { return Fail(err, exitNotWritten, "the output cannot be written."); }
+
 int RunCommand(ICommand& command, const CLogOptions& logOptions, const COutput& out, const COutput& err)
 {
     try
     {
         const CRunLog log(logOptions);
         const int code = command.Run(out);
-        return code == exitNotWritten ? Fail(err, code, "the output cannot be written.") : code;
+        return code == exitNotWritten ? FailNotWritten(err) : code;
+    }
+    catch (const COutputFailure& failure)
+    {
+        return Fail(err, failure.ExitCode(), failure.what());
     }
     catch (const CFailure& failure)
     {
@@ -78,7 +82,7 @@ int RunHost(std::vector<std::string> arguments, const COutput& out, const COutpu
     try
     {
         if (const auto asked = commandLine.Read(std::move(arguments)))
-            return WriteOrFail(out, *asked);
+            return out.Write(*asked) ? exitDone : FailNotWritten(err);
     }
     catch (const CFailure& failure)
     {

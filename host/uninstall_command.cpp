@@ -123,6 +123,21 @@ RemovalReport ReportOfNothing(const std::vector<Product>& products)
     return report;
 }
 
+// Nobody gets the report, and what was done is done: who runs removals must learn of a failure or a restart all the
+// same. anything: there was something to remove.
+[[noreturn]] void FailUnheard(const RemovalReport& report, bool anything)
+{
+    const int code = ExitCodeOf(report);
+    std::string sentence = "the output cannot be written; ";
+    if (!anything)
+        sentence += "nothing was installed, and nothing was done";
+    else
+        sentence += report.failed ? "the removal failed, or something remains" : "the removal is done";
+    if (report.restart)
+        sentence += report.failed ? "; a restart is needed, too" : ", and a restart is needed to finish";
+    throw COutputFailure(code == exitDone ? exitNotWritten : code, sentence + '.');
+}
+
 } // namespace
 
 CUninstallCommand::CUninstallCommand(CCommandLine& commandLine)
@@ -261,7 +276,9 @@ int CUninstallCommand::Run(const COutput& out)
     RemovalReport report = anything ? Remove(library, products, out) : ReportOfNothing(products);
     report.library = library.Path();
     const std::string text = json ? RemovalAsJson(report) : quiet ? std::string() : RemovalAsText(report);
-    return out.Write(text) ? ExitCodeOf(report) : exitNotWritten;
+    if (!out.Write(text))
+        FailUnheard(report, anything);
+    return ExitCodeOf(report);
 }
 
 } // namespace prodsweep

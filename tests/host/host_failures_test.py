@@ -130,9 +130,11 @@ class Output(Failure):
             ended = self.host.run("list", stdout=full)
         self.assertEqual((ended.code, ended.err_text()), (29, "prodsweep: the output cannot be written.\n"))
 
-    def test_help_to_a_full_disk_is_a_failure_too(self):
-        with open("/dev/full", "wb") as full:
-            self.assertEqual(self.host.run("--help", stdout=full).code, 29)
+    def test_help_and_version_to_a_full_disk_are_failures_too(self):
+        for arguments in [["--help"], ["--version"], ["list", "--help"]]:
+            with self.subTest(arguments), open("/dev/full", "wb") as full:
+                ended = self.host.run(*arguments, stdout=full)
+                self.assertEqual((ended.code, ended.err_text()), (29, "prodsweep: the output cannot be written.\n"))
 
     def test_reader_that_has_gone_is_a_failure(self):
         reader, writer = os.pipe()

@@ -1,5 +1,6 @@
 """prodsweep uninstall: what it removes, what it says of it, and how it ends."""
 import json
+import os
 import subprocess
 import time
 import unittest
@@ -301,6 +302,57 @@ class Uninstalling(unittest.TestCase):
         self.assertEqual(ended.code, seen(1618))
         self.assertEqual(ended.err_text(), "prodsweep: another removal by this program is running.\n")
         self.assertEqual(first.returncode, 0)
+
+    def uninstall_unheard(self, *arguments):
+        """What a removal ends with whose report nobody gets."""
+        with open("/dev/full", "wb") as full:
+            ended = self.host.run("uninstall", "--yes", *arguments, stdout=full)
+        return ended.code, ended.err_text()
+
+    def test_removal_whose_report_cannot_be_written_is_said_to_be_done(self):
+        for arguments in [[], ["--json"]]:
+            with self.subTest(arguments):
+                self.install("Anvil")
+                self.install("Bellows")
+                self.catalogue("Anvil", "Bellows")
+                self.assertEqual(self.uninstall_unheard("Anvil", *arguments), (
+                    29, "prodsweep: the output cannot be written; the removal is done.\n"))
+                self.assertEqual(self.installed(), ["Bellows"])
+
+    def test_removal_of_nothing_whose_report_cannot_be_written_says_so(self):
+        self.catalogue("Anvil")
+        self.assertEqual(self.uninstall_unheard("Anvil"), (
+            29, "prodsweep: the output cannot be written; nothing was installed, and nothing was done.\n"))
+
+    def test_failed_removal_whose_report_cannot_be_written_keeps_its_code(self):
+        self.install("Anvil", marks=False)
+        self.install("Bellows")
+        self.catalogue("Anvil", "Bellows")
+        for arguments in [[], ["--json"]]:
+            with self.subTest(arguments):
+                self.assertEqual(self.uninstall_unheard("Anvil", *arguments), (
+                    seen(1603), "prodsweep: the output cannot be written; the removal failed, or something remains.\n"))
+
+    def test_needed_restart_is_told_to_a_reader_that_has_gone(self):
+        # A program that runs can't be deleted.
+        program = self.host.add_file("app/held.exe", REPORTS / "tool.exe")
+        self.install("Anvil", section("del_folder", f"<e name='{self.host.path('app')}'/>"))
+        self.install("Bellows")
+        self.catalogue("Anvil", "Bellows")
+        held = subprocess.Popen([ROOT / "cmake" / "wine", windows_path(program), "linger"], stdin=subprocess.DEVNULL,
+                                stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, cwd=BUILD)
+        reader, writer = os.pipe()
+        os.close(reader)
+        try:
+            self.wait_for_start(program)
+            with os.fdopen(writer, "wb") as gone:
+                ended = self.host.run("uninstall", "--yes", "Anvil", stdout=gone)
+        finally:
+            run("taskkill", "/f", "/im", "held.exe")
+            held.wait()
+        self.assertEqual((ended.code, ended.err_text()), (
+            seen(3010), "prodsweep: the output cannot be written; the removal is done, and a restart is needed to "
+            "finish.\n"))
 
     def test_options_that_do_not_go_together(self):
         self.catalogue("Anvil")
