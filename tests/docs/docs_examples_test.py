@@ -12,9 +12,10 @@ import pages
 import shown
 from pages import DOCS, ROOT
 
-sys.path.insert(0, str(ROOT / "tests" / "host"))
+sys.path[:0] = [str(ROOT / "tests" / "host"), str(ROOT / "package")]
+import make  # noqa: E402
 import windows  # noqa: E402
-from windows import BUILD, Installation, REPORTS  # noqa: E402
+from windows import BUILD, Installation, product, REPORTS, UserKey  # noqa: E402
 
 import pyreport  # noqa: E402
 
@@ -77,33 +78,60 @@ class Samples(Installation):
 
 
 class Programs(unittest.TestCase):
-    """The whole programs of the pages, built by the very command lines that stand below them."""
+    """The whole programs of the pages, built in the unpacked package by the very command lines that stand below them."""
 
     @classmethod
     def setUpClass(cls):
         cls.host = Samples("docs-programs")
         cls.addClassCleanup(cls.host.close)
+        cls.package = cls.host.folder / "package"
+        for name, data in make.contents(BUILD).items():
+            (cls.package / name).parent.mkdir(parents=True, exist_ok=True)
+            (cls.package / name).write_bytes(data)
+        cls.programs = [program for page in pages.all_pages() for program in shown.programs(page)]
+        for fence, _, command in cls.programs:
+            cls.build(fence, command)
 
-    def build(self, fence, command):
-        (self.host.folder / fence.name).write_text(fence.text, encoding="utf-8")
+    @classmethod
+    def build(cls, fence, command):
+        (cls.package / fence.name).write_text(fence.text, encoding="utf-8")
         compiler, *arguments = shlex.split(command)
-        arguments = [re.sub(r"^include$", str(ROOT / "include"),
-                            re.sub(r"^build/mingw-release(?=/)", str(BUILD), argument)) for argument in arguments]
-        made = subprocess.run([*COMPILERS[compiler], *arguments], cwd=self.host.folder, capture_output=True,
-                              text=True, check=False)
-        self.assertEqual((made.returncode, made.stderr), (0, ""), f"{fence.name}: {made.stdout}")
+        made = subprocess.run([*COMPILERS[compiler], *arguments], cwd=cls.package, capture_output=True, text=True, check=False)
+        if made.returncode != 0 or made.stderr:
+            raise RuntimeError(f"{fence.name}: {made.stdout}{made.stderr}")
+        shutil.copy(cls.package / cls.program(fence), cls.host.folder)
+
+    @staticmethod
+    def program(fence):
+        return fence.name.rpartition(".")[0] + ".exe"
 
     def test_each_program_builds_without_a_warning_and_prints_what_the_page_shows(self):
-        programs = [program for page in pages.all_pages() for program in shown.programs(page)]
-        self.assertGreaterEqual(len(programs), 3)
+        self.assertGreaterEqual(len(self.programs), 3)
         commands = []
-        for fence, _, command in programs:
-            self.build(fence, command)
-            commands += [self.host.machine(NOTES, ARCHIVE), fence.name.rpartition(".")[0] + ".exe"]
+        for fence, _, _ in self.programs:
+            commands += [self.host.machine(NOTES, ARCHIVE), self.program(fence)]
         ended = self.host.batch(commands)[1::2]
-        for (fence, output, _), (code, out, _) in zip(programs, ended):
+        for (fence, output, _), (code, out, _) in zip(self.programs, ended):
             with self.subTest(fence.name):
                 self.assertEqual((code, out), (0, output))
+
+    def test_names_that_no_code_page_holds_are_listed(self):
+        key = UserKey("docs-programs")
+        self.addCleanup(key.close)
+        key.add_version("Studio")
+        place = Samples("docs-names")
+        self.addCleanup(shutil.rmtree, place.folder)
+        place.catalogues(own=[product("Студия 工作", key.version("1", "Studio", "<язык>日本</язык>"))])
+        shutil.copy(self.package / "installed.exe", place.folder)
+        (code, out, err), = place.batch(["installed.exe"])
+        self.assertEqual((code, out, err), (0, "Студия 工作 (own)\n  UpdateLocation\n    язык: 日本\n", ""))
+
+    def test_files_that_a_line_for_visual_c_names_are_in_the_package(self):
+        lines = [line for page in DOCS.rglob("*.md") for line in shown.typed(page) if line.startswith("cl ")]
+        self.assertTrue(lines)
+        for line in lines:
+            for name in re.findall(r"\S+\\\S+", line):
+                self.assertTrue((self.package / name.replace("\\", "/")).is_file(), line)
 
     def test_each_block_that_is_a_whole_program_is_one_of_them(self):
         for page in pages.all_pages():

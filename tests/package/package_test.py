@@ -11,7 +11,7 @@ import zipfile
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "host"))
 import windows  # noqa: E402
-from windows import BUILD, REPORTS, ROOT  # noqa: E402
+from windows import BUILD, REPORTS, ROOT, UserKey, product  # noqa: E402
 
 import pyreport  # noqa: E402
 
@@ -83,10 +83,13 @@ class PackageTest(unittest.TestCase):
             for target in re.findall(r"\]\(([^)#:]+)(?:#[^)]*)?\)", text):
                 self.assertTrue((page.parent / target).exists(), f"{page.name}: {target}")
 
-    def run_client(self, program):
+    def run_client(self, program, cwd=None):
         """A program beside the DLL and the sample catalogues."""
         shutil.copytree(self.folder / "samples" / "catalogue", program.parent, dirs_exist_ok=True)
-        ended = windows.run(windows.windows_path(program), cwd=program.parent)
+        return self.run_with_its_catalogues(program, cwd)
+
+    def run_with_its_catalogues(self, program, cwd=None):
+        ended = windows.run(windows.windows_path(program), cwd=cwd or program.parent)
         self.assertEqual((0, b""), (ended.code, ended.err))
         return ended.out_text().splitlines()
 
@@ -105,7 +108,20 @@ class PackageTest(unittest.TestCase):
                         ["cmake", "--build", build]):
             ended = subprocess.run(command, capture_output=True, text=True, check=False)
             self.assertEqual(0, ended.returncode, ended.stdout + ended.stderr)
-        self.assertEqual("0 installed", self.run_client(build / "installed_products.exe")[-1])
+        program = build / "installed_products.exe"
+        self.assertEqual("0 installed", self.run_client(program)[-1])
+        key = UserKey("package")
+        self.addCleanup(key.close)
+        key.add_version("Studio")
+        self.name_product(build, key.version("1", "Studio"))
+        self.assertEqual(["Студия 工作", "1 installed"], self.run_with_its_catalogues(program))
+
+    @staticmethod
+    def name_product(folder, version):
+        """A catalogue with one product, whose name no code page holds."""
+        (folder / "products.xml").write_text(
+            f"<uninstall_information>{product('Студия 工作', version)}</uninstall_information>", encoding="utf-8")
+        (folder / "detection.xml").write_text("<uninstall_information/>", encoding="utf-8")
 
     def found_by_cmake(self, *wanted):
         project = PLACE / "versions"
@@ -123,8 +139,9 @@ class PackageTest(unittest.TestCase):
         self.assertTrue(self.found_by_cmake(f"{first}.{second}"))
         self.assertFalse(self.found_by_cmake(f"{first}.{int(second) + 1}"))
 
-    def test_c_client_binds_the_library_at_run_time(self):
-        place = PLACE / "client in C"
+    def c_client(self, name):
+        """The client in C beside the DLL, in a folder of its own."""
+        place = PLACE / name
         place.mkdir()
         program = place / "client.exe"
         made = subprocess.run([CC, "-std=c11", "-Wall", "-Wextra", "-Wpedantic", "-Werror", f"-I{self.folder / 'include'}",
@@ -132,7 +149,32 @@ class PackageTest(unittest.TestCase):
                               capture_output=True, text=True, check=False)
         self.assertEqual((0, ""), (made.returncode, made.stderr))
         shutil.copy(self.folder / "bin" / "prodsweep.dll", place)
-        self.assertIn("Halvane Notes", self.run_client(program))
+        return program
+
+    def test_c_client_binds_the_library_at_run_time(self):
+        self.assertIn("Halvane Notes", self.run_client(self.c_client("client in C")))
+
+    def test_c_client_prints_names_that_no_code_page_holds(self):
+        program = self.c_client("client of names")
+        self.name_product(program.parent, "")
+        self.assertEqual(["Студия 工作"], self.run_with_its_catalogues(program))
+
+    def logging(self, folder):
+        """log.dll, turned on, in the folder. Gives the file that it writes."""
+        folder.mkdir(exist_ok=True)
+        shutil.copy(self.folder / "bin" / "log.dll", folder)
+        (folder / "log.ini").write_text("enabled = yes\npath = written.log\nlevels = all\n", encoding="utf-8")
+        return folder / "written.log"
+
+    def test_c_client_takes_log_dll_from_beside_itself_and_not_from_the_current_folder(self):
+        program = self.c_client("client that logs")
+        elsewhere = PLACE / "current folder"
+        planted = self.logging(elsewhere)
+        self.run_client(program, cwd=elsewhere)
+        self.assertFalse(planted.exists())
+        own = self.logging(program.parent)
+        self.run_client(program, cwd=elsewhere)
+        self.assertEqual((True, False), (own.exists(), planted.exists()))
 
     def typed(self, folder, lines):
         """Types the lines in a command prompt in the folder. Each ends as (exit code, output, errors)."""

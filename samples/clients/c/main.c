@@ -2,6 +2,8 @@
  * cl main.c oleaut32.lib   or   x86_64-w64-mingw32-gcc main.c -loleaut32   with the package's include folder. */
 #include <prodsweep/prodsweep.h>
 
+#include <fcntl.h>
+#include <io.h>
 #include <stdio.h>
 
 typedef bool (*Listing)(SAFEARRAY** products, int flags);
@@ -20,6 +22,10 @@ static HMODULE LoadProdsweep(void)
 
 int main(void)
 {
+    /* Takes the current folder and PATH out of the search: the DLL looks for log.dll by its bare name. */
+    SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_DEFAULT_DIRS);
+    /* Names may hold any character: as they are on a console, in UTF-8 elsewhere. Only wide output works now. */
+    _setmode(_fileno(stdout), _O_U8TEXT);
     HMODULE library = LoadProdsweep();
     Listing getProducts = library != NULL ? (Listing)(void (*)(void))GetProcAddress(library, "GetProducts") : NULL;
     SAFEARRAY* products = NULL;
@@ -29,7 +35,7 @@ int main(void)
         return 1;
     }
     for (ULONG i = 0; i < products->rgsabound[0].cElements; ++i)
-        printf("%ls\n", ((const ProductEntry*)products->pvData)[i].Name);
+        wprintf(L"%ls\n", ((const ProductEntry*)products->pvData)[i].Name);
     ProdsweepFreeProducts(products);
     FreeLibrary(library);
     return 0;
