@@ -54,7 +54,7 @@ ProductOutcome JudgeRemoval(const Product& before, const Product* after, const R
         if (result.restart)
         {
             outcome.outcome = Outcome::GoneAfterRestart;
-            outcome.reason = "what could not be deleted now is deleted at the next restart";
+            outcome.reason = "its removal asks for a restart of the machine";
         }
         else if (!result.success)
         {

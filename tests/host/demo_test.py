@@ -47,7 +47,7 @@ NOTES_PLANNED = """\
       in use by Halvane Archive
 """
 NOTES_REMOVED = """\
-Halvane Notes: gone after the restart (what could not be deleted now is deleted at the next restart)
+Halvane Notes: gone after the restart (its removal asks for a restart of the machine)
   processes           done
   folders             done
   files               done
