@@ -11,7 +11,12 @@ namespace prodsweep {
 
 namespace {
 
-constexpr const char* failsWithoutPlace = ", which counts as a failure of the stage";
+// A product that stays is asked for the place before the place is looked for, and keeps the stage from failing.
+std::string WithoutPlace(const char* what, const CachedShortcut& query, const LookContext& context)
+{
+    const bool fails = context.users.OfFile(query.shortcut).empty();
+    return std::string(what) + (fails ? ", which counts as a failure of the stage" : "");
+}
 
 // False: it is settled what becomes of the query.
 bool HasFolder(PlannedItem& item, const CachedShortcut& query, const LookContext& context)
@@ -22,7 +27,7 @@ bool HasFolder(PlannedItem& item, const CachedShortcut& query, const LookContext
         LookAtFile(item, query.shortcut, context);
         item.kind = ItemKind::Shortcuts;
         if (item.state == ItemState::Absent)
-            item.reason = std::string("its place is not there") + failsWithoutPlace;
+            item.reason = WithoutPlace("its place is not there", query, context);
     }
     else if (const std::wstring by = context.swept.TakesPath(query.shortcut); !by.empty())
     {
@@ -34,7 +39,7 @@ bool HasFolder(PlannedItem& item, const CachedShortcut& query, const LookContext
         return true;
     }
     if (item.state == ItemState::GoesWith)
-        item.reason = std::string("its place is gone by then") + failsWithoutPlace;
+        item.reason = WithoutPlace("its place is gone by then", query, context);
     return false;
 }
 

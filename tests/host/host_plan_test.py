@@ -382,6 +382,18 @@ class Truth(Planned):
         events = {event["stage"]: event["done"] for event in self.carry_out()["products"][0]["events"]}
         self.assertEqual(events["shortcuts"], False)
 
+    def test_missing_place_of_shortcuts_that_stays_in_use_is_no_failure(self):
+        places = [self.path("no menu"), self.path("nor this")]
+        self.install("Anvil", *(section("del_shortcut", entry(path=place, target_name="anvil.exe")) for place in places))
+        self.install("Bellows", section("del_shortcut", entry(path=places[1], target_name="bellows.exe")))
+        self.catalogue("Anvil", "Bellows")
+        reasons = {item["name"]: item["reason"] for item in self.items("shortcuts")}
+        self.assertEqual(reasons, {places[0]: "its place is not there, which counts as a failure of the stage",
+                                   places[1]: "its place is not there"})
+        self.install("Anvil", section("del_shortcut", entry(path=places[1], target_name="anvil.exe")))
+        events = {event["stage"]: event["done"] for event in self.carry_out()["products"][0]["events"]}
+        self.assertEqual(events["shortcuts"], True)
+
     def test_key_search_is_what_the_keys_are_that_it_finds(self):
         for name in ["used", "own"]:
             run("reg", "add", f"{self.key.path}\\{name}", "/v", "is", "/d", name, "/f")
