@@ -69,6 +69,7 @@ protected:
     PlannedItem LookAtValueOf(const std::wstring& key, const std::wstring& name) const
     {
         PlannedItem item;
+        item.name = ToUtf8(box.Path(key));
         LookAtValue(item, {box.Path(key), name, false, true}, context);
         return item;
     }
@@ -302,6 +303,25 @@ TEST_F(LookRegistryTest, ValuesThatAPatternMeansInALockedKeyStay)
     EXPECT_EQ(ItemState::Fails, item.state);
     ASSERT_EQ(1u, item.parts.size());
     EXPECT_EQ(ItemState::Fails, item.parts[0].state);
+}
+
+TEST_F(LookRegistryTest, ValueIsCountedWithTheFirstItemThatTakesIt)
+{
+    box.AddText(L"a", L"Other", L"x");
+    const std::string pattern = ToUtf8(box.Path(L"a")) + "\\Pa*";
+    EXPECT_EQ(1u, LookAtValueOf(L"a", L"Pa*").contents.values);
+
+    const PlannedItem same = LookAtValueOf(L"A", L"path");
+    EXPECT_EQ(ItemState::GoesWith, same.state);
+    EXPECT_EQ(pattern, same.by);
+    EXPECT_EQ(0u, same.contents.values);
+
+    const PlannedItem more = LookAtValueOf(L"a", L"*t*");
+    EXPECT_EQ(ItemState::Present, more.state);
+    EXPECT_EQ("", more.by);
+    EXPECT_EQ(1u, more.contents.values);
+
+    EXPECT_EQ(ItemState::Present, LookAtValueOf(L"a\\free", L"Path").state) << "a value of another key";
 }
 
 TEST_F(LookRegistryTest, ValueThatIsNotInALockedKeyIsAbsentAndWhereNobodyMayLookItFails)

@@ -1,3 +1,4 @@
+#include "common/path_join.h"
 #include "key_verdicts.h"
 #include "registry/reg_key_helper.h"
 #include "registry/value_pattern.h"
@@ -23,13 +24,27 @@ WideStringList NamesMeant(const CValuePattern& pattern, const std::wstring& text
     return names;
 }
 
-void LookAtNames(PlannedItem& item, const WideStringList& names, const std::wstring& key, bool x32view,
+// True: an item before this one takes the value.
+bool IsTaken(PlannedItem& item, const std::wstring& name, const KeyPlace& place, const LookContext& context)
+{
+    const std::wstring by = context.swept.TakesValue(place.full, name);
+    if (by.empty())
+        return false;
+    if (item.by.empty())
+        item.by = ToUtf8(by);
+    AddPart(item, {PlannedPart::Kind::Value, ToUtf8(name), ItemState::GoesWith, {}, {}});
+    return true;
+}
+
+void LookAtNames(PlannedItem& item, const WideStringList& names, const KeyPlace& place, bool x32view,
                  const LookContext& context)
 {
     for (const std::wstring& name : names)
     {
         item.mark += ToUtf8(name) + '\n';
-        const std::string user = context.users.OfValue(key, name, x32view);
+        if (IsTaken(item, name, place, context))
+            continue;
+        const std::string user = context.users.OfValue(place.full, name, x32view);
         (user.empty() ? item.contents.values : item.contents.inUse) += 1;
         if (item.user.empty())
             item.user = user;
@@ -41,6 +56,25 @@ void LookAtNames(PlannedItem& item, const WideStringList& names, const std::wstr
         item.state = item.contents.inUse != 0 ? ItemState::PartlyInUse : ItemState::Present;
     else if (item.contents.inUse != 0)
         item.state = ItemState::InUse;
+    else if (!item.by.empty())
+        item.state = ItemState::GoesWith;
+    if (item.state != ItemState::GoesWith)
+        item.by.clear();
+}
+
+// Those that the removal takes, for the items behind this one.
+void SweepNames(const PlannedItem& item, const WideStringList& names, const KeyPlace& place, const CachedRegItem& value,
+                const LookContext& context)
+{
+    if (item.contents.values == 0)
+        return;
+    std::wstring by = ToWide(item.name);
+    PathJoin(by, value.valueName);
+    for (const std::wstring& name : names)
+    {
+        if (context.users.OfValue(place.full, name, value.x32view).empty())
+            context.swept.AddValue(place.full, name, by);
+    }
 }
 
 // The removal deletes none of them; what is in use stays for that.
@@ -84,9 +118,11 @@ void LookAtValue(PlannedItem& item, const CachedRegItem& value, const LookContex
         context.Endanger(item.name, item.leadsTo, *forbidden);
     if (IsGone(item, place, context))
         return;
-    LookAtNames(item, NamesMeant(pattern, value.valueName, key.get()), place.full, value.x32view, context);
+    const WideStringList names = NamesMeant(pattern, value.valueName, key.get());
+    LookAtNames(item, names, place, value.x32view, context);
     if (item.contents.values != 0 && !MayBeDeleted(place))
         KeepForAccess(item);
+    SweepNames(item, names, place, value, context);
     // A plain name says by itself what it means.
     if (pattern.IsPlain())
         item.parts.clear();

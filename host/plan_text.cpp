@@ -2,7 +2,9 @@
 
 #include <cstdint>
 #include <map>
+#include <set>
 #include <string_view>
+#include <vector>
 
 #include "product.h"
 #include "removal.h"
@@ -107,32 +109,48 @@ std::string ProductText(const PlannedProduct& product)
     return text + '\n';
 }
 
-// What would be done without anything being deleted by it.
-std::string ActionsText(const Plan& plan)
+// The names of what each stage would deal with, in lower case, as often as they stand there. Functions of DLLs are
+// apart from the tools of their stage.
+using NamesByStage = std::map<std::string, std::vector<std::wstring>>;
+constexpr const char* functionsOfDlls = "functions";
+
+NamesByStage PresentNames(const Plan& plan)
 {
-    std::map<std::string, std::uint64_t> stages;
-    std::uint64_t functions = 0;
+    NamesByStage stages;
     for (const PlannedProduct& product : plan.products)
     {
         for (const PlannedStage& stage : product.stages)
         {
             for (const PlannedItem& item : stage.items)
             {
-                const std::uint64_t count = item.state == ItemState::Present ? 1 : 0;
-                (item.kind == ItemKind::DllFunction ? functions : stages[stage.name]) += count;
+                if (item.state == ItemState::Present)
+                    stages[item.kind == ItemKind::DllFunction ? functionsOfDlls : stage.name].push_back(
+                        ToLower(ToWide(item.name)));
             }
         }
     }
+    return stages;
+}
+
+// What would be done without anything being deleted by it.
+std::string ActionsText(const Plan& plan)
+{
+    NamesByStage stages = PresentNames(plan);
     std::string text;
-    const auto add = [&](std::uint64_t number, const char* one, const char* many, const char* verb) {
+    const auto add = [&](std::size_t number, const char* one, const char* many, const char* verb) {
         if (number != 0)
             text += (text.empty() ? "" : ", ") + Count(number, one, many) + " would be " + verb;
     };
-    add(stages[StageName(PRODSWEEP_EVENT_STOP_DRIVER)], "service", "services", "stopped");
-    add(stages[StageName(PRODSWEEP_EVENT_DISABLE_DRIVER)], "service", "services", "disabled");
-    add(functions, "function", "functions", "called");
-    add(stages[StageName(PRODSWEEP_EVENT_TOOLS)], "tool", "tools", "run");
-    add(stages[StageName(PRODSWEEP_EVENT_PROCESSES)], "program", "programs", "ended");
+    // Several products may name one service or program, which is one thing; a tool is run for each.
+    const auto different = [&](int event) {
+        const std::vector<std::wstring>& names = stages[StageName(event)];
+        return std::set<std::wstring>(names.begin(), names.end()).size();
+    };
+    add(different(PRODSWEEP_EVENT_STOP_DRIVER), "service", "services", "stopped");
+    add(different(PRODSWEEP_EVENT_DISABLE_DRIVER), "service", "services", "disabled");
+    add(stages[functionsOfDlls].size(), "function", "functions", "called");
+    add(stages[StageName(PRODSWEEP_EVENT_TOOLS)].size(), "tool", "tools", "run");
+    add(different(PRODSWEEP_EVENT_PROCESSES), "program", "programs", "ended");
     return text;
 }
 

@@ -44,6 +44,12 @@ std::wstring CSweptPlaces::Find(const Places& places, const std::wstring& place,
     return {};
 }
 
+// No part of a key's name is empty, so none looks like this.
+std::wstring CSweptPlaces::NameOfValue(const std::wstring& key, const std::wstring& name)
+{
+    return Trimmed(key) + L"\\\\" + ToLower(name);
+}
+
 void CSweptPlaces::AddPath(const std::wstring& path, const Rest& rest)
 {
     Add(paths, path);
@@ -59,6 +65,12 @@ void CSweptPlaces::AddPath(const std::wstring& path, const Rest& rest)
 std::wstring CSweptPlaces::TakesPath(const std::wstring& path) const
 {
     return keptAround.contains(Trimmed(path)) ? std::wstring() : Find(paths, path, keptWhole);
+}
+
+std::wstring CSweptPlaces::TakesValue(const std::wstring& key, const std::wstring& name) const
+{
+    const auto found = values.find(NameOfValue(key, name));
+    return found == values.end() ? std::wstring() : found->second;
 }
 
 } // namespace prodsweep
