@@ -53,12 +53,15 @@ void CheckPresence(const EntryPlace& place, const CFileReport& report)
         if (required && EqualIgnoringCase(place.section.opCodeText, row.opCode) && !place.entry.Find(row.name))
             missing(Quoted(row.name));
     }
-    const auto isFilled = [&](const wchar_t* name) {
-        return FindFilledAttribute(place.entry.attributes, name) != nullptr;
-    };
-    if (place.section.Is(L"del_folder") && !isFilled(L"path") && !place.entry.Find(L"name"))
-        missing(R"("path" or "name")");
-    if (place.section.Is(L"exec_tool") && !IsMethod(place) && !isFilled(L"tool_name"))
+    if (place.section.Is(L"del_folder") && !place.entry.Find(L"name"))
+    {
+        const std::wstring* path = place.entry.Find(L"path");
+        if (path == nullptr)
+            missing(R"("path" or "name")");
+        else if (path->empty())
+            report.Add("missing-attribute", place.entry.At(L"path"), R"("path" is empty, and there is no "name".)");
+    }
+    if (place.section.Is(L"exec_tool") && !IsMethod(place) && !place.entry.Find(L"tool_name"))
         missing(R"("tool_name" or "module")");
 }
 
@@ -75,6 +78,7 @@ constexpr NameAttribute filledNames[] = {
     {L"del_folder", L"name"},
     {L"del_shortcut", L"target_name"},
     {L"kill_process", L"target_name"},
+    {L"exec_tool", L"tool_name"},
     {L"exec_tool", L"module"},
     {L"exec_tool", L"method_name"},
     {L"disable_driver", L"name"},
@@ -90,7 +94,9 @@ void CheckEmptyNames(const EntryPlace& place, const CFileReport& report)
         const std::wstring* value = place.entry.Find(row.name);
         // The marker alone leaves no name, either.
         const bool isEmpty = value != nullptr && (value->empty() || *value == L"#####");
-        if (isEmpty && place.section.Is(row.opCode))
+        // Beside "module" nothing reads it.
+        const bool isRead = row.name != std::wstring_view(L"tool_name") || !IsMethod(place);
+        if (isEmpty && isRead && place.section.Is(row.opCode))
             report.Add("empty-name", place.entry.At(row.name), Quoted(row.name) + " is empty.");
     }
 }

@@ -66,7 +66,7 @@ void CheckMarks(const XmlNode& version, const CFileReport& report)
     for (const XmlAttribute* mark : {id, prodName})
     {
         if (mark != nullptr && mark->value.empty())
-            report.Add("empty-name", mark->at, Quoted(mark->name) + " is empty.");
+            report.Add("empty-mark", mark->at, Quoted(mark->name) + " is empty.");
     }
     if (id != nullptr)
     {

@@ -53,6 +53,10 @@ constexpr Rule rules[] = {
      "Move the comment in front of the product."},
     {"version-without-mark", Warning, "a version that says nothing by which it could be recognised",
      "It is kept and never found.", "Add id, prodName, or keypath with keyvalue."},
+    {"empty-mark", Error, "an id or a prodName is empty",
+     "An empty id means the list of installed programs itself: the version counts as installed on every machine. An "
+     "empty prodName means any program that shows an empty name.",
+     "Write what the version is recognised by, or take the attribute out."},
     {"mark-ignored", Warning, "a mark that is not read beside the one before it",
      "id wins over prodName and keypath; keyvalue belongs to keypath. This version is not recognised by it.",
      "Make it a version of its own, or take it out."},

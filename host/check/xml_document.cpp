@@ -92,7 +92,7 @@ public:
         if (thrown != nullptr)
             std::rethrow_exception(thrown);
         if (status != XML_STATUS_OK)
-            throw CXmlFault(Here(), XML_ErrorString(XML_GetErrorCode(parser.get())));
+            throw CXmlFault(Here(), Fault());
         return std::move(document);
     }
 
@@ -170,6 +170,17 @@ private:
     {
         const XML_Index offset = XML_GetCurrentByteIndex(parser.get());
         return text.At(offset < 0 ? 0 : static_cast<std::size_t>(offset));
+    }
+
+    // Of a byte that is no UTF-8 the parser only says "invalid token"; mostly the file is in another encoding.
+    std::string Fault() const
+    {
+        const XML_Error error = XML_GetErrorCode(parser.get());
+        const auto offset = static_cast<std::size_t>(XML_GetCurrentByteIndex(parser.get()));
+        const bool stopsAtCharacter = error == XML_ERROR_INVALID_TOKEN || error == XML_ERROR_PARTIAL_CHAR;
+        return stopsAtCharacter && !text.IsUtf8At(offset)
+                   ? "what stands here is no UTF-8; save the file in UTF-8, or declare the encoding that it is in"
+                   : XML_ErrorString(error);
     }
 
     // The parser tells of it when it comes to what stands in it.

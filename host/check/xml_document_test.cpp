@@ -469,19 +469,58 @@ INSTANTIATE_TEST_SUITE_P(
                     PlaceRow{"QuotesAndMarksInValues", "<a><b c=\"> ' d='\" d='2'/></a>", {1, 4}, {1, 19}}),
     [](const testing::TestParamInfo<PlaceRow>& row) { return row.param.name; });
 
-TEST(XmlFaultTest, FaultIsToldWithItsPlace)
+struct FaultRow
+{
+    const char* name;
+    std::string bytes;
+    Position place;
+    const char* what;
+};
+
+class XmlFaultTest : public testing::TestWithParam<FaultRow>
+{};
+
+TEST_P(XmlFaultTest, FaultIsToldWithItsPlace)
 {
     try
     {
-        ParseXml("<a>\n  <b></c>\n</a>");
+        ParseXml(GetParam().bytes);
         FAIL() << "not refused";
     }
     catch (const CXmlFault& fault)
     {
-        EXPECT_EQ((Position{2, 8}), fault.Where());
-        EXPECT_STREQ("mismatched tag", fault.what());
+        EXPECT_EQ(GetParam().place, fault.Where());
+        EXPECT_STREQ(GetParam().what, fault.what());
     }
 }
+
+constexpr const char* noUtf8 =
+    "what stands here is no UTF-8; save the file in UTF-8, or declare the encoding that it is in";
+
+INSTANTIATE_TEST_SUITE_P(
+    Faults, XmlFaultTest,
+    testing::Values(
+        FaultRow{"Tag", "<a>\n  <b></c>\n</a>", {2, 8}, "mismatched tag"},
+        FaultRow{"Latin1ThatSaysUtf8", Declared("utf-8", "\n<a b='M\xFCller'/>"), {2, 8}, noUtf8},
+        FaultRow{"Latin1InText", "<a>\xC4ste</a>", {1, 4}, noUtf8},
+        FaultRow{"Latin1InAComment", "<!-- \xE4 --><a/>", {1, 6}, noUtf8},
+        FaultRow{"Latin1AtTheEnd", "<a/>\n\xE4", {2, 1}, noUtf8},
+        FaultRow{"CharacterOfUtf8ThatXmlLacks", "<a b='\xEF\xBF\xBF'/>", {1, 7}, "not well-formed (invalid token)"},
+        FaultRow{"TokenBehindUtf8", "<a b='\xC3\xA4'<", {1, 9}, "not well-formed (invalid token)"},
+        FaultRow{"Utf8ThatSaysUtf16", Declared("UTF-16"), {1, 1}, "it says that it is utf-16, and is not"},
+        FaultRow{"MarkOfUtf8AndSaysUtf16",
+                 utf8Mark + Declared("utf-16le"),
+                 {1, 1},
+                 "it says that it is utf-16le, and is not"},
+        FaultRow{"Utf16ThatSaysLatin1",
+                 littleMark + Utf16(Declared("iso-8859-1")),
+                 {1, 1},
+                 "it is UTF-16 and says that it is iso-8859-1"},
+        FaultRow{"UnknownEncoding",
+                 Declared("nonsense"),
+                 {1, 1},
+                 "its encoding \"nonsense\" is not one that every system reads"}),
+    [](const testing::TestParamInfo<FaultRow>& row) { return row.param.name; });
 
 } // namespace
 } // namespace prodsweep

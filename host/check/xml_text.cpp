@@ -114,6 +114,9 @@ std::string FromCodePage(std::string_view bytes, const std::string& encoding)
     const UINT codePage = CodePageOf(encoding);
     if (codePage == CP_UTF8 || bytes.empty())
         return std::string(bytes);
+    // All that is UTF-16 was told by its first bytes.
+    if (encoding.starts_with("utf-16"))
+        throw CXmlFault({}, "it says that it is " + encoding + ", and is not");
     if (!IsValidCodePage(codePage))
         throw CXmlFault({}, "its encoding \"" + encoding + "\" is not one that every system reads");
     // Windows takes the upper bit off instead of complaining.
@@ -142,6 +145,17 @@ std::string Decoded(std::string_view bytes)
 }
 
 bool BeginsCharacter(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U; }
+
+// By its first byte; 0 for one that begins none.
+std::size_t LengthOfCharacter(char byte)
+{
+    const auto first = static_cast<unsigned char>(byte);
+    if (first < 0x80)
+        return 1;
+    if (first < 0xC2 || first > 0xF4)
+        return 0;
+    return first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
+}
 
 constexpr std::size_t chunkSize = 1024;
 
@@ -177,6 +191,16 @@ Position CXmlText::At(std::size_t offset) const
     const auto next = std::upper_bound(lineStarts.begin(), lineStarts.end(), offset);
     return {static_cast<std::size_t>(next - lineStarts.begin()),
             CharactersBefore(offset) - CharactersBefore(*std::prev(next)) + 1};
+}
+
+bool CXmlText::IsUtf8At(std::size_t offset) const
+{
+    if (offset >= utf8.size())
+        return false;
+    const std::size_t length = LengthOfCharacter(utf8[offset]);
+    return length != 0 && length <= utf8.size() - offset &&
+           MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, utf8.data() + offset, static_cast<int>(length), nullptr,
+                               0) != 0;
 }
 
 } // namespace prodsweep

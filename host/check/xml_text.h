@@ -44,6 +44,9 @@ public:
     // offset: into Utf8().
     Position At(std::size_t offset) const;
 
+    // Whether a whole character of UTF-8 begins at the offset.
+    bool IsUtf8At(std::size_t offset) const;
+
 private:
     std::size_t CharactersBefore(std::size_t offset) const;
 

@@ -118,6 +118,12 @@ void ShowSharedUnprotected()
               ListsOfRemoval(products, 2));
 }
 
+void ShowEmptyMark()
+{
+    EXPECT_TRUE(FirstVersion("empty-mark", badSample).IsInstalled());
+    EXPECT_FALSE(FirstVersion("empty-mark", goodSample).IsInstalled());
+}
+
 void ShowProductCodeBraces()
 {
     UninstallEntries entries;
@@ -178,6 +184,7 @@ constexpr Behaviour catalogueBehaviour[] = {
          EXPECT_FALSE(FirstVersion("update-location-twice", badSample).IsInstalled());
          EXPECT_TRUE(FirstVersion("update-location-twice", goodSample).IsInstalled());
      }},
+    {"empty-mark", &ShowEmptyMark},
     {"product-code-braces", &ShowProductCodeBraces},
     {"display-name-length", &ShowDisplayNameLength},
     {"mark-in-other-view",

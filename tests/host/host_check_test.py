@@ -268,7 +268,19 @@ wrong.xml:1:122: error: "del_fiel" is no op_code. Is "del_file" meant? [unknown-
         self.host.write("marks/products.xml", '<uninstall_information><product name="a" file="a.xml">'
                         '<v name="1" id=""/><v name="2" prodName=""/></product></uninstall_information>')
         found = json.loads(self.check("marks\\products.xml", "--format", "json").out)["findings"]
-        self.assertEqual([finding["rule"] for finding in found], ["empty-name", "empty-name"])
+        self.assertEqual([finding["rule"] for finding in found], ["empty-mark", "empty-mark"])
+
+    def test_empty_attribute_is_not_called_missing(self):
+        for entry, message in [("op_code='exec_tool'><e path='app_path' tool_name=''/>", '"tool_name" is empty.'),
+                               ("op_code='exec_tool'><e path='app_path' wait='yes'/>", 'The entry has no attribute "tool_name" '
+                                'or "module", which "exec_tool" needs.'),
+                               ("op_code='del_folder'><e path=''/>", '"path" is empty, and there is no "name".'),
+                               ("op_code='del_folder'><e/>", 'The entry has no attribute "path" or "name", which "del_folder" '
+                                'needs.')]:
+            self.host.write("entry.xml", GOOD.replace("<f op", f"<g {entry}</g><f op"))
+            with self.subTest(entry):
+                found = json.loads(self.check("entry.xml", "--format", "json").out)["findings"]
+                self.assertIn(message, [finding["message"] for finding in found])
 
     def test_missing_path(self):
         self.assert_refused(self.check("none.xml"), 2, 'there is no file or folder "none.xml".')

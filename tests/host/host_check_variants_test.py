@@ -54,6 +54,10 @@ DESCRIPTORS = {
                                  'name="\\\\server\\share\\Harbor"'), []),
     "folder of an empty keyword": (beside("del_folder", 'path=""'), ["missing-attribute"]),
     "folder with the marker": (beside("del_folder", 'path="app_data" name="#####Harbor"'), ["marker-without-path"]),
+    "tool of an empty name": (beside("exec_tool", 'path="app_path" tool_name="" wait="yes"', attributes=NO_MINIMUM), ["empty-name"]),
+    "tool without a name": (beside("exec_tool", 'path="app_path" wait="yes"', attributes=NO_MINIMUM), ["missing-attribute"]),
+    "function beside an empty tool": (
+        beside("exec_tool", 'module="C:\\h.dll" method_name="f" tool_name=""', attributes=NO_MINIMUM), ["unused-attribute"]),
     "marker without a name": (beside("del_file", 'path="app_path" name="#####"'), ["empty-name"]),
     "whole path behind a keyword": (
         beside("del_file", 'path="app_data" name="C:\\Harbor\\a.exe"'),
