@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <charconv>
+#include <iterator>
+#include <span>
 
 #include <CLI/CLI.hpp>
 
@@ -26,6 +28,13 @@ std::uint64_t ReadNumber(const std::string& name, const std::string& text)
     if (error != std::errc() || stop != end)
         throw CFailure(exitBadArguments, name + " takes a whole number in digits, and not \"" + text + "\".");
     return number;
+}
+
+bool AsksForFormat(std::span<const std::string> words)
+{
+    static const std::string twoWords[] = {"--format", "json"};
+    return std::find(words.begin(), words.end(), "--format=json") != words.end() ||
+           std::search(words.begin(), words.end(), std::begin(twoWords), std::end(twoWords)) != words.end();
 }
 
 } // namespace
@@ -104,6 +113,7 @@ COptions CCommandLine::AddCommand(const char* name, const char* purpose, const c
 
 std::optional<std::string> CCommandLine::Read(std::vector<std::string> arguments)
 {
+    typed = arguments;
     try
     {
         // The parser takes its arguments from the back.
@@ -123,6 +133,21 @@ std::optional<std::string> CCommandLine::Read(std::vector<std::string> arguments
     {
         throw CFailure(exitBadArguments, ParseFault(*parser, error) + " (see prodsweep --help).");
     }
+}
+
+// The words themselves are asked, since the parser may have stopped in front of the one that matters.
+bool CCommandLine::AsksForJson() const
+{
+    const std::vector<CLI::App*> chosen = parser->get_subcommands();
+    if (chosen.empty())
+        return false;
+    const CLI::App& command = *chosen.front();
+    const auto first = std::find(typed.begin(), typed.end(), command.get_name());
+    // Behind it no word is an option.
+    const auto last = std::find(first, typed.end(), "--");
+    if (command.get_option_no_throw("--json") != nullptr)
+        return std::find(first, last, "--json") != last;
+    return command.get_option_no_throw("--format") != nullptr && AsksForFormat({first, last});
 }
 
 } // namespace prodsweep

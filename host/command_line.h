@@ -66,7 +66,11 @@ public:
     // for: the help or the version. Throws CFailure when something is wrong.
     std::optional<std::string> Read(std::vector<std::string> arguments);
 
+    // After Read has thrown: what was typed behind the command asks for JSON all the same, in a way that it knows.
+    bool AsksForJson() const;
+
 private:
+    std::vector<std::string> typed;
     std::unique_ptr<CLI::App> parser;
 };
 

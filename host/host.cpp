@@ -48,6 +48,14 @@ int Fail(const COutput& err, int code, const std::string& sentence)
 
 int FailNotWritten(const COutput& err) { return Fail(err, exitNotWritten, "the output cannot be written."); }
 
+// json: standard output gets the failure as well.
+int Fail(const COutput& out, const COutput& err, const CFailure& failure, bool json)
+{
+    if (json)
+        static_cast<void>(out.Write(FailureAsJson(failure.ExitCode(), failure.what())));
+    return Fail(err, failure.ExitCode(), failure.what());
+}
+
 int RunCommand(ICommand& command, const CLogOptions& logOptions, const COutput& out, const COutput& err)
 {
     try
@@ -62,9 +70,7 @@ int RunCommand(ICommand& command, const CLogOptions& logOptions, const COutput& 
     }
     catch (const CFailure& failure)
     {
-        if (command.WantsJson())
-            static_cast<void>(out.Write(FailureAsJson(failure.ExitCode(), failure.what())));
-        return Fail(err, failure.ExitCode(), failure.what());
+        return Fail(out, err, failure, command.WantsJson());
     }
     catch (const std::bad_alloc&)
     {
@@ -86,7 +92,7 @@ int RunHost(std::vector<std::string> arguments, const COutput& out, const COutpu
     }
     catch (const CFailure& failure)
     {
-        return Fail(err, failure.ExitCode(), failure.what());
+        return Fail(out, err, failure, commandLine.AsksForJson());
     }
     const auto chosen =
         std::find_if(commands.begin(), commands.end(), [](const auto& command) { return command->IsChosen(); });

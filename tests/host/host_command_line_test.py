@@ -1,4 +1,5 @@
 """The command line: what is taken, what is refused, and how that is said."""
+import json
 import re
 import unittest
 
@@ -64,6 +65,30 @@ class CommandLine(unittest.TestCase):
                 ended = self.host.run(*arguments)
                 self.assertEqual((ended.code, ended.out), (87, b""))
                 self.assertRegex(ended.err_text(), r"\Aprodsweep: [^\n\x1b]+\n\Z")
+
+    def test_refusal_is_an_object_in_json_wherever_the_fault_stands(self):
+        for arguments in [["list", "--json", "--instaled"], ["list", "--instaled", "--json"], ["list", "--kind", "--json"],
+                          ["list", "--json", "--kind", "mine"], ["list", "--json", "Halvane Notes"],
+                          ["list", "--json", "--json=maybe"], ["explain", "--json"], ["plan", "--json", "--save"],
+                          ["uninstall", "--json", "--max-files", "x", "a"], ["pending", "--json", "--check"],
+                          ["--log-level", "all", "list", "--json"], ["list", "--json", "--log"],
+                          ["list", "--json", "--log", "x", "--log-level", "loud"],
+                          ["check", "--format", "json", "--bogus"], ["check", "--bogus", "--format=json"],
+                          ["check", "--format", "json"]]:
+            with self.subTest(arguments):
+                ended = self.host.run(*arguments)
+                self.assertEqual(ended.code, 87)
+                report = json.loads(ended.out_text())
+                self.assertEqual((list(report), report["error"]["code"]), (["format", "error"], 87))
+                self.assertEqual(ended.err_text(), f"prodsweep: {report['error']['message']}\n")
+
+    def test_refusal_is_no_object_where_json_was_not_asked_for(self):
+        for arguments in [["--json", "list"], ["lst", "--json"], ["list", "--", "--json"], ["check", "--json"],
+                          ["check", "--format", "sarif", "--bogus"], ["check", "--format", "text", "json", "--bogus"],
+                          ["list", "--format", "json"]]:
+            with self.subTest(arguments):
+                ended = self.host.run(*arguments)
+                self.assertEqual((ended.code, ended.out), (87, b""))
 
     def test_refusal_names_what_was_wrong(self):
         for arguments, word in [(["list", "--kind", "mine"], "mine"), (["list", "--instaled"], "--instaled"),
