@@ -1,12 +1,16 @@
 #include "plan_command.h"
 
 #include "exit_codes.h"
+#include "failure.h"
 #include "library.h"
+#include "module_path.h"
 #include "output.h"
+#include "own_files.h"
 #include "plan_page.h"
 #include "plan_report.h"
 #include "planner.h"
 #include "saved_plan.h"
+#include "text.h"
 #include "whole_file.h"
 
 namespace prodsweep {
@@ -51,10 +55,29 @@ CPlanCommand::CPlanCommand(CCommandLine& commandLine)
     options.AddFlag("--json", json, "One JSON object on standard output");
 }
 
+void CPlanCommand::CheckFiles(const std::wstring& libraryFolder) const
+{
+    const struct
+    {
+        const char* option;
+        const std::string& path;
+    } files[] = {{"--html", pagePath}, {"--save", savePath}};
+    for (const auto& file : files)
+    {
+        if (!options.IsGiven(file.option))
+            continue;
+        RefuseOwnFile(file.option, file.path, libraryFolder);
+        RefuseOwnFile(file.option, file.path, FolderOf(ModulePath(nullptr)));
+    }
+    if (options.IsGiven("--html") && options.IsGiven("--save") && IsSameFile(pagePath, savePath))
+        throw CFailure(exitBadArguments, "--html and --save name the same file, \"" + savePath + "\"; say two.");
+}
+
 int CPlanCommand::Run(const COutput& out)
 {
     choice.Check();
     const CLibrary library(choice.LibraryPath());
+    CheckFiles(FolderOf(ToWide(library.Path())));
     const Plan plan = MakePlan(library, choice.Selection(), OpenFiles::Tried);
     if (options.IsGiven("--html"))
         WriteWholeFile("the page", pagePath, PlanAsPage(plan));

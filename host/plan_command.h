@@ -19,6 +19,9 @@ public:
     int Run(const COutput& out) override;
 
 private:
+    // That neither --html nor --save would cost another file that is needed. Throws CFailure.
+    void CheckFiles(const std::wstring& libraryFolder) const;
+
     COptions options;
     CProductChoice choice;
     std::string pagePath;

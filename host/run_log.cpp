@@ -9,6 +9,7 @@
 #include "failure.h"
 #include "module_path.h"
 #include "on_disk.h"
+#include "own_files.h"
 #include "prodsweep/log.h"
 #include "text.h"
 
@@ -27,6 +28,15 @@ constexpr Level levelNames[] = {
     {"trace", LOG_LEVEL_TRACE}, {"skipped", LOG_LEVEL_SKIPPED},
     {"all", LOG_LEVEL_ALL},
 };
+
+// As in the settings of the log.
+std::string_view WithoutBlanks(std::string_view word)
+{
+    constexpr std::string_view blanks = " \t";
+    const std::size_t first = word.find_first_not_of(blanks);
+    return first == std::string_view::npos ? std::string_view()
+                                           : word.substr(first, word.find_last_not_of(blanks) + 1 - first);
+}
 
 std::string Quoted(const std::wstring& path) { return '"' + ToUtf8(path) + '"'; }
 
@@ -84,7 +94,7 @@ int CLogOptions::Levels() const
     for (bool more = true; more;)
     {
         const std::size_t comma = rest.find(',');
-        const std::string_view word = rest.substr(0, comma);
+        const std::string_view word = WithoutBlanks(rest.substr(0, comma));
         const auto* const level = std::find_if(std::begin(levelNames), std::end(levelNames),
                                                [&](const Level& known) { return word == known.name; });
         if (level == std::end(levelNames))
@@ -103,6 +113,7 @@ CRunLog::CRunLog(const CLogOptions& options)
     {
         if (options.File().empty())
             throw CFailure(exitBadArguments, "--log needs a file.");
+        RefuseOwnFile("--log", options.File(), FolderOf(ModulePath(nullptr)));
         TurnOn(FullPath(ToWide(options.File())), options.Levels());
     }
     // By its bare name, which finds the logger that is loaded already.

@@ -39,6 +39,14 @@ std::string ReadAll(const std::string& path)
     }
 }
 
+// What some shells make of a report that they redirect to a file; with their mark or without it. No JSON in UTF-8 has a
+// zero in it.
+bool IsUtf16(const std::string& text)
+{
+    return text.starts_with("\xFF\xFE") || text.starts_with("\xFE\xFF") ||
+           std::string_view(text).substr(0, 2).find('\0') != std::string_view::npos;
+}
+
 PlanSelection ReadSelection(const Json& json)
 {
     PlanSelection selection;
@@ -177,7 +185,11 @@ void SavePlan(const Plan& plan, const std::string& path) { WriteWholeFile("the p
 
 SavedPlan ReadSavedPlan(const std::string& path)
 {
-    const auto json = std::make_shared<const Json>(Json::parse(ReadAll(path), nullptr, false));
+    const std::string text = ReadAll(path);
+    if (IsUtf16(text))
+        throw CFailure(exitBadCatalogue,
+                       "the plan \"" + path + "\" is UTF-16, and must be UTF-8, as --save writes it.");
+    const auto json = std::make_shared<const Json>(Json::parse(text, nullptr, false));
     if (json->is_discarded())
         throw CFailure(exitBadCatalogue, "the plan \"" + path + "\" is not whole, or is no JSON.");
     try

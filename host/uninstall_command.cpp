@@ -146,7 +146,8 @@ CUninstallCommand::CUninstallCommand(CCommandLine& commandLine)
     options.AddText("--plan", planPath, "FILE", "Remove what this saved plan says, if the machine is still as it says");
     options.AddNumber("--max-files", maxFiles, "N", "Refuse to delete more files than this");
     options.AddNumber("--max-keys", maxKeys, "N", "Refuse to delete more registry keys than this");
-    options.AddFlag("--allow-dangerous", allowDangerous, "Remove what is refused otherwise, and say so");
+    options.AddFlag("--allow-dangerous", allowDangerous,
+                    "Remove what is refused otherwise, also by --max-files and --max-keys, and say so");
     options.AddFlag("-y,--yes", yes, "Do not ask");
     options.AddFlag("-q,--quiet", quiet, "Tell nothing but failures");
     options.AddFlag("--json", json, "One JSON object on standard output");

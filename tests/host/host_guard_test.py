@@ -189,6 +189,10 @@ class Guarded(unittest.TestCase):
         self.assertTrue((self.host.folder / "intern" / "Own.xml").exists())
         self.assertIn("Anvil", self.host.run("list", "--installed").out_text())
 
+    def test_help_says_that_the_limits_are_lifted_too(self):
+        text = " ".join(self.host.run("uninstall", "--help").out_text().split())
+        self.assertIn("Remove what is refused otherwise, also by --max-files and --max-keys, and say so", text)
+
     def test_refusal_is_an_object_in_json(self):
         self.folders(self.host.path("intern"))
         ended = self.uninstall("--json")

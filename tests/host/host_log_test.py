@@ -67,6 +67,7 @@ class RunLog(unittest.TestCase):
     def test_levels_are_chosen(self):
         (self.host.folder / "products.xml").write_text("<uninstall_information><product/></uninstall_information>")
         for wanted, seen in [("error", {"error"}), ("trace", {"trace"}), ("trace,error", {"trace", "error"}),
+                             (" error,\ttrace ", {"trace", "error"}),
                              ("all", {"trace", "error"})]:
             with self.subTest(wanted):
                 (self.host.folder / "a.log").unlink(missing_ok=True)
@@ -134,9 +135,17 @@ class RunLog(unittest.TestCase):
                                 (["list", "--log", "x", "--log-level", "loud"], "loud"),
                                 (["list", "--log", "x", "--log-level", ""], "--log-level"),
                                 (["list", "--log", "x", "--log-level", "error,"], "--log-level"),
+                                (["list", "--log", "x", "--log-level", " , error"], "--log-level"),
+                                (["list", "--log", "x", "--log-level", "error trace"], "error trace"),
                                 (["list", "--log", "x", "--log", "y"], "--log")]:
             with self.subTest(arguments):
                 self.assertIn(word, self.run_refused(87, *arguments))
+
+    def test_files_of_prodsweep_are_not_logged_to(self):
+        for name in ["products.xml", "DETECTION.XML", "intern\\any.xml", "log.dll", "prodsweep.exe"]:
+            with self.subTest(name):
+                sentence = self.run_refused(87, "list", "--log", self.host.path(name))
+                self.assertIn(f'--log cannot write to "{self.host.path(name)}": it is one of prodsweep\'s own files', sentence)
 
     def test_failure_is_told_as_json_too(self):
         ended = self.host.run("list", "--json", "--log", self.host.path("no folder\\a.log"))

@@ -531,6 +531,54 @@ In all: 1 folder, 1 file of 1 byte, 2 keys, 1 value, 1 stays in use.
 """)
 
 
+class Files(Planned):
+    """What --html and --save are written to."""
+
+    def setUp(self):
+        super().setUp()
+        self.forced()
+
+    def assert_refused(self, *arguments, **options):
+        ended = self.host.run("plan", "Anvil", *arguments, **options)
+        self.assertEqual((ended.code, ended.out), (87, b""))
+        self.assertRegex(ended.err_text(), r"\Aprodsweep: [^\n]+\.\n\Z")
+        return ended.err_text()
+
+    def test_page_and_saved_plan_in_one_file_are_refused_however_it_is_spelt(self):
+        (self.host.folder / "real").mkdir()
+        (self.host.folder / "linked").symlink_to(self.host.folder / "real")
+        for page, saved in [("same.txt", "same.txt"), ("same.txt", "SAME.TXT"), ("same.txt", self.path("same.txt")),
+                            ("same.txt", "real\\..\\same.txt"), ("real\\same.txt", "linked\\same.txt")]:
+            with self.subTest(page=page, saved=saved):
+                self.assertIn("same file", self.assert_refused("--html", page, "--save", saved, cwd=self.host.folder))
+                self.assertEqual(list(self.host.folder.rglob("same.txt")), [])
+
+    def test_page_and_saved_plan_beside_each_other_are_written(self):
+        ended = self.host.run("plan", "Anvil", "--html", self.path("a.html"), "--save", self.path("a.json"))
+        self.assertEqual((ended.code, ended.err_text()), (0, ""))
+        self.assertTrue((self.host.folder / "a.html").exists() and (self.host.folder / "a.json").exists())
+
+    def test_files_of_prodsweep_are_not_written_over(self):
+        self.host.add_file("log.dll", BUILD / "bin" / "log.dll")
+        for option, name in [("--save", "products.xml"), ("--html", "detection.xml"), ("--save", "intern/Anvil.xml"),
+                             ("--html", "extern/new.xml"), ("--save", "prodsweep.dll"), ("--html", "PRODSWEEP.EXE"),
+                             ("--save", "log.dll"), ("--html", "x/../Products.XML")]:
+            with self.subTest(option, name=name):
+                before = {path: path.read_bytes() for path in self.host.folder.rglob("*") if path.is_file()}
+                sentence = self.assert_refused(option, self.path(name))
+                self.assertIn(f'{option} cannot write to "{self.path(name)}": it is one of prodsweep\'s own files', sentence)
+                after = {path: path.read_bytes() for path in self.host.folder.rglob("*") if path.is_file()}
+                self.assertEqual(after, before)
+
+    def test_files_of_a_library_elsewhere_are_not_written_over_either(self):
+        self.host.add_file("lib/prodsweep.dll", self.host.folder / "prodsweep.dll")
+        for name in ["products.xml", "detection.xml"]:
+            self.host.write(f"lib/{name}", (self.host.folder / name).read_text(encoding="utf-8"))
+        for name in ["lib/products.xml", "products.xml"]:
+            with self.subTest(name):
+                self.assert_refused("--save", self.path(name), "--library", self.path("lib/prodsweep.dll"))
+
+
 class Saved(Planned):
     def setUp(self):
         super().setUp()
@@ -632,6 +680,20 @@ class Saved(Planned):
         self.saved.unlink()
         self.assertEqual(self.uninstall().code, 87)
         self.assertTrue((self.host.folder / "app" / "a.txt").exists())
+
+    def test_plan_in_utf_16_is_refused_with_the_name_of_the_encoding(self):
+        whole = self.saved.read_text(encoding="utf-8")
+        for encoding in ["utf-16", "utf-16-le", "utf-16-be"]:
+            with self.subTest(encoding):
+                self.saved.write_bytes(whole.encode(encoding))
+                ended = self.uninstall()
+                self.assertEqual((ended.code, ended.err_text()), (
+                    13, f'prodsweep: the plan "{self.path("saved.json")}" is UTF-16, and must be UTF-8, as --save writes '
+                    'it.\n'))
+
+    def test_plan_in_utf_8_with_its_mark_is_carried_out(self):
+        self.saved.write_bytes(b"\xef\xbb\xbf" + self.saved.read_bytes())
+        self.assertEqual(self.uninstall().code, 0)
 
     def test_product_that_was_named_twice_goes_once(self):
         self.host.run("plan", "Anvil", "Anvil", "--save", self.path("saved.json"))

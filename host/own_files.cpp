@@ -1,0 +1,38 @@
+#include "own_files.h"
+
+#include "exit_codes.h"
+#include "failure.h"
+#include "forbidden_places.h"
+#include "module_path.h"
+#include "real_path.h"
+#include "text.h"
+
+namespace prodsweep {
+
+namespace {
+
+// Equal for all paths that lead to the same place.
+std::wstring PlaceOf(const std::wstring& path) { return ToLower(RealPath(FullPath(path))); }
+
+} // namespace
+
+bool IsSameFile(const std::string& path, const std::string& other)
+{
+    return PlaceOf(ToWide(path)) == PlaceOf(ToWide(other));
+}
+
+void RefuseOwnFile(const std::string& option, const std::string& path, const std::wstring& folder)
+{
+    const std::wstring place = PlaceOf(ToWide(path));
+    for (const ForbiddenFile& file : ForbiddenFilesOfLibrary())
+    {
+        const std::wstring own = PlaceOf(folder + file.name);
+        // The row without a name is the folder itself, in which there is room for others' files.
+        const bool isBelow = *file.name != L'\0' && place.starts_with(own + L'\\');
+        if (place == own || isBelow)
+            throw CFailure(exitBadArguments,
+                           option + " cannot write to \"" + path + "\": it is one of prodsweep's own files.");
+    }
+}
+
+} // namespace prodsweep
