@@ -131,7 +131,7 @@ std::optional<std::string> CCommandLine::Read(std::vector<std::string> arguments
     }
     catch (const CLI::ParseError& error)
     {
-        throw CFailure(exitBadArguments, ParseFault(*parser, error) + " (see prodsweep --help).");
+        throw CFailure(exitBadArguments, ParseFault(*parser, error) + " (see " + HelpFor(*parser, error) + ").");
     }
 }
 

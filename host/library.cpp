@@ -61,7 +61,8 @@ std::string FaultOf(const Catalogue& catalogue, decltype(&::GetProducts) getProd
     }
     const std::wstring file = folder + catalogue.fileName;
     return "the catalogue " + Quoted(file) +
-           (PathExists(file) ? " cannot be read: it is not well-formed, or something in it is not as it must be"
+           (PathExists(file) ? " cannot be read: it is not well-formed, or something in it is not as it must be (see "
+                               "prodsweep check)"
                              : " is missing");
 }
 

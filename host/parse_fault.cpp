@@ -52,10 +52,12 @@ const CLI::Option* FindOption(const CLI::App& app, const std::string& name)
     return own == nullptr ? app.get_option_no_throw(name) : own;
 }
 
-// The parser's sentence begins with the option's name.
+// Some of the parser's sentences begin with the option's name.
+std::string FirstWord(const std::string& sentence) { return sentence.substr(0, sentence.find_first_of(": ")); }
+
 std::string FaultOfCount(const CLI::App& app, const std::string& sentence)
 {
-    const std::string name = sentence.substr(0, sentence.find_first_of(": "));
+    const std::string name = FirstWord(sentence);
     const CLI::Option* const option = FindOption(app, name);
     if (option == nullptr)
         return sentence;
@@ -96,6 +98,15 @@ std::string ParseFault(const CLI::App& app, const CLI::ParseError& error)
         return FaultOfPair(sentence, " requires ", " goes only with ");
     // The values that are judged here bring their own words.
     return sentence;
+}
+
+std::string HelpFor(const CLI::App& app, const CLI::ParseError& error)
+{
+    const CLI::App* const command = ChosenCommand(app);
+    const std::string name = FirstWord(error.what());
+    const bool isGeneral = command == nullptr ||
+                           (command->get_option_no_throw(name) == nullptr && app.get_option_no_throw(name) != nullptr);
+    return "prodsweep " + (isGeneral ? std::string() : command->get_name() + ' ') + "--help";
 }
 
 } // namespace prodsweep

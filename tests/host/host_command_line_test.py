@@ -97,24 +97,26 @@ class CommandLine(unittest.TestCase):
                 self.assertIn(word, self.host.run(*arguments).err_text())
 
     def test_refusal_says_in_plain_words_what_was_wrong(self):
-        for arguments, sentence in [
+        for arguments, sentence, *command in [
                 ([], "say what to do: list, explain, plan, uninstall, pending or check"),
                 (["lst"], '"lst" is no command; say list, explain, plan, uninstall, pending or check'),
-                (["--json", "list"], '"--json" has to stand behind list'),
+                (["--json", "list"], '"--json" has to stand behind list', "list"),
                 (["--jsn"], '"--jsn" is no option of this program; say what to do: list, explain, plan, uninstall, pending '
                             'or check'),
-                (["list", "--instaled"], '"--instaled" is no option of list'),
-                (["list", "Halvane Notes"], 'list has no use for "Halvane Notes"'),
-                (["list", "--kind"], "--kind needs a value"),
-                (["list", "--kind", "own", "--kind", "other"], "--kind was given more than once"),
-                (["pending", "--check", "a", "--check", "b"], "--check was given more than once"),
-                (["pending", "--cancel", "a", "--check", "a"], "--check does not go together with --cancel"),
+                (["list", "--instaled"], '"--instaled" is no option of list', "list"),
+                (["check", "--json", "."], '"--json" is no option of check', "check"),
+                (["list", "Halvane Notes"], 'list has no use for "Halvane Notes"', "list"),
+                (["list", "--kind"], "--kind needs a value", "list"),
+                (["list", "--kind", "own", "--kind", "other"], "--kind was given more than once", "list"),
+                (["pending", "--check", "a", "--check", "b"], "--check was given more than once", "pending"),
+                (["pending", "--cancel", "a", "--check", "a"], "--check does not go together with --cancel", "pending"),
+                (["list", "--log"], "--log needs a value"),
                 (["--log-level", "all", "list"], "--log-level goes only with --log"),
-                (["explain"], "explain needs a PRODUCT")]:
+                (["explain"], "explain needs a PRODUCT", "explain")]:
             with self.subTest(arguments):
                 ended = self.host.run(*arguments)
                 self.assertEqual((ended.code, ended.err_text()),
-                                 (87, f"prodsweep: {sentence} (see prodsweep --help).\n"))
+                                 (87, f"prodsweep: {sentence} (see {' '.join(['prodsweep', *command])} --help).\n"))
         self.assertEqual(self.host.run("list", "--kind", "mine").err_text(),
                          'prodsweep: --kind knows no "mine": say own, other or all.\n')
 

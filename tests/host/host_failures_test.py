@@ -9,7 +9,7 @@ from windows import Installation, REPORTS, product
 import pyreport
 
 GOOD = "<uninstall_information/>"
-UNREADABLE = "cannot be read: it is not well-formed, or something in it is not as it must be"
+UNREADABLE = "cannot be read: it is not well-formed, or something in it is not as it must be (see prodsweep check)"
 BAD_CATALOGUES = {
     "empty": "",
     "cut off": "<uninstall_information><product",
