@@ -28,7 +28,7 @@ void RefuseOwnFile(const std::string& option, const std::string& path, const std
     {
         const std::wstring own = PlaceOf(folder + file.name);
         // The row without a name is the folder itself, in which there is room for others' files.
-        const bool isBelow = *file.name != L'\0' && place.starts_with(own + L'\\');
+        const bool isBelow = *file.name != L'\0' && place.starts_with(own) && place[own.size()] == L'\\';
         if (place == own || isBelow)
             throw CFailure(exitBadArguments,
                            option + " cannot write to \"" + path + "\": it is one of prodsweep's own files.");
