@@ -14,6 +14,19 @@ namespace {
 // Equal for all paths that lead to the same place.
 std::wstring PlaceOf(const std::wstring& path) { return ToLower(RealPath(FullPath(path))); }
 
+bool IsOwn(const std::wstring& place, const std::wstring& folder)
+{
+    for (const ForbiddenFile& file : ForbiddenFilesOfLibrary())
+    {
+        const std::wstring own = PlaceOf(folder + file.name);
+        // The row without a name is the folder itself, in which there is room for others' files.
+        const bool isBelow = *file.name != L'\0' && place.starts_with(own) && place[own.size()] == L'\\';
+        if (place == own || isBelow)
+            return true;
+    }
+    return false;
+}
+
 } // namespace
 
 bool IsSameFile(const std::string& path, const std::string& other)
@@ -23,16 +36,9 @@ bool IsSameFile(const std::string& path, const std::string& other)
 
 void RefuseOwnFile(const std::string& option, const std::string& path, const std::wstring& folder)
 {
-    const std::wstring place = PlaceOf(ToWide(path));
-    for (const ForbiddenFile& file : ForbiddenFilesOfLibrary())
-    {
-        const std::wstring own = PlaceOf(folder + file.name);
-        // The row without a name is the folder itself, in which there is room for others' files.
-        const bool isBelow = *file.name != L'\0' && place.starts_with(own) && place[own.size()] == L'\\';
-        if (place == own || isBelow)
-            throw CFailure(exitBadArguments,
-                           option + " cannot write to \"" + path + "\": it is one of prodsweep's own files.");
-    }
+    if (IsOwn(PlaceOf(ToWide(path)), folder))
+        throw CFailure(exitBadArguments,
+                       option + " cannot write to \"" + path + "\": it is one of prodsweep's own files.");
 }
 
 } // namespace prodsweep
