@@ -1,5 +1,8 @@
 #include "own_files.h"
 
+#include <algorithm>
+#include <span>
+
 #include "exit_codes.h"
 #include "failure.h"
 #include "forbidden_places.h"
@@ -14,17 +17,19 @@ namespace {
 // Equal for all paths that lead to the same place.
 std::wstring PlaceOf(const std::wstring& path) { return ToLower(RealPath(FullPath(path))); }
 
+bool IsAtOrBelow(const std::wstring& place, const std::wstring& own)
+{
+    return place.starts_with(own) && (place.size() == own.size() || place[own.size()] == L'\\');
+}
+
 bool IsOwn(const std::wstring& place, const std::wstring& folder)
 {
-    for (const ForbiddenFile& file : ForbiddenFilesOfLibrary())
-    {
+    const std::span<const ForbiddenFile> files = ForbiddenFilesOfLibrary();
+    return std::any_of(files.begin(), files.end(), [&](const ForbiddenFile& file) {
         const std::wstring own = PlaceOf(folder + file.name);
         // The row without a name is the folder itself, in which there is room for others' files.
-        const bool isBelow = *file.name != L'\0' && place.starts_with(own) && place[own.size()] == L'\\';
-        if (place == own || isBelow)
-            return true;
-    }
-    return false;
+        return *file.name == L'\0' ? place == own : IsAtOrBelow(place, own);
+    });
 }
 
 } // namespace
