@@ -5,6 +5,7 @@
 #include <windows.h>
 
 #include "support/import_patch.h"
+#include "support/tell_path.h"
 #include "support/temp_tree.h"
 
 namespace prodsweep {
@@ -109,15 +110,7 @@ TEST_F(LongNameTest, FileThatIsYetToBeWrittenLiesInAFolderWithALongName)
 
 const std::wstring veryLongName = L"C:\\Programs\\" + std::wstring(300, L'x');
 
-DWORD WINAPI TellVeryLongName(LPCWSTR, LPWSTR buffer, DWORD size)
-{
-    const auto length = static_cast<DWORD>(veryLongName.size());
-    if (size <= length)
-        return length + 1;
-    veryLongName.copy(buffer, veryLongName.size());
-    buffer[length] = L'\0';
-    return length;
-}
+DWORD WINAPI TellVeryLongName(LPCWSTR, LPWSTR buffer, DWORD size) { return test::TellPath(veryLongName, buffer, size); }
 
 TEST_F(LongNameTest, LongNameMayBeMuchLonger)
 {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "support/import_patch.h"
+#include "support/tell_path.h"
 #include "text.h"
 
 namespace prodsweep {
@@ -42,12 +43,7 @@ const std::wstring deepTarget = LR"(\\?\C:\)" + std::wstring(120, L'a') + L'\\' 
 
 DWORD WINAPI TellDeepTarget(HANDLE, LPWSTR buffer, DWORD size, DWORD)
 {
-    const auto length = static_cast<DWORD>(deepTarget.size());
-    if (size <= length)
-        return length + 1;
-    deepTarget.copy(buffer, deepTarget.size());
-    buffer[length] = L'\0';
-    return length;
+    return test::TellPath(deepTarget, buffer, size);
 }
 
 TEST(RealPathTest, LinkToADeepFolderIsFollowed)
