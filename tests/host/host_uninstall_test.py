@@ -1,4 +1,5 @@
 """prodsweep uninstall: what it removes, what it says of it, and how it ends."""
+import contextlib
 import json
 import os
 import subprocess
@@ -179,8 +180,9 @@ class Uninstalling(unittest.TestCase):
         self.assertEqual(self.uninstall("--force-all", "--kind", "own").code, 0)
         self.assertEqual(self.installed(), [])
 
-    def test_file_in_use_goes_after_the_restart(self):
-        # A program that runs can't be deleted.
+    @contextlib.contextmanager
+    def anvil_that_runs(self):
+        """A program that runs can't be deleted."""
         program = self.host.add_file("app/held.exe", REPORTS / "tool.exe")
         self.install("Anvil", section("del_folder", f"<e name='{self.host.path('app')}'/>"))
         self.install("Bellows")
@@ -189,10 +191,14 @@ class Uninstalling(unittest.TestCase):
                                 stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, cwd=BUILD)
         try:
             self.wait_for_start(program)
-            ended = self.uninstall("Anvil", "--json")
+            yield
         finally:
             run("taskkill", "/f", "/im", "held.exe")
             held.wait()
+
+    def test_file_in_use_goes_after_the_restart(self):
+        with self.anvil_that_runs():
+            ended = self.uninstall("Anvil", "--json")
         self.assertEqual(ended.code, seen(3010))
         report = json.loads(ended.out_text())
         self.assertEqual((report["exitCode"], report["restart"]), (3010, True))
@@ -334,22 +340,10 @@ class Uninstalling(unittest.TestCase):
                     seen(1603), "prodsweep: the output cannot be written; the removal failed, or something remains.\n"))
 
     def test_needed_restart_is_told_to_a_reader_that_has_gone(self):
-        # A program that runs can't be deleted.
-        program = self.host.add_file("app/held.exe", REPORTS / "tool.exe")
-        self.install("Anvil", section("del_folder", f"<e name='{self.host.path('app')}'/>"))
-        self.install("Bellows")
-        self.catalogue("Anvil", "Bellows")
-        held = subprocess.Popen([ROOT / "cmake" / "wine", windows_path(program), "linger"], stdin=subprocess.DEVNULL,
-                                stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, cwd=BUILD)
         reader, writer = os.pipe()
         os.close(reader)
-        try:
-            self.wait_for_start(program)
-            with os.fdopen(writer, "wb") as gone:
-                ended = self.host.run("uninstall", "--yes", "Anvil", stdout=gone)
-        finally:
-            run("taskkill", "/f", "/im", "held.exe")
-            held.wait()
+        with self.anvil_that_runs(), os.fdopen(writer, "wb") as gone:
+            ended = self.host.run("uninstall", "--yes", "Anvil", stdout=gone)
         self.assertEqual((ended.code, ended.err_text()), (
             seen(3010), "prodsweep: the output cannot be written; the removal is done, and a restart is needed to "
             "finish.\n"))
