@@ -26,13 +26,17 @@ ComState CurrentComState() noexcept
 
 void OnFreshThread(ComState state, const std::function<void()>& body)
 {
+    ComState left = ComState::None;
     std::thread([&] {
         std::optional<ComScope> com;
         if (state != ComState::None)
             com.emplace(state == ComState::MultiThreaded ? COINIT_MULTITHREADED : COINIT_APARTMENTTHREADED);
         body();
-        EXPECT_EQ(state, CurrentComState()) << "COM is not left as it was";
+        left = CurrentComState();
     }).join();
+    // Not on the thread itself: GoogleTest has another thread wait for the end of one that told of a failure, whose
+    // handle would be closed in the middle of the next test.
+    EXPECT_EQ(state, left) << "COM is not left as it was";
 }
 
 } // namespace prodsweep::test

@@ -28,8 +28,7 @@ TEST(ComScopeTest, ScopeWithinAnotherTellsHowItMet)
 
 TEST(ComScopeTest, ComLeftInitialisedIsAFailure)
 {
-    EXPECT_NONFATAL_FAILURE_ON_ALL_THREADS(OnFreshThread(ComState::None, [] { CoInitialize(nullptr); }),
-                                           "COM is not left as it was");
+    EXPECT_NONFATAL_FAILURE(OnFreshThread(ComState::None, [] { CoInitialize(nullptr); }), "COM is not left as it was");
 }
 
 } // namespace
