@@ -2,12 +2,20 @@
 #pragma once
 
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace prodsweep {
 
 class CCommandLine;
 class COutput;
+
+// A file that an option names.
+struct NamedFile
+{
+    const char* option; // as typed: "--save"
+    std::string path;   // UTF-8, as typed
+};
 
 class ICommand
 {
@@ -21,6 +29,9 @@ public:
 
     // Standard output is to hold one JSON object, also after a failure.
     virtual bool WantsJson() const = 0;
+
+    // Those that were typed and would spoil each other, or the log of the run, if they were the same.
+    virtual std::vector<NamedFile> Files() const { return {}; }
 
     // Returns the exit code. Throws CFailure.
     virtual int Run(const COutput& out) = 0;

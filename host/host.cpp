@@ -9,6 +9,7 @@
 #include "failure.h"
 #include "json.h"
 #include "output.h"
+#include "own_files.h"
 #include "run_log.h"
 #include "text.h"
 
@@ -56,10 +57,19 @@ int Fail(const COutput& out, const COutput& err, const CFailure& failure, bool j
     return Fail(err, failure.ExitCode(), failure.what());
 }
 
+std::vector<NamedFile> AllFiles(const ICommand& command, const CLogOptions& logOptions)
+{
+    std::vector<NamedFile> files = command.Files();
+    if (!logOptions.File().empty())
+        files.push_back({"--log", logOptions.File()});
+    return files;
+}
+
 int RunCommand(ICommand& command, const CLogOptions& logOptions, const COutput& out, const COutput& err)
 {
     try
     {
+        RefuseSharedFiles(AllFiles(command, logOptions));
         const CRunLog log(logOptions);
         const int code = command.Run(out);
         return code == exitNotWritten ? FailNotWritten(err) : code;

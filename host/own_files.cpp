@@ -1,6 +1,7 @@
 #include "own_files.h"
 
 #include <algorithm>
+#include <map>
 #include <span>
 
 #include "exit_codes.h"
@@ -34,16 +35,23 @@ bool IsOwn(const std::wstring& place, const std::wstring& folder)
 
 } // namespace
 
-bool IsSameFile(const std::string& path, const std::string& other)
+void RefuseSharedFiles(const std::vector<NamedFile>& files)
 {
-    return PlaceOf(ToWide(path)) == PlaceOf(ToWide(other));
+    std::map<std::wstring, const char*> options;
+    for (const NamedFile& file : files)
+    {
+        const auto [known, isNew] = options.try_emplace(PlaceOf(ToWide(file.path)), file.option);
+        if (!isNew)
+            throw CFailure(exitBadArguments, std::string(known->second) + " and " + file.option +
+                                                 " name the same file, \"" + file.path + "\"; say two.");
+    }
 }
 
-void RefuseOwnFile(const std::string& option, const std::string& path, const std::wstring& folder)
+void RefuseOwnFile(const NamedFile& file, const std::wstring& folder)
 {
-    if (IsOwn(PlaceOf(ToWide(path)), folder))
-        throw CFailure(exitBadArguments,
-                       option + " cannot write to \"" + path + "\": it is one of prodsweep's own files.");
+    if (IsOwn(PlaceOf(ToWide(file.path)), folder))
+        throw CFailure(exitBadArguments, std::string(file.option) + " cannot write to \"" + file.path +
+                                             "\": it is one of prodsweep's own files.");
 }
 
 } // namespace prodsweep

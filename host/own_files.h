@@ -2,16 +2,19 @@
 #pragma once
 
 #include <string>
+#include <vector>
+
+#include "command.h"
 
 namespace prodsweep {
 
-// Both take UTF-8, as typed, and throw CFailure for a path that names nothing.
+// Both throw CFailure, also for a path that names nothing.
 
-// However they are spelt, and through whatever links they lead.
-bool IsSameFile(const std::string& path, const std::string& other);
+// For two that are the same, however they are spelt, and through whatever links they lead.
+void RefuseSharedFiles(const std::vector<NamedFile>& files);
 
-// Throws CFailure for a file of prodsweep in that folder, or in one of its folders of descriptors, whether it is there
-// or not. option: "--save", for the sentence; folder: with the backslash at its end.
-void RefuseOwnFile(const std::string& option, const std::string& path, const std::wstring& folder);
+// For a file of prodsweep in that folder, or in one of its folders of descriptors, whether it is there or not. folder:
+// with the backslash at its end.
+void RefuseOwnFile(const NamedFile& file, const std::wstring& folder);
 
 } // namespace prodsweep

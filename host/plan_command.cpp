@@ -1,7 +1,6 @@
 #include "plan_command.h"
 
 #include "exit_codes.h"
-#include "failure.h"
 #include "library.h"
 #include "module_path.h"
 #include "output.h"
@@ -55,22 +54,23 @@ CPlanCommand::CPlanCommand(CCommandLine& commandLine)
     options.AddFlag("--json", json, "One JSON object on standard output");
 }
 
+std::vector<NamedFile> CPlanCommand::Files() const
+{
+    std::vector<NamedFile> files;
+    if (options.IsGiven("--html"))
+        files.push_back({"--html", pagePath});
+    if (options.IsGiven("--save"))
+        files.push_back({"--save", savePath});
+    return files;
+}
+
 void CPlanCommand::CheckFiles(const std::wstring& libraryFolder) const
 {
-    const struct
+    for (const NamedFile& file : Files())
     {
-        const char* option;
-        const std::string& path;
-    } files[] = {{"--html", pagePath}, {"--save", savePath}};
-    for (const auto& file : files)
-    {
-        if (!options.IsGiven(file.option))
-            continue;
-        RefuseOwnFile(file.option, file.path, libraryFolder);
-        RefuseOwnFile(file.option, file.path, FolderOf(ModulePath(nullptr)));
+        RefuseOwnFile(file, libraryFolder);
+        RefuseOwnFile(file, FolderOf(ModulePath(nullptr)));
     }
-    if (options.IsGiven("--html") && options.IsGiven("--save") && IsSameFile(pagePath, savePath))
-        throw CFailure(exitBadArguments, "--html and --save name the same file, \"" + savePath + "\"; say two.");
 }
 
 int CPlanCommand::Run(const COutput& out)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "command.h"
 #include "command_line.h"
@@ -16,10 +17,11 @@ public:
 
     bool IsChosen() const override { return options.IsChosen(); }
     bool WantsJson() const override { return json; }
+    std::vector<NamedFile> Files() const override;
     int Run(const COutput& out) override;
 
 private:
-    // That neither --html nor --save would cost another file that is needed. Throws CFailure.
+    // That neither --html nor --save would cost a file of prodsweep. Throws CFailure.
     void CheckFiles(const std::wstring& libraryFolder) const;
 
     COptions options;

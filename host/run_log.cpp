@@ -113,7 +113,7 @@ CRunLog::CRunLog(const CLogOptions& options)
     {
         if (options.File().empty())
             throw CFailure(exitBadArguments, "--log needs a file.");
-        RefuseOwnFile("--log", options.File(), FolderOf(ModulePath(nullptr)));
+        RefuseOwnFile({"--log", options.File()}, FolderOf(ModulePath(nullptr)));
         TurnOn(FullPath(ToWide(options.File())), options.Levels());
     }
     // By its bare name, which finds the logger that is loaded already.

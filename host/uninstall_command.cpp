@@ -153,6 +153,13 @@ CUninstallCommand::CUninstallCommand(CCommandLine& commandLine)
     options.AddFlag("--json", json, "One JSON object on standard output");
 }
 
+std::vector<NamedFile> CUninstallCommand::Files() const
+{
+    if (planPath.empty())
+        return {};
+    return {{"--plan", planPath}};
+}
+
 void CUninstallCommand::CheckOptions() const
 {
     if (!options.IsGiven("--plan"))

@@ -24,6 +24,7 @@ public:
 
     bool IsChosen() const override { return options.IsChosen(); }
     bool WantsJson() const override { return json; }
+    std::vector<NamedFile> Files() const override;
     int Run(const COutput& out) override;
 
 private:

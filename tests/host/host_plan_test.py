@@ -553,6 +553,17 @@ class Files(Planned):
                 self.assertIn("same file", self.assert_refused("--html", page, "--save", saved, cwd=self.host.folder))
                 self.assertEqual(list(self.host.folder.rglob("same.txt")), [])
 
+    def test_log_in_a_file_of_another_option_is_refused_and_the_file_is_kept(self):
+        self.host.add_file("log.dll", BUILD / "bin" / "log.dll")
+        self.host.write("kept.txt", "kept")
+        for command in [("plan", "Anvil", "--save"), ("plan", "Anvil", "--html"), ("uninstall", "--yes", "--plan")]:
+            with self.subTest(command):
+                ended = self.host.run(*command, self.path("kept.txt"), "--log", self.path("KEPT.txt"))
+                self.assertEqual((ended.code, ended.out), (87, b""))
+                self.assertEqual(ended.err_text(), f"prodsweep: {command[-1]} and --log name the same file, "
+                                                   f"\"{self.path('KEPT.txt')}\"; say two.\n")
+                self.assertEqual((self.host.folder / "kept.txt").read_text(encoding="utf-8"), "kept")
+
     def test_page_and_saved_plan_beside_each_other_are_written(self):
         ended = self.host.run("plan", "Anvil", "--html", self.path("a.html"), "--save", self.path("a.json"))
         self.assertEqual((ended.code, ended.err_text()), (0, ""))
