@@ -15,6 +15,7 @@ struct NamedFile
 {
     const char* option; // as typed: "--save"
     std::string path;   // UTF-8, as typed
+    bool isWritten;
 };
 
 class ICommand
@@ -30,8 +31,11 @@ public:
     // Standard output is to hold one JSON object, also after a failure.
     virtual bool WantsJson() const = 0;
 
-    // Those that were typed and would spoil each other, or the log of the run, if they were the same.
+    // Those that would spoil each other, or the log of the run, if they were the same.
     virtual std::vector<NamedFile> Files() const { return {}; }
+
+    // UTF-8, as typed; empty: the one beside this program, or none at all.
+    virtual std::string LibraryPath() const { return {}; }
 
     // Returns the exit code. Throws CFailure.
     virtual int Run(const COutput& out) = 0;

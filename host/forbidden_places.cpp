@@ -253,6 +253,7 @@ constexpr ForbiddenFile filesOfLibrary[] = {
     {L"prodsweep.dll", "the library itself"},
     {L"prodsweep.exe", "the program itself"},
     {L"log.dll", "the logger of the library"},
+    {L"log.ini", "the settings of the logger"},
     {L"products.xml", "the catalogue of prodsweep itself"},
     {L"detection.xml", "the catalogue of prodsweep itself"},
     {L"intern", "the descriptors of prodsweep itself"},

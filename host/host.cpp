@@ -57,19 +57,19 @@ int Fail(const COutput& out, const COutput& err, const CFailure& failure, bool j
     return Fail(err, failure.ExitCode(), failure.what());
 }
 
-std::vector<NamedFile> AllFiles(const ICommand& command, const CLogOptions& logOptions)
+void CheckFiles(const ICommand& command, const CLogOptions& logOptions)
 {
     std::vector<NamedFile> files = command.Files();
-    if (!logOptions.File().empty())
-        files.push_back({"--log", logOptions.File()});
-    return files;
+    if (logOptions.IsWanted())
+        files.push_back({"--log", logOptions.File(), true});
+    CheckNamedFiles(files, command.LibraryPath());
 }
 
 int RunCommand(ICommand& command, const CLogOptions& logOptions, const COutput& out, const COutput& err)
 {
     try
     {
-        RefuseSharedFiles(AllFiles(command, logOptions));
+        CheckFiles(command, logOptions);
         const CRunLog log(logOptions);
         const int code = command.Run(out);
         return code == exitNotWritten ? FailNotWritten(err) : code;

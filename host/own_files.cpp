@@ -23,19 +23,26 @@ bool IsAtOrBelow(const std::wstring& place, const std::wstring& own)
     return place.starts_with(own) && (place.size() == own.size() || place[own.size()] == L'\\');
 }
 
+// folder: with the backslash at its end.
 bool IsOwn(const std::wstring& place, const std::wstring& folder)
 {
     const std::span<const ForbiddenFile> files = ForbiddenFilesOfLibrary();
     return std::any_of(files.begin(), files.end(), [&](const ForbiddenFile& file) {
-        const std::wstring own = PlaceOf(folder + file.name);
         // The row without a name is the folder itself, in which there is room for others' files.
-        return *file.name == L'\0' ? place == own : IsAtOrBelow(place, own);
+        return *file.name != L'\0' && IsAtOrBelow(place, PlaceOf(folder + file.name));
     });
 }
 
-} // namespace
+void RefuseEmpty(const std::vector<NamedFile>& files)
+{
+    for (const NamedFile& file : files)
+    {
+        if (file.path.empty())
+            throw CFailure(exitBadArguments, std::string(file.option) + " needs a file.");
+    }
+}
 
-void RefuseSharedFiles(const std::vector<NamedFile>& files)
+void RefuseShared(const std::vector<NamedFile>& files)
 {
     std::map<std::wstring, const char*> options;
     for (const NamedFile& file : files)
@@ -47,11 +54,25 @@ void RefuseSharedFiles(const std::vector<NamedFile>& files)
     }
 }
 
-void RefuseOwnFile(const NamedFile& file, const std::wstring& folder)
+void RefuseOwn(const std::vector<NamedFile>& files, const std::wstring& folder)
 {
-    if (IsOwn(PlaceOf(ToWide(file.path)), folder))
-        throw CFailure(exitBadArguments, std::string(file.option) + " cannot write to \"" + file.path +
-                                             "\": it is one of prodsweep's own files.");
+    for (const NamedFile& file : files)
+    {
+        if (file.isWritten && IsOwn(PlaceOf(ToWide(file.path)), folder))
+            throw CFailure(exitBadArguments, std::string(file.option) + " cannot write to \"" + file.path +
+                                                 "\": it is one of prodsweep's own files.");
+    }
+}
+
+} // namespace
+
+void CheckNamedFiles(const std::vector<NamedFile>& files, const std::string& libraryPath)
+{
+    RefuseEmpty(files);
+    RefuseShared(files);
+    RefuseOwn(files, FolderOf(ModulePath(nullptr)));
+    if (!libraryPath.empty() && !files.empty())
+        RefuseOwn(files, FolderOf(FullPath(ToWide(libraryPath))));
 }
 
 } // namespace prodsweep

@@ -1,4 +1,4 @@
-// Files that a command is told to write: which one a path means, and that it is none of prodsweep's own.
+// Files that the options of a run name, and those of prodsweep itself.
 #pragma once
 
 #include <string>
@@ -8,13 +8,9 @@
 
 namespace prodsweep {
 
-// Both throw CFailure, also for a path that names nothing.
-
-// For two that are the same, however they are spelt, and through whatever links they lead.
-void RefuseSharedFiles(const std::vector<NamedFile>& files);
-
-// For a file of prodsweep in that folder, or in one of its folders of descriptors, whether it is there or not. folder:
-// with the backslash at its end.
-void RefuseOwnFile(const NamedFile& file, const std::wstring& folder);
+// Throws CFailure for a path that is empty or means nothing; for two that are the same, however they are spelt, and
+// through whatever links they lead; and for one that would be written over a file of prodsweep, beside this program or
+// beside the library (UTF-8, as typed; empty: also beside this program), whether that file is there or not.
+void CheckNamedFiles(const std::vector<NamedFile>& files, const std::string& libraryPath);
 
 } // namespace prodsweep

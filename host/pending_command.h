@@ -15,6 +15,7 @@ public:
 
     bool IsChosen() const override { return options.IsChosen(); }
     bool WantsJson() const override { return json; }
+    std::string LibraryPath() const override { return libraryPath; }
     int Run(const COutput& out) override;
 
 private:

@@ -2,14 +2,11 @@
 
 #include "exit_codes.h"
 #include "library.h"
-#include "module_path.h"
 #include "output.h"
-#include "own_files.h"
 #include "plan_page.h"
 #include "plan_report.h"
 #include "planner.h"
 #include "saved_plan.h"
-#include "text.h"
 #include "whole_file.h"
 
 namespace prodsweep {
@@ -58,26 +55,16 @@ std::vector<NamedFile> CPlanCommand::Files() const
 {
     std::vector<NamedFile> files;
     if (options.IsGiven("--html"))
-        files.push_back({"--html", pagePath});
+        files.push_back({"--html", pagePath, true});
     if (options.IsGiven("--save"))
-        files.push_back({"--save", savePath});
+        files.push_back({"--save", savePath, true});
     return files;
-}
-
-void CPlanCommand::CheckFiles(const std::wstring& libraryFolder) const
-{
-    for (const NamedFile& file : Files())
-    {
-        RefuseOwnFile(file, libraryFolder);
-        RefuseOwnFile(file, FolderOf(ModulePath(nullptr)));
-    }
 }
 
 int CPlanCommand::Run(const COutput& out)
 {
     choice.Check();
     const CLibrary library(choice.LibraryPath());
-    CheckFiles(FolderOf(ToWide(library.Path())));
     const Plan plan = MakePlan(library, choice.Selection(), OpenFiles::Tried);
     if (options.IsGiven("--html"))
         WriteWholeFile("the page", pagePath, PlanAsPage(plan));

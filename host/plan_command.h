@@ -18,12 +18,10 @@ public:
     bool IsChosen() const override { return options.IsChosen(); }
     bool WantsJson() const override { return json; }
     std::vector<NamedFile> Files() const override;
+    std::string LibraryPath() const override { return choice.LibraryPath(); }
     int Run(const COutput& out) override;
 
 private:
-    // That neither --html nor --save would cost a file of prodsweep. Throws CFailure.
-    void CheckFiles(const std::wstring& libraryFolder) const;
-
     COptions options;
     CProductChoice choice;
     std::string pagePath;

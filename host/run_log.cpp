@@ -9,7 +9,6 @@
 #include "failure.h"
 #include "module_path.h"
 #include "on_disk.h"
-#include "own_files.h"
 #include "prodsweep/log.h"
 #include "text.h"
 
@@ -110,12 +109,7 @@ int CLogOptions::Levels() const
 CRunLog::CRunLog(const CLogOptions& options)
 {
     if (options.IsWanted())
-    {
-        if (options.File().empty())
-            throw CFailure(exitBadArguments, "--log needs a file.");
-        RefuseOwnFile({"--log", options.File()}, FolderOf(ModulePath(nullptr)));
         TurnOn(FullPath(ToWide(options.File())), options.Levels());
-    }
     // By its bare name, which finds the logger that is loaded already.
     LogAcquire();
 }

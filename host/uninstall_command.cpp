@@ -155,9 +155,9 @@ CUninstallCommand::CUninstallCommand(CCommandLine& commandLine)
 
 std::vector<NamedFile> CUninstallCommand::Files() const
 {
-    if (planPath.empty())
+    if (!options.IsGiven("--plan"))
         return {};
-    return {{"--plan", planPath}};
+    return {{"--plan", planPath, false}};
 }
 
 void CUninstallCommand::CheckOptions() const

@@ -25,6 +25,7 @@ public:
     bool IsChosen() const override { return options.IsChosen(); }
     bool WantsJson() const override { return json; }
     std::vector<NamedFile> Files() const override;
+    std::string LibraryPath() const override { return choice.LibraryPath(); }
     int Run(const COutput& out) override;
 
 private:

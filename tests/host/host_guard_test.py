@@ -218,8 +218,9 @@ class Guarded(unittest.TestCase):
             "settings": (self.host.path("users\\jo\\ntuser.dat"), "a user's settings of all programs")})
 
     def test_files_of_the_library_are_refused(self):
-        self.host.write("log.dll", "x")
-        for name in ["products.xml", "detection.xml", "prodsweep.dll", "prodsweep.exe", "log.dll"]:
+        for name in ["log.dll", "log.ini"]:
+            self.host.write(name, "x")
+        for name in ["products.xml", "detection.xml", "prodsweep.dll", "prodsweep.exe", "log.dll", "log.ini"]:
             with self.subTest(name):
                 self.install(section("del_file", entry(name=self.host.path(name))))
                 self.assert_refused(self.uninstall(), name)
