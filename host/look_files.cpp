@@ -61,6 +61,8 @@ private:
     bool OnFolder();
     bool OnFile();
     void OnLeft(bool stays);
+    // True: an item before this one takes it, and it is counted there.
+    bool IsTaken() const { return !context.swept.TakesPath(walk.Path()).empty(); }
 
     PlannedItem& item;
     const LookContext& context;
@@ -141,6 +143,8 @@ bool CFolderLook::OnFile()
         return true;
     }
     WarnOfUser(item, path, false, context);
+    if (IsTaken())
+        return false;
     ++item.contents.files;
     item.contents.bytes += Join(walk.Entry().nFileSizeHigh, walk.Entry().nFileSizeLow);
     if (context.triesFiles && tries++ < mostOpenTries && !WillKeepFromDeleting(path, context).empty())
@@ -155,7 +159,7 @@ void CFolderLook::OnLeft(bool stays)
 {
     if (stays)
         rest.around.emplace_back(walk.Path());
-    else
+    else if (!IsTaken())
         ++item.contents.folders;
     if (stays && walk.Depth() == 0)
         item.state = ItemState::PartlyInUse;

@@ -45,6 +45,12 @@ private:
     bool RunClosed(const KeyPlace& place, LSTATUS status);
     bool RunValues(const KeyPlace& place, HKEY key);
     bool RunSubkeys(const KeyPlace& place, HKEY key, const std::wstring& native);
+    // True: an item before this one takes it, and it is counted there.
+    bool IsTaken(const KeyPlace& place) const { return !context.swept.TakesKey(place.full).empty(); }
+    bool IsTaken(const KeyPlace& place, const std::wstring& value) const
+    {
+        return IsTaken(place) || !context.swept.TakesValue(place.full, value).empty();
+    }
     void Keep(PlannedPart::Kind kind, const std::wstring& name, const std::string& user);
     void Fail(const KeyPlace& place, const char* why);
 
@@ -86,7 +92,7 @@ bool CKeyLook::RunValues(const KeyPlace& place, HKEY key)
             Keep(PlannedPart::Kind::Value, PathJoin(full, name), user);
             stays = true;
         }
-        else
+        else if (!IsTaken(place, name))
         {
             ++item.contents.values;
         }
@@ -126,7 +132,8 @@ bool CKeyLook::RunOpened(const KeyPlace& place, HKEY key, const std::wstring& na
     const bool subkeyStays = RunSubkeys(place, key, native);
     if (valueStays || subkeyStays)
         return true;
-    ++item.contents.keys;
+    if (!IsTaken(place))
+        ++item.contents.keys;
     return false;
 }
 

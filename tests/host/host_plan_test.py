@@ -414,6 +414,25 @@ class Selection(Planned):
         self.anvil()
         self.assertEqual([asked["name"] for asked in self.plan()["products"][0]["asked"]], ["Bellows"])
 
+    def test_what_the_first_takes_out_of_the_seconds_is_counted_once(self):
+        self.host.write("app/deep/a.txt", "abc")
+        self.addCleanup(self.key.close)
+        for key, value in [("deep", "inner"), ("", "outer"), ("", "other")]:
+            run("reg", "add", f"{self.key.path}\\{key}".rstrip("\\"), "/v", value, "/d", "x", "/f")
+        self.host.write("intern/Anvil.xml", descriptor(
+            section("del_folder", entry(name=self.path("app/deep"))),
+            section("del_regkey", entry(name=f"{self.key.path}\\deep")),
+            section("del_regvalue", entry(key_path=self.key.path, name="outer"))))
+        self.host.write("intern/Bellows.xml", descriptor(
+            section("del_folder", entry(name=self.path("app"))), section("del_regkey", entry(name=self.key.path))))
+        self.host.catalogues(own=[product(name, file=f"{name}.xml") for name in ["Anvil", "Bellows"]])
+        total = self.plan("Anvil", "Bellows", "--force")["total"]
+        self.assertEqual({count: total[count] for count in ["folders", "files", "bytes", "keys", "values"]},
+                         {"folders": 2, "files": 1, "bytes": 3, "keys": 2, "values": 3})
+        ended = self.host.run("uninstall", "--yes", "Anvil", "Bellows", "--force", "--max-files", "1", "--max-keys", "2")
+        self.assertEqual((ended.code, ended.err_text()), (0, ""))
+        self.assertEqual(((self.host.folder / "app").exists(), run("reg", "query", self.key.path).code), (False, 1))
+
     def test_second_of_two_names_goes_when_the_first_is_gone(self):
         for name in ["Anvil", "Bellows", "Chisel"]:
             self.install(name)
@@ -573,7 +592,7 @@ class Files(Planned):
         self.host.add_file("log.dll", BUILD / "bin" / "log.dll")
         for option, name in [("--save", "products.xml"), ("--html", "detection.xml"), ("--save", "intern/Anvil.xml"),
                              ("--html", "extern/new.xml"), ("--save", "prodsweep.dll"), ("--html", "PRODSWEEP.EXE"),
-                             ("--save", "log.dll"), ("--html", "x/../Products.XML")]:
+                             ("--save", "log.dll"), ("--html", "x/../Products.XML"), ("--log", "log.ini")]:
             with self.subTest(option, name=name):
                 before = {path: path.read_bytes() for path in self.host.folder.rglob("*") if path.is_file()}
                 sentence = self.assert_refused(option, self.path(name))
@@ -585,9 +604,35 @@ class Files(Planned):
         self.host.add_file("lib/prodsweep.dll", self.host.folder / "prodsweep.dll")
         for name in ["products.xml", "detection.xml"]:
             self.host.write(f"lib/{name}", (self.host.folder / name).read_text(encoding="utf-8"))
+        self.host.add_file("log.dll", BUILD / "bin" / "log.dll")
         for name in ["lib/products.xml", "products.xml"]:
-            with self.subTest(name):
-                self.assert_refused("--save", self.path(name), "--library", self.path("lib/prodsweep.dll"))
+            before = (self.host.folder / name).read_bytes()
+            for option in ["--save", "--html", "--log"]:
+                with self.subTest(option, name=name):
+                    self.assert_refused(option, self.path(name), "--library", self.path("lib/prodsweep.dll"))
+                    self.assertEqual((self.host.folder / name).read_bytes(), before)
+
+    def test_log_of_any_command_is_not_written_over_the_librarys_catalogue(self):
+        catalogue = self.host.write("lib/products.xml", "<uninstall_information/>")
+        library = self.path("lib/prodsweep.dll")
+        for command in [("list",), ("explain", "Anvil"), ("plan", "Anvil"), ("uninstall", "--yes", "Anvil"), ("pending",)]:
+            with self.subTest(command):
+                ended = self.host.run(*command, "--library", library, "--log", self.path("lib/products.xml"))
+                self.assertEqual((ended.code, ended.out), (87, b""))
+                self.assertEqual(catalogue.read_text(encoding="utf-8"), "<uninstall_information/>")
+
+    def test_empty_name_of_a_file_is_told_with_its_option(self):
+        for command in [("plan", "Anvil", "--save"), ("plan", "Anvil", "--html"), ("uninstall", "--plan"), ("list", "--log")]:
+            with self.subTest(command):
+                ended = self.host.run(*command, "")
+                self.assertEqual((ended.code, ended.err_text()), (87, f"prodsweep: {command[-1]} needs a file.\n"))
+
+    def test_folder_of_prodsweep_is_told_to_be_no_file(self):
+        for option in ["--save", "--log"]:
+            with self.subTest(option):
+                self.host.add_file("log.dll", BUILD / "bin" / "log.dll") if option == "--log" else None
+                ended = self.host.run("plan", "Anvil", option, self.path(""))
+                self.assertEqual(ended.code, 29, ended)
 
 
 class Saved(Planned):
