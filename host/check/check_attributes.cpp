@@ -92,8 +92,9 @@ void CheckEmptyNames(const EntryPlace& place, const CFileReport& report)
     for (const NameAttribute& row : filledNames)
     {
         const std::wstring* value = place.entry.Find(row.name);
-        // The marker alone leaves no name, either.
-        const bool isEmpty = value != nullptr && (value->empty() || *value == L"#####");
+        // The marker alone leaves a file no name, either; elsewhere it is none.
+        const bool isEmpty =
+            value != nullptr && (value->empty() || (place.section.Is(L"del_file") && *value == L"#####"));
         // Beside "module" nothing reads it.
         const bool isRead = row.name != std::wstring_view(L"tool_name") || !IsMethod(place);
         if (isEmpty && isRead && place.section.Is(row.opCode))

@@ -157,7 +157,8 @@ private:
         Self(data).Guarded([&] {
             // The declaration of an entity's text has none. Wine reads 1.1, too; Windows is not known to.
             if (version != nullptr && std::string_view(version) != "1.0")
-                throw CXmlFault({}, "it says that it is XML " + std::string(version));
+                throw CXmlFault({},
+                                "it says that it is XML " + std::string(version) + ", and only 1.0 is read everywhere");
         });
     }
     static void OnDocumentType(void* data, const char* /*name*/, const char* /*system*/, const char* /*publicId*/,

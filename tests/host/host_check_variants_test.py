@@ -59,6 +59,8 @@ DESCRIPTORS = {
     "function beside an empty tool": (
         beside("exec_tool", 'module="C:\\h.dll" method_name="f" tool_name=""', attributes=NO_MINIMUM), ["unused-attribute"]),
     "marker without a name": (beside("del_file", 'path="app_path" name="#####"'), ["empty-name"]),
+    "tool named like the marker": (
+        beside("exec_tool", 'path="app_path" tool_name="#####" wait="yes"', attributes=NO_MINIMUM), []),
     "whole path behind a keyword": (
         beside("del_file", 'path="app_data" name="C:\\Harbor\\a.exe"'),
         ["impossible-path"]),
