@@ -241,6 +241,7 @@ class Machine:
         """The first program in a stopped prefix boots it: what waits for a restart is done, services start."""
         if _wine("--start") != 0:
             raise RuntimeError("the machine does not start")
+        self._at = None
         self._runs = True
 
     def stop(self):
