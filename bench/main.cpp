@@ -1,6 +1,6 @@
 // prodsweep_bench [GROUP...]: runs the groups named, or all, prints a table and writes bench.json
 // beside the program. Needs ../bin/prodsweep.dll. Ends with 1 when a figure is over its limit, with 2 and no table when
-// what is measured does not do its work or a name is none of a group.
+// what is measured does not do its work or a name is that of no group.
 #include "bench/benches.h"
 
 #include <windows.h>

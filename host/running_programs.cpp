@@ -3,6 +3,7 @@
 #include <tlhelp32.h>
 
 #include "common/unique_handle.h"
+#include "path_answer.h"
 
 namespace prodsweep {
 
@@ -24,7 +25,7 @@ std::vector<DWORD> ProcessesNamed(const std::wstring& program)
 std::wstring ImageOf(DWORD process)
 {
     const UniqueHandle opened = OwnHandle(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, process));
-    std::wstring path(0x8000, L'\0'); // no path is longer
+    std::wstring path(longestPath, L'\0');
     auto length = static_cast<DWORD>(path.size());
     if (opened == nullptr || !QueryFullProcessImageNameW(opened.get(), 0, path.data(), &length))
         return {};
