@@ -156,7 +156,9 @@ TEST_F(LifetimeTest, ThreadsThatComeAndGoLeaveNoHandles)
 
     rounds(100);
 
-    EXPECT_TRUE(handles.Unchanged());
+    // A lock that two threads want at once for the first time gets an event, of which the process keeps one for ever: a
+    // few are those. What a thread or a call leaves behind comes to a hundred.
+    EXPECT_LT(handles.Growth(), 10);
 }
 
 TEST_F(LifetimeTest, LoadedAndUnloadedManyTimesLeavesNoHandles)
