@@ -138,13 +138,13 @@ DomFault::DomFault(DomMethod method, HRESULT answer, int call)
     }
     slot = table + static_cast<std::size_t>(row->slot);
     state = {row, reinterpret_cast<Call>(*slot), answer, call};
-    WriteProtected(slot, reinterpret_cast<void*>(&Answer));
+    WriteProtected(static_cast<void*>(slot), reinterpret_cast<void*>(&Answer));
 }
 
 DomFault::~DomFault()
 {
     if (slot != nullptr)
-        WriteProtected(slot, reinterpret_cast<void*>(state.original));
+        WriteProtected(static_cast<void*>(slot), reinterpret_cast<void*>(state.original));
     state = {};
 }
 

@@ -2,47 +2,63 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstring>
 
 namespace prodsweep::test {
 namespace {
 
-template <class Pointed>
-Pointed* At(HMODULE module, ULONGLONG offset)
+// The tables lie as the linker has put them, and not all align them.
+template <class Type>
+Type Read(const BYTE* place)
 {
-    return reinterpret_cast<Pointed*>(reinterpret_cast<BYTE*>(module) + offset);
+    Type value;
+    std::memcpy(&value, place, sizeof(value));
+    return value;
+}
+
+// The slot of one module's part of the import table; null if the function is not in it.
+BYTE* FindSlot(BYTE* image, const IMAGE_IMPORT_DESCRIPTOR& imports, const char* function)
+{
+    const BYTE* names = image + imports.OriginalFirstThunk;
+    BYTE* slot = image + imports.FirstThunk;
+    for (;; names += sizeof(IMAGE_THUNK_DATA), slot += sizeof(void*))
+    {
+        const auto name = Read<IMAGE_THUNK_DATA>(names);
+        if (name.u1.AddressOfData == 0)
+            return nullptr;
+        if (IMAGE_SNAP_BY_ORDINAL(name.u1.Ordinal))
+            continue;
+        const BYTE* const imported = image + name.u1.AddressOfData + offsetof(IMAGE_IMPORT_BY_NAME, Name);
+        if (std::strcmp(reinterpret_cast<const char*>(imported), function) == 0)
+            return slot;
+    }
 }
 
 // The slot of the import table that holds the function's address.
-void** FindSlot(HMODULE module, const char* function)
+BYTE* FindSlot(HMODULE module, const char* function)
 {
-    const auto* dos = At<IMAGE_DOS_HEADER>(module, 0);
-    const auto* nt = At<IMAGE_NT_HEADERS>(module, static_cast<ULONGLONG>(dos->e_lfanew));
-    const IMAGE_DATA_DIRECTORY& directory = nt->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
-    for (auto* imports = At<IMAGE_IMPORT_DESCRIPTOR>(module, directory.VirtualAddress); imports->Name != 0; ++imports)
+    auto* const image = reinterpret_cast<BYTE*>(module);
+    const auto headers = Read<IMAGE_NT_HEADERS>(image + Read<IMAGE_DOS_HEADER>(image).e_lfanew);
+    const BYTE* place = image + headers.OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
+    for (;; place += sizeof(IMAGE_IMPORT_DESCRIPTOR))
     {
-        const auto* names = At<IMAGE_THUNK_DATA>(module, imports->OriginalFirstThunk);
-        auto* slots = At<void*>(module, imports->FirstThunk);
-        for (; names->u1.AddressOfData != 0; ++names, ++slots)
-        {
-            if (IMAGE_SNAP_BY_ORDINAL(names->u1.Ordinal))
-                continue;
-            const auto* imported = At<IMAGE_IMPORT_BY_NAME>(module, names->u1.AddressOfData);
-            if (std::strcmp(reinterpret_cast<const char*>(imported->Name), function) == 0)
-                return slots;
-        }
+        const auto imports = Read<IMAGE_IMPORT_DESCRIPTOR>(place);
+        if (imports.Name == 0)
+            return nullptr;
+        if (BYTE* const slot = FindSlot(image, imports, function))
+            return slot;
     }
-    return nullptr;
 }
 
 } // namespace
 
-void WriteProtected(void** slot, void* value)
+void WriteProtected(void* slot, void* value)
 {
     DWORD protection = 0;
-    VirtualProtect(static_cast<void*>(slot), sizeof(*slot), PAGE_READWRITE, &protection);
-    *slot = value;
-    VirtualProtect(static_cast<void*>(slot), sizeof(*slot), protection, &protection);
+    VirtualProtect(slot, sizeof(value), PAGE_READWRITE, &protection);
+    std::memcpy(slot, &value, sizeof(value));
+    VirtualProtect(slot, sizeof(value), protection, &protection);
 }
 
 ImportPatch::ImportPatch(HMODULE module, const char* function, void* replacement, int)
@@ -53,7 +69,7 @@ ImportPatch::ImportPatch(HMODULE module, const char* function, void* replacement
         ADD_FAILURE() << function << " is not imported";
         return;
     }
-    original = *slot;
+    original = Read<void*>(slot);
     WriteProtected(slot, replacement);
 }
 

@@ -30,11 +30,11 @@ public:
 private:
     ImportPatch(HMODULE module, const char* function, void* replacement, int);
 
-    void** slot = nullptr;
+    BYTE* slot = nullptr;
     void* original = nullptr;
 };
 
 // Changes a slot of a table of functions, which lies in memory that may not be written.
-void WriteProtected(void** slot, void* value);
+void WriteProtected(void* slot, void* value);
 
 } // namespace prodsweep::test

@@ -7,9 +7,9 @@ namespace prodsweep::test {
 MethodPatch::MethodPatch(IUnknown* object, DomSlot place, void* replacement, int)
     : slot(*reinterpret_cast<void***>(object) + static_cast<std::size_t>(place)), original(*slot)
 {
-    WriteProtected(slot, replacement);
+    WriteProtected(static_cast<void*>(slot), replacement);
 }
 
-MethodPatch::~MethodPatch() { WriteProtected(slot, original); }
+MethodPatch::~MethodPatch() { WriteProtected(static_cast<void*>(slot), original); }
 
 } // namespace prodsweep::test
