@@ -13,7 +13,7 @@ template <class Type>
 Type Read(const BYTE* place)
 {
     Type value;
-    std::memcpy(&value, place, sizeof(value));
+    std::memcpy(static_cast<void*>(&value), place, sizeof(value));
     return value;
 }
 
@@ -57,7 +57,7 @@ void WriteProtected(void* slot, void* value)
 {
     DWORD protection = 0;
     VirtualProtect(slot, sizeof(value), PAGE_READWRITE, &protection);
-    std::memcpy(slot, &value, sizeof(value));
+    std::memcpy(slot, static_cast<const void*>(&value), sizeof(value));
     VirtualProtect(slot, sizeof(value), protection, &protection);
 }
 
