@@ -39,8 +39,7 @@ constexpr Rule rules[] = {
      "The second one is passed over without a word.", "Merge it into the first, or give the version another name."},
     {"empty-name", Error, "a name is empty",
      "The entry then means what lies around it: a folder instead of a file or tool in it, the list of all services "
-     "instead "
-     "of one.",
+     "instead of one.",
      "Write the name, or take the attribute out."},
     {"unknown-hive", Error, "a key path without a hive, or with one that is misspelt or not in upper case",
      "The key counts as not there: it is neither found nor deleted.",
